@@ -1,0 +1,47 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/model/alarms.h>
+#include <dayvex/model/lookuplists.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/model/todos.h>
+
+#include <memory>
+
+namespace dayvex {
+
+// The agenda a host hands to the control: appointments, to-dos and users, and
+// the control's own list of pending alarms. Each part is created on first read;
+// the host may set shared parts (one Schedules in several containers).
+class DAYVEX_EXPORT DayvexData
+{
+public:
+    DayvexData();
+    DayvexData(const DayvexData &) = delete;
+    DayvexData &operator=(const DayvexData &) = delete;
+    ~DayvexData();
+
+    // Releases the alarms, users, appointments and to-dos, in that order. The
+    // next read yields new empty parts; a host holding the old ones keeps them.
+    void Clear();
+
+    std::shared_ptr<dayvex::Users> Users();
+    void setUsers(std::shared_ptr<dayvex::Users> users);
+    std::shared_ptr<dayvex::Schedules> Schedules();
+    void setSchedules(std::shared_ptr<dayvex::Schedules> schedules);
+    std::shared_ptr<dayvex::ToDoS> ToDoS();
+    void setToDoS(std::shared_ptr<dayvex::ToDoS> todos);
+
+    // Internal to the component.
+    std::shared_ptr<dayvex::Alarms> Alarms();
+    void setAlarms(std::shared_ptr<dayvex::Alarms> alarms);
+
+private:
+    // Declared in reverse release order: destruction releases alarms first.
+    std::shared_ptr<dayvex::ToDoS> m_todos;
+    std::shared_ptr<dayvex::Schedules> m_schedules;
+    std::shared_ptr<dayvex::Users> m_users;
+    std::shared_ptr<dayvex::Alarms> m_alarms;
+};
+
+} // namespace dayvex

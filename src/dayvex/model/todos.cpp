@@ -1,0 +1,52 @@
+#include "todos.h"
+
+#include "numerickeys.h"
+
+#include <dayvex/platform/format.h>
+
+namespace dayvex {
+
+// Members go before the base: the project list is released before the collection.
+ToDoS::~ToDoS() = default;
+
+std::shared_ptr<ActiveProjects> ToDoS::ActiveProjects()
+{
+    if (!m_projects)
+        m_projects = std::make_shared<dayvex::ActiveProjects>();
+    return m_projects;
+}
+
+void ToDoS::setActiveProjects(std::shared_ptr<dayvex::ActiveProjects> projects)
+{
+    m_projects = std::move(projects);
+}
+
+QString ToDoS::NewKey() const
+{
+    const qint32 largest = detail::largestNumericKey(*this);
+    // Counted on through the text and a floating-point sum: no 32-bit overflow here.
+    return formatNumber(val(QString::number(largest)) + 1.0, QStringLiteral("#0"));
+}
+
+std::shared_ptr<ToDo> ToDoS::Add(const QString &Key, const QString &Owner, const QString &ShortDesc,
+                                 const QString &LongDesc, Date DueTo, qint16 Priority,
+                                 const QString &Project, bool Done, Date DateDone,
+                                 Date ReminderDate, const QString &Tag)
+{
+    auto todo = std::make_shared<ToDo>();
+    todo->Key = Key;
+    todo->Owner = Owner;
+    todo->ShortDesc = ShortDesc;
+    todo->LongDesc = LongDesc;
+    todo->DueTo = DueTo;
+    todo->Priority = Priority;
+    todo->Project = Project;
+    todo->Done = Done;
+    todo->DateDone = DateDone;
+    todo->ReminderDate = ReminderDate;
+    todo->Tag = Tag;
+    append(todo, Key);
+    return todo;
+}
+
+} // namespace dayvex

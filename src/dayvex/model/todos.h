@@ -1,0 +1,34 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/model/lookuplists.h>
+#include <dayvex/model/records.h>
+#include <dayvex/platform/keyedcollection.h>
+
+namespace dayvex {
+
+// The to-do activities of one DayvexData.
+class DAYVEX_EXPORT ToDoS : public KeyedCollection<ToDo>
+{
+public:
+    ~ToDoS() override;
+
+    // Created on first read unless the host set one.
+    std::shared_ptr<dayvex::ActiveProjects> ActiveProjects();
+    void setActiveProjects(std::shared_ptr<dayvex::ActiveProjects> projects);
+
+    // One more than the largest numeric key present; unlike Schedules::NewKey
+    // this counts on in floating point, so 2147483647 is followed by "2147483648".
+    QString NewKey() const;
+
+    // Stores a new to-do under Key, fields unchanged; the project is not collected.
+    std::shared_ptr<ToDo> Add(const QString &Key, const QString &Owner, const QString &ShortDesc,
+                              const QString &LongDesc, Date DueTo, qint16 Priority,
+                              const QString &Project, bool Done, Date DateDone, Date ReminderDate,
+                              const QString &Tag = QString());
+
+private:
+    std::shared_ptr<dayvex::ActiveProjects> m_projects;
+};
+
+} // namespace dayvex

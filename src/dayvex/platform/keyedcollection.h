@@ -1,0 +1,136 @@
+#pragma once
+
+#include <dayvex/platform/error.h>
+
+#include <QHash>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+namespace dayvex {
+
+// The ordered collection behind every list of the object model: 1-based dense
+// positions, optional string keys compared without regard to case, insertion
+// before a keyed entry, error 457 for a duplicate key and 5 for a bad position
+// or key. Entries are shared records; the collection hands out the same pointers.
+template <typename T>
+class KeyedCollection
+{
+public:
+    using Pointer = std::shared_ptr<T>;
+
+private:
+    struct Entry
+    {
+        Pointer item;
+        QString foldedKey; // empty: stored without a key
+    };
+    using Storage = std::vector<Entry>;
+
+public:
+    class const_iterator
+    {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = Pointer;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const Pointer *;
+        using reference = const Pointer &;
+
+        const_iterator() = default;
+        reference operator*() const { return m_it->item; }
+        pointer operator->() const { return &m_it->item; }
+        const_iterator &operator++() { ++m_it; return *this; }
+        const_iterator operator++(int) { const_iterator old = *this; ++m_it; return old; }
+        friend bool operator==(const const_iterator &a, const const_iterator &b) { return a.m_it == b.m_it; }
+
+    private:
+        friend class KeyedCollection;
+        explicit const_iterator(typename Storage::const_iterator it) : m_it(it) {}
+        typename Storage::const_iterator m_it;
+    };
+
+    KeyedCollection() = default;
+    KeyedCollection(const KeyedCollection &) = delete;
+    KeyedCollection &operator=(const KeyedCollection &) = delete;
+    virtual ~KeyedCollection() = default;
+
+    qint32 Count() const { return qint32(m_entries.size()); }
+
+    const Pointer &Item(qint32 position) const
+    {
+        return m_entries[indexOf(position)].item;
+    }
+    const Pointer &Item(const QString &key) const
+    {
+        const auto it = m_byKey.constFind(fold(key));
+        if (it == m_byKey.cend())
+            throw Error::invalidArgument(QStringLiteral("no entry has the key \"%1\"").arg(key));
+        return it.value();
+    }
+
+    void Remove(qint32 position) { eraseAt(indexOf(position)); }
+    void Remove(const QString &key) { eraseAt(indexOfKey(key)); }
+
+    const_iterator begin() const { return const_iterator(m_entries.cbegin()); }
+    const_iterator end() const { return const_iterator(m_entries.cend()); }
+
+    // The entry under key, or null: a look-up that does not throw.
+    Pointer find(const QString &key) const { return m_byKey.value(fold(key)); }
+
+protected:
+    // Appends item under key (an empty key stores it without one).
+    void append(Pointer item, const QString &key)
+    {
+        insertAt(m_entries.size(), std::move(item), key);
+    }
+    // Inserts item under key immediately before the entry stored under beforeKey.
+    void insertBefore(Pointer item, const QString &key, const QString &beforeKey)
+    {
+        insertAt(indexOfKey(beforeKey), std::move(item), key);
+    }
+
+private:
+    static QString fold(const QString &key) { return key.toCaseFolded(); }
+
+    size_t indexOf(qint32 position) const
+    {
+        if (position < 1 || position > Count())
+            throw Error::invalidArgument(QStringLiteral("position %1 is not between 1 and %2")
+                                             .arg(position).arg(Count()));
+        return size_t(position - 1);
+    }
+    size_t indexOfKey(const QString &key) const
+    {
+        const QString folded = fold(key);
+        if (!folded.isEmpty() && m_byKey.contains(folded)) {
+            for (size_t i = 0; i < m_entries.size(); ++i) {
+                if (m_entries[i].foldedKey == folded)
+                    return i;
+            }
+        }
+        throw Error::invalidArgument(QStringLiteral("no entry has the key \"%1\"").arg(key));
+    }
+    void insertAt(size_t index, Pointer item, const QString &key)
+    {
+        QString folded = fold(key);
+        if (!folded.isEmpty()) {
+            if (m_byKey.contains(folded))
+                throw Error::duplicateKey();
+            m_byKey.insert(folded, item);
+        }
+        m_entries.insert(m_entries.begin() + qsizetype(index), Entry{std::move(item), std::move(folded)});
+    }
+    void eraseAt(size_t index)
+    {
+        if (!m_entries[index].foldedKey.isEmpty())
+            m_byKey.remove(m_entries[index].foldedKey);
+        m_entries.erase(m_entries.begin() + qsizetype(index));
+    }
+
+    Storage m_entries;
+    QHash<QString, Pointer> m_byKey;
+};
+
+} // namespace dayvex

@@ -1,0 +1,83 @@
+#include <dayvex/model/alarms.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/model/todos.h>
+
+#include <QTest>
+
+using namespace dayvex;
+
+namespace {
+std::shared_ptr<Alarm> addAlarm(Alarms &alarms, const QString &key, double due, bool changed = false)
+{
+    return alarms.Add(key, key.left(1), key.mid(1), Date(due), changed, key);
+}
+
+QStringList keys(const Alarms &alarms)
+{
+    QStringList out;
+    for (const auto &alarm : alarms)
+        out << alarm->Key;
+    return out;
+}
+} // namespace
+
+class tst_Alarms : public QObject
+{
+    Q_OBJECT
+private slots:
+    void keptInDueOrder();
+    void removeAndDuplicates();
+    void rebuiltFromRecords();
+};
+
+void tst_Alarms::keptInDueOrder()
+{
+    Alarms alarms;
+    addAlarm(alarms, "S1", 10.0);
+    addAlarm(alarms, "S2", 9.0);
+    addAlarm(alarms, "T1", 10.0);
+    const auto cleared = addAlarm(alarms, "S3", 0.0, true);
+    QCOMPARE(keys(alarms), QStringList({"S3", "S2", "S1", "T1"}));
+    QCOMPARE(cleared->Showing, false);
+    QCOMPARE(cleared->AlarmChanged, true);
+    QCOMPARE(alarms.Item("s2")->AlarmEventKey, "2");
+}
+
+void tst_Alarms::removeAndDuplicates()
+{
+    Alarms alarms;
+    addAlarm(alarms, "S1", 10.0);
+    alarms.Remove("S404");
+    alarms.Remove(9);
+    QCOMPARE(alarms.Count(), 1);
+    QVERIFY_THROWS_EXCEPTION(Error, addAlarm(alarms, "S1", 11.0));
+    // a Key that differs from the stored key breaks the insertion before it
+    alarms.Add("X", "S", "2", Date(12.0), false, "S2");
+    QVERIFY_THROWS_EXCEPTION(Error, addAlarm(alarms, "S3", 11.5));
+    alarms.Remove("S1");
+    QCOMPARE(keys(alarms), QStringList({"X"}));
+}
+
+void tst_Alarms::rebuiltFromRecords()
+{
+    Schedules schedules;
+    ToDoS todos;
+    schedules.Add(" 1", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36863.3));
+    schedules.Add("2", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date());
+    schedules.Add("3", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36863.2));
+    todos.Add("1", "", "", "", Date(), 0, "", false, Date(), Date(36863.3));
+
+    const auto rebuilt = Alarms::fromRecords(schedules, todos);
+    Alarms oneByOne;
+    for (const auto &s : schedules)
+        if (s->ReminderDate.value() > 0)
+            oneByOne.Add(Alarms::keyFor('S', s->Key), "S", s->Key, s->ReminderDate, false, Alarms::keyFor('S', s->Key));
+    for (const auto &t : todos)
+        oneByOne.Add(Alarms::keyFor('T', t->Key), "T", t->Key, t->ReminderDate, false, Alarms::keyFor('T', t->Key));
+    QCOMPARE(keys(*rebuilt), QStringList({"S3", "S1", "T1"}));
+    QCOMPARE(keys(*rebuilt), keys(oneByOne));
+    QCOMPARE(rebuilt->Item("S1")->AlarmEventKey, " 1");
+}
+
+QTEST_GUILESS_MAIN(tst_Alarms)
+#include "tst_alarms.moc"

@@ -1,0 +1,94 @@
+#include <dayvex/platform/date.h>
+#include <dayvex/platform/error.h>
+
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+
+using dayvex::Date;
+
+class tst_Date : public QObject
+{
+    Q_OBJECT
+private slots:
+    void conversion_data();
+    void conversion();
+    void outOfRange_data();
+    void outOfRange();
+    void minutesDoNotDrift();
+    void arithmeticCrossesZero();
+};
+
+void tst_Date::conversion_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QDateTime>("dateTime");
+    QTest::newRow("epoch") << 0.0 << QDateTime(QDate(1899, 12, 30), QTime(0, 0));
+    QTest::newRow("3 Dec 2000") << 36863.0 << QDateTime(QDate(2000, 12, 3), QTime(0, 0));
+    QTest::newRow("noon") << 36863.5 << QDateTime(QDate(2000, 12, 3), QTime(12, 0));
+    QTest::newRow("negative: day first, then time") << -1.25 << QDateTime(QDate(1899, 12, 29), QTime(6, 0));
+    QTest::newRow("negative evening") << -1.75 << QDateTime(QDate(1899, 12, 29), QTime(18, 0));
+    QTest::newRow("first day") << Date::MinValue << QDateTime(QDate(100, 1, 1), QTime(0, 0));
+    QTest::newRow("last second") << 2958465.0 + 86399.0 / 86400.0
+                                 << QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59));
+}
+
+void tst_Date::conversion()
+{
+    QFETCH(double, value);
+    QFETCH(QDateTime, dateTime);
+    const Date date(value);
+    QCOMPARE(date.toDateTime(), dateTime);
+    QCOMPARE(Date::fromDateTime(dateTime).value(), value);
+    QCOMPARE(date.datePart().toDate(), dateTime.date());
+    QCOMPARE(date.timePart().toTime(), dateTime.time());
+}
+
+void tst_Date::outOfRange_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<int>("number");
+    QTest::newRow("before year 100") << Date::MinValue - 1 << 6;
+    QTest::newRow("year 10000") << Date::MaxValue << 6;
+    QTest::newRow("infinity") << std::numeric_limits<double>::infinity() << 6;
+    QTest::newRow("NaN") << std::nan("") << 5;
+}
+
+void tst_Date::outOfRange()
+{
+    QFETCH(double, value);
+    QFETCH(int, number);
+    const Date date(value);
+    QVERIFY(!date.isValid());
+    try {
+        date.toDateTime();
+        QFAIL("no error for an out-of-range date");
+    } catch (const dayvex::Error &e) {
+        QCOMPARE(e.number(), number);
+    }
+    QVERIFY_THROWS_EXCEPTION(dayvex::Error, Date(Date::MaxValue - 0.5).addDays(1));
+}
+
+void tst_Date::minutesDoNotDrift()
+{
+    // 7 minutes is not a whole number of binary fractions of a day
+    Date date = Date::fromDateTime(QDateTime(QDate(2026, 1, 1), QTime(8, 0)));
+    for (int i = 0; i < 100000; ++i)
+        date = date.addMinutes(7);
+    QCOMPARE(date.toDateTime(), QDateTime(QDate(2026, 1, 1), QTime(8, 0)).addSecs(7 * 60 * 100000LL));
+    QCOMPARE(date.addMinutes(-15).toDateTime(), date.toDateTime().addSecs(-15 * 60));
+}
+
+void tst_Date::arithmeticCrossesZero()
+{
+    const Date evening(-1.75); // 29 December 1899 18:00
+    QCOMPARE(evening.addMinutes(6 * 60).value(), 0.0);
+    QCOMPARE(evening.addMinutes(7 * 60).toDateTime(), QDateTime(QDate(1899, 12, 30), QTime(1, 0)));
+    QCOMPARE(Date(0.25).addMinutes(-12 * 60).value(), -1.75);
+    QVERIFY(Date(36863.0) < Date(36863.5));
+    QVERIFY(Date().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(tst_Date)
+#include "tst_date.moc"
