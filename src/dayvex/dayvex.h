@@ -15,3 +15,13 @@
 #include <dayvex/model/schedules.h>
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/model/todos.h>
+
+#include <dayvex/i18n/language.h>
+#include <dayvex/platform/inireader.h>
+
+#include <dayvex/control/layout.h>
+#include <dayvex/control/monthcalendar.h>
+#include <dayvex/control/propertybag.h>
+#include <dayvex/control/twips.h>
+#include <dayvex/control/zntdayvex.h>
+#include <dayvex/editing/hostevents.h>

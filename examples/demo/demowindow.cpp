@@ -1,0 +1,138 @@
+#include "demowindow.h"
+
+#include "sampledata.h"
+
+#include <dayvex/dayvex.h>
+
+#include <QCheckBox>
+#include <QDockWidget>
+#include <QPlainTextEdit>
+#include <QSettings>
+#include <QTime>
+#include <QVBoxLayout>
+
+using namespace dayvex;
+
+namespace {
+QString describe(const std::shared_ptr<Schedule> &s)
+{
+    if (!s)
+        return QStringLiteral("mSca=<nothing>");
+    return QStringLiteral("mSca={Key=%1, %2, \"%3\"}")
+        .arg(s->Key, s->StartDate.isValid() ? formatDate(s->StartDate, QStringLiteral("dd/mm/yyyy hh:nn")) : QString(),
+             s->Description);
+}
+
+QString describe(const std::shared_ptr<ToDo> &t)
+{
+    if (!t)
+        return QStringLiteral("mToDo=<nothing>");
+    return QStringLiteral("mToDo={Key=%1, \"%2\", Priority=%3, Done=%4}")
+        .arg(t->Key, t->ShortDesc)
+        .arg(t->Priority)
+        .arg(t->Done ? "True" : "False");
+}
+} // namespace
+
+DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
+    : QMainWindow(parent)
+    , m_settings(settings)
+{
+    setWindowTitle(QStringLiteral("Dayvex demo host"));
+    m_control = new zntDayvex(this);
+    setCentralWidget(m_control);
+
+    auto *dock = new QDockWidget(QStringLiteral("Events"), this);
+    auto *panel = new QWidget(dock);
+    auto *layout = new QVBoxLayout(panel);
+    m_cancel = new QCheckBox(QStringLiteral("Answer Cancel"), panel);
+    m_external = new QCheckBox(QStringLiteral("Answer ExternalHandled"), panel);
+    m_log = new QPlainTextEdit(panel);
+    m_log->setReadOnly(true);
+    m_log->setMaximumBlockCount(2000);
+    layout->addWidget(m_cancel);
+    layout->addWidget(m_external);
+    layout->addWidget(m_log);
+    dock->setWidget(panel);
+    addDockWidget(Qt::RightDockWidgetArea, dock);
+
+    connectEvents();
+
+    SettingsPropertyBag bag(m_settings);
+    m_control->ReadProperties(bag);
+    auto data = std::make_shared<DayvexData>();
+    fillSampleData(*data, m_control->StartDay().toDate());
+    m_control->setPlan(data);
+}
+
+DemoWindow::~DemoWindow()
+{
+    SettingsPropertyBag bag(m_settings);
+    m_control->WriteProperties(bag);
+}
+
+void DemoWindow::log(const QString &line)
+{
+    m_log->appendPlainText(QTime::currentTime().toString(QStringLiteral("hh:mm:ss ")) + line);
+}
+
+void DemoWindow::answer(bool &ExternalHandled, bool &Cancel)
+{
+    Cancel = m_cancel->isChecked();
+    ExternalHandled = m_external->isChecked();
+}
+
+void DemoWindow::connectEvents()
+{
+    zntDayvex *c = m_control;
+    connect(c, &zntDayvex::PropertyChanged, this, [this](const QString &name) { log("PropertyChanged " + name); });
+    connect(c, &zntDayvex::ContactCodeChange, this, [this](QString &Value) { log("ContactCodeChange Value=" + Value); });
+    connect(c, &zntDayvex::ContactCodeLostFocus, this, [this](QString &Value, QString &ContactDescription, bool &) {
+        log("ContactCodeLostFocus Value=" + Value + " ContactDescription=" + ContactDescription);
+    });
+    connect(c, &zntDayvex::ContactCodeDoubleClick, this, [this](QString &Value, QString &ContactDescription) {
+        log("ContactCodeDoubleClick Value=" + Value + " ContactDescription=" + ContactDescription);
+    });
+    auto before = [this](const char *name) {
+        return [this, name](auto &record, bool &ExternalHandled, bool &Cancel) {
+            answer(ExternalHandled, Cancel);
+            log(QStringLiteral("%1 %2 -> ExternalHandled=%3 Cancel=%4")
+                    .arg(QLatin1String(name), describe(record), ExternalHandled ? "True" : "False",
+                         Cancel ? "True" : "False"));
+        };
+    };
+    auto after = [this](const char *name) {
+        return [this, name](auto &record) { log(QLatin1String(name) + QLatin1Char(' ') + describe(record)); };
+    };
+    connect(c, &zntDayvex::BeforeScheduleAdd, this, before("BeforeScheduleAdd"));
+    connect(c, &zntDayvex::ScheduleAdded, this, after("ScheduleAdded"));
+    connect(c, &zntDayvex::BeforeScheduleDelete, this, before("BeforeScheduleDelete"));
+    connect(c, &zntDayvex::ScheduleDeleted, this, after("ScheduleDeleted"));
+    connect(c, &zntDayvex::BeforeScheduleChange, this, before("BeforeScheduleChange"));
+    connect(c, &zntDayvex::ScheduleChanged, this, after("ScheduleChanged"));
+    connect(c, &zntDayvex::TodoAdded, this, after("TodoAdded"));
+    connect(c, &zntDayvex::BeforeTodoAdd, this, before("BeforeTodoAdd"));
+    connect(c, &zntDayvex::ToDoDeleted, this, after("ToDoDeleted"));
+    connect(c, &zntDayvex::BeforeTodoDelete, this, before("BeforeTodoDelete"));
+    connect(c, &zntDayvex::ToDoChanged, this, after("ToDoChanged"));
+    connect(c, &zntDayvex::BeforeTodoChange, this, before("BeforeTodoChange"));
+    connect(c, &zntDayvex::AlarmChange, this, after("AlarmChange"));
+    connect(c, &zntDayvex::ToDoAlarmChange, this, after("ToDoAlarmChange"));
+    connect(c, &zntDayvex::BeforeTodoSetComplete, this, before("BeforeTodoSetComplete"));
+    connect(c, &zntDayvex::DateSelected, this, [this](Date &NewDate) {
+        log("DateSelected NewDate=" + formatDate(NewDate, sharedSettings().DateFormat));
+    });
+    connect(c, &zntDayvex::ReminderAlarm, this,
+            [this](std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled, bool &Cancel) {
+                answer(ExternalHandled, Cancel);
+                log(QStringLiteral("ReminderAlarm alrm=%1 FormReminder=%2")
+                        .arg(alrm ? alrm->Key : QStringLiteral("<nothing>"),
+                             FormReminder ? QStringLiteral("open") : QStringLiteral("<nothing>")));
+            });
+    connect(c, &zntDayvex::ValidateSchedule, this, [this](std::shared_ptr<Schedule> &mSca, bool &) {
+        log("ValidateSchedule " + describe(mSca));
+    });
+    connect(c, &zntDayvex::ValidateToDo, this, [this](std::shared_ptr<ToDo> &mToDo, bool &) {
+        log("ValidateToDo " + describe(mToDo));
+    });
+}

@@ -1,0 +1,487 @@
+#include "zntdayvex.h"
+
+#include "layout.h"
+#include "monthcalendar.h"
+#include "propertybag.h"
+#include "twips.h"
+
+#include <dayvex/i18n/language.h>
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/platform/clock.h>
+#include <dayvex/platform/format.h>
+
+#include <QAction>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QResizeEvent>
+#include <QStatusBar>
+#include <QTabBar>
+#include <QTableWidget>
+#include <QTextEdit>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace dayvex {
+
+namespace {
+// The alarm timer ticks every few seconds; it starts enabled, as designed.
+constexpr int AlarmTimerInterval = 5000;
+} // namespace
+
+std::pair<QString, QString> zntDayvex::dateFormatsFor(const QLocale &locale)
+{
+    // How the locale writes 3 December 2000 tells whether it puts the day first.
+    const QString sample = locale.toString(QDate(2000, 12, 3), QLocale::ShortFormat);
+    if (val(sample.left(2)) == 3.0)
+        return {QStringLiteral("dd/mm/yyyy"), QStringLiteral("dd/mm/yyyy hh:ss")};
+    return {QStringLiteral("mm/dd/yyyy"), QStringLiteral("mm/dd/yyyy hh:ss")};
+}
+
+zntDayvex::zntDayvex(QWidget *parent)
+    : QWidget(parent)
+{
+    setObjectName(QStringLiteral("zntDayvex"));
+    // Start-up: the date order of the locale, and a fresh shared Plan. A second
+    // control therefore empties what the first one shows until the host sets Plan.
+    SharedSettings &shared = sharedSettings();
+    std::tie(shared.DateFormat, shared.DateTimeFormat) = dateFormatsFor(QLocale());
+    shared.Plan = std::make_shared<DayvexData>();
+
+    createChildren();
+    createMenus();
+}
+
+zntDayvex::~zntDayvex() = default;
+
+void zntDayvex::createChildren()
+{
+    m_tipoVis = new QTabBar(this);
+    m_tipoVis->setObjectName(QStringLiteral("TipoVis"));
+    m_tipoVis->setDrawBase(false);
+    for (const char *caption : {"1 giorno", "7 giorni", "30 giorni"})
+        m_tipoVis->addTab(QString::fromUtf8(caption));
+
+    m_thisDay = new QLabel(QStringLiteral("Wendesday 30"), this);
+    m_thisDay->setObjectName(QStringLiteral("ThisDay"));
+    m_thisDay->setFont(QFont(QStringLiteral("Arial"), 11, QFont::Bold));
+    m_thisDay->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+
+    m_lista = new QTableWidget(0, 3, this);
+    m_lista->setObjectName(QStringLiteral("Lista"));
+    m_daFare = new QTableWidget(1, 4, this);
+    m_daFare->setObjectName(QStringLiteral("DaFare"));
+    for (QTableWidget *grid : {m_lista, m_daFare}) {
+        grid->horizontalHeader()->hide();
+        grid->verticalHeader()->hide();
+        grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
+        grid->setSelectionMode(QAbstractItemView::SingleSelection);
+    }
+
+    m_calendar = new MonthCalendar(this);
+    m_calendar->setObjectName(QStringLiteral("Calendar"));
+
+    m_statusBar = new QStatusBar(this);
+    m_statusBar->setObjectName(QStringLiteral("StatusBar"));
+    m_statusBar->setSizeGripEnabled(false);
+    const char *samples[] = {"CAPS", "27/03/2009", "14.57"};
+    for (int i = 0; i < 3; ++i) {
+        m_statusPanels[i] = new QLabel(QString::fromLatin1(samples[i]), m_statusBar);
+        m_statusPanels[i]->setFrameShape(QFrame::StyledPanel);
+        if (i == 0)
+            m_statusBar->addWidget(m_statusPanels[i]);
+        else
+            m_statusBar->addPermanentWidget(m_statusPanels[i]);
+    }
+
+    // The date and time panels follow the clock.
+    auto *clock = new QTimer(m_statusBar);
+    clock->setInterval(30 * 1000);
+    connect(clock, &QTimer::timeout, this, &zntDayvex::showClock);
+    clock->start();
+    showClock();
+
+    m_frShowApp = new QGroupBox(QStringLiteral("23/2/2002 19:30 - 20:30"), this);
+    m_frShowApp->setObjectName(QStringLiteral("frShowApp"));
+    m_frShowApp->setAutoFillBackground(true);
+    auto *paneLayout = new QVBoxLayout(m_frShowApp);
+    m_txDat = new QLineEdit(QStringLiteral("10:00-12:30"), m_frShowApp);
+    m_txDat->setObjectName(QStringLiteral("txDat"));
+    m_txDat->setReadOnly(true);
+    m_txDat->hide(); // carries the selection for the commands, not shown
+    m_txDesApp = new QTextEdit(m_frShowApp);
+    m_txDesApp->setObjectName(QStringLiteral("txDesApp"));
+    m_txDesApp->setReadOnly(true);
+    paneLayout->addWidget(m_txDat);
+    paneLayout->addWidget(m_txDesApp);
+    m_frShowApp->hide();
+
+    m_timer = new QTimer(this);
+    m_timer->setObjectName(QStringLiteral("Timer"));
+    m_timer->setInterval(AlarmTimerInterval);
+    m_timer->start();
+}
+
+void zntDayvex::showClock()
+{
+    const Date moment = now();
+    m_statusPanels[1]->setText(formatDate(moment, sharedSettings().DateFormat));
+    m_statusPanels[2]->setText(formatDate(moment, QStringLiteral("hh.nn")));
+}
+
+void zntDayvex::createMenus()
+{
+    auto action = [](QMenu *menu, const char *name, const char *caption) {
+        QAction *a = menu->addAction(QString::fromUtf8(caption));
+        a->setObjectName(QString::fromUtf8(name));
+        return a;
+    };
+    m_mnAppuntamento = new QMenu(QStringLiteral("Appuntamento"), this);
+    m_mnAppuntamento->setObjectName(QStringLiteral("mnAppuntamento"));
+    m_mnNuovo = action(m_mnAppuntamento, "mnNuovo", "Nuovo Appuntamento");
+    m_mnModifica = action(m_mnAppuntamento, "mnModifica", "Modifica appuntamento");
+    m_mnElimina = action(m_mnAppuntamento, "mnElimina", "Elimina appuntamento");
+
+    m_mnuAttivita = new QMenu(QString::fromUtf8("Attività"), this);
+    m_mnuAttivita->setObjectName(QString::fromUtf8("mnuAttività"));
+    m_mnuAttivitaCompleta = action(m_mnuAttivita, "mnuAttivitàCompleta", "Segna come completata");
+    m_mnuSep1 = m_mnuAttivita->addSeparator();
+    m_mnuSep1->setObjectName(QStringLiteral("mnuSep1"));
+    m_mnNuovaAttivita = action(m_mnuAttivita, "mnNuovaAttività", "Nuova attività");
+    m_mnModificaAttivita = action(m_mnuAttivita, "mnModificaAttività", "Modifica attività");
+    m_mnEliminaAttivita = action(m_mnuAttivita, "mnEliminaAttività", "Elimina attività");
+}
+
+void zntDayvex::applyMenuCaptions()
+{
+    m_mnNuovaAttivita->setText(text(Text::mnuAddToDo));
+    m_mnNuovo->setText(text(Text::MnuAddAppointemnt));
+    m_mnElimina->setText(text(Text::mnuDeleteAppointment));
+    m_mnEliminaAttivita->setText(text(Text::mnuDeleteToDo));
+    m_mnModifica->setText(text(Text::mnuChangeAppointment));
+    m_mnModificaAttivita->setText(text(Text::mnuChangeToDo));
+    m_mnuAttivitaCompleta->setText(text(Text::mnuDoneToDo));
+}
+
+void zntDayvex::markChanged(const char *name)
+{
+    emit PropertyChanged(QString::fromLatin1(name));
+}
+
+// ---- properties ----
+
+void zntDayvex::setDisableReminderPopUp(bool value)
+{
+    m_disableReminderPopUp = value;
+    markChanged("DisableReminderPopUp");
+}
+
+void zntDayvex::setDisableMenu(bool value)
+{
+    m_disableMenu = value;
+    markChanged("DisableMenu");
+}
+
+QString zntDayvex::DayStartTime() const { return sharedSettings().DayStartTime; }
+
+void zntDayvex::setDayStartTime(const QString &value)
+{
+    if (!isDate(value))
+        return;
+    sharedSettings().DayStartTime = value;
+    markChanged("DayStartTime");
+}
+
+QString zntDayvex::DayEndTime() const { return sharedSettings().DayEndTime; }
+
+void zntDayvex::setDayEndTime(const QString &value)
+{
+    if (!isDate(value))
+        return;
+    sharedSettings().DayEndTime = value;
+    markChanged("DayEndTime");
+}
+
+qint16 zntDayvex::DayStepMinutes() const { return sharedSettings().DayStepMinutes; }
+
+void zntDayvex::setDayStepMinutes(qint16 value)
+{
+    if (value <= 4 || value >= 180)
+        return;
+    sharedSettings().DayStepMinutes = value;
+    markChanged("DayStepMinutes");
+}
+
+std::shared_ptr<DayvexData> zntDayvex::Plan() const { return sharedSettings().Plan; }
+
+void zntDayvex::setPlan(std::shared_ptr<DayvexData> value)
+{
+    sharedSettings().Plan = std::move(value);
+    markChanged("Plan");
+}
+
+void zntDayvex::setStartDay(Date value)
+{
+    m_startDay = value;
+    m_calendar->setSelectedDate(value.toDate());
+    markChanged("StartDay");
+}
+
+bool zntDayvex::MultiUserEnabled() const { return sharedSettings().MultiUserEnabled; }
+
+void zntDayvex::setMultiUserEnabled(bool value)
+{
+    sharedSettings().MultiUserEnabled = value;
+    markChanged("MultiUserEnabled");
+}
+
+bool zntDayvex::ContactCodeEnabled() const { return sharedSettings().ContactCodeEnabled; }
+
+void zntDayvex::setContactCodeEnabled(bool value)
+{
+    sharedSettings().ContactCodeEnabled = value;
+    markChanged("ContactCodeEnabled");
+}
+
+void zntDayvex::setReminderSoundFile(const QString &value)
+{
+    m_reminderSoundFile = value;
+    markChanged("ReminderSoundFile");
+}
+
+QString zntDayvex::DefaultOwner() const { return sharedSettings().DefaultOwner; }
+
+void zntDayvex::setDefaultOwner(const QString &value)
+{
+    sharedSettings().DefaultOwner = value;
+    markChanged("DefaultOwner");
+}
+
+bool zntDayvex::GlobalAlarmsEnable() const { return m_timer->isActive(); }
+
+void zntDayvex::setGlobalAlarmsEnable(bool value)
+{
+    if (value)
+        m_timer->start();
+    else
+        m_timer->stop();
+    markChanged("GlobalAlarmsEnable");
+}
+
+QString zntDayvex::LanguageFileName() const { return sharedSettings().LanguageFileName; }
+
+void zntDayvex::setLanguageFileName(const QString &value)
+{
+    sharedSettings().LanguageFileName = value;
+    LoadLanguage();
+    markChanged("LanguageFileName");
+}
+
+// ---- persistence ----
+
+void zntDayvex::InitProperties()
+{
+    SharedSettings &shared = sharedSettings();
+    shared.DayStartTime = QStringLiteral("08:00");
+    shared.DayEndTime = QStringLiteral("20:00");
+    shared.DayStepMinutes = 30;
+    m_startDay = today();
+    shared.MultiUserEnabled = true;
+    shared.ContactCodeEnabled = true;
+    m_reminderSoundFile.clear();
+    shared.DefaultOwner.clear();
+    shared.LanguageFileName.clear();
+    m_disableReminderPopUp = false;
+    m_disableMenu = false;
+}
+
+void zntDayvex::ReadProperties(PropertyBag &propertyBag)
+{
+    auto read = [&propertyBag](const char *name, const QVariant &defaultValue) {
+        return std::pair{propertyBag.ReadProperty(QString::fromLatin1(name), defaultValue), QString::fromLatin1(name)};
+    };
+    auto text = [&](const char *name, const QString &defaultValue) {
+        const auto [value, key] = read(name, defaultValue);
+        return bag::toText(value, key);
+    };
+    auto flag = [&](const char *name, bool defaultValue) {
+        const auto [value, key] = read(name, defaultValue);
+        return bag::toBool(value, key);
+    };
+
+    // Loaded values bypass the assignment rules: a saved step outside 5..179 stands.
+    SharedSettings &shared = sharedSettings();
+    shared.DayStartTime = text("DayStartTime", QStringLiteral("08:00"));
+    shared.DayEndTime = text("DayEndTime", QStringLiteral("20:00"));
+    {
+        const auto [value, key] = read("DayStepMinutes", 30);
+        shared.DayStepMinutes = bag::toInt16(value, key);
+    }
+    {
+        const auto [value, key] = read("StartDay", today().value());
+        const Date day(bag::toDouble(value, key));
+        if (!day.isValid())
+            throw Error::overflow(QStringLiteral("property \"StartDay\" holds %1").arg(day.value()));
+        m_startDay = day;
+    }
+    shared.MultiUserEnabled = flag("MultiUserEnabled", true);
+    shared.ContactCodeEnabled = flag("ContactCodeEnabled", true);
+    m_reminderSoundFile = text("ReminderSoundFile", QString());
+    shared.DefaultOwner = text("DefaultOwner", QString());
+    if (flag("GlobalAlarmsEnable", true))
+        m_timer->start();
+    else
+        m_timer->stop();
+    shared.LanguageFileName = text("LanguageFileName", QString());
+    m_disableMenu = flag("DisableMenu", false);
+    m_disableReminderPopUp = flag("DisableReminderPopUp", false);
+
+    if (m_lista->columnCount() > 0)
+        m_lista->setColumnWidth(0, TwipsScale::of(this).toPixels(500));
+    LoadLanguage();
+    applyMenuCaptions();
+    m_calendar->setSelectedDate(m_startDay.toDate());
+    m_pressedListIndex = -1;
+    m_pressedLineIndex = -1;
+}
+
+void zntDayvex::WriteProperties(PropertyBag &bag) const
+{
+    const SharedSettings &shared = sharedSettings();
+    auto write = [&bag](const char *name, const QVariant &value, const QVariant &defaultValue) {
+        bag.WriteProperty(QString::fromLatin1(name), value, defaultValue);
+    };
+    write("DayStartTime", shared.DayStartTime, QStringLiteral("08:00"));
+    write("DayEndTime", shared.DayEndTime, QStringLiteral("20:00"));
+    write("DayStepMinutes", int(shared.DayStepMinutes), 30);
+    write("StartDay", m_startDay.value(), 0.0);
+    write("MultiUserEnabled", shared.MultiUserEnabled, true);
+    write("ContactCodeEnabled", shared.ContactCodeEnabled, true);
+    write("ReminderSoundFile", m_reminderSoundFile, QString());
+    write("DefaultOwner", shared.DefaultOwner, QString());
+    write("GlobalAlarmsEnable", m_timer->isActive(), true);
+    write("LanguageFileName", shared.LanguageFileName, QString());
+    write("DisableMenu", m_disableMenu, false);
+    write("DisableReminderPopUp", m_disableReminderPopUp, false);
+}
+
+// ---- events ----
+
+BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca)
+{
+    BeforeAnswer answer;
+    switch (id) {
+    case EventId::BeforeScheduleAdd:
+        emit BeforeScheduleAdd(mSca, answer.ExternalHandled, answer.Cancel);
+        break;
+    case EventId::BeforeScheduleDelete:
+        emit BeforeScheduleDelete(mSca, answer.ExternalHandled, answer.Cancel);
+        break;
+    case EventId::BeforeScheduleChange:
+        emit BeforeScheduleChange(mSca, answer.ExternalHandled, answer.Cancel);
+        break;
+    default:
+        throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of an appointment").arg(qint32(id)));
+    }
+    return answer;
+}
+
+BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo)
+{
+    BeforeAnswer answer;
+    switch (id) {
+    case EventId::BeforeTodoAdd:
+        emit BeforeTodoAdd(mToDo, answer.ExternalHandled, answer.Cancel);
+        break;
+    case EventId::BeforeTodoDelete:
+        emit BeforeTodoDelete(mToDo, answer.ExternalHandled, answer.Cancel);
+        break;
+    case EventId::BeforeTodoChange:
+        emit BeforeTodoChange(mToDo, answer.ExternalHandled, answer.Cancel);
+        break;
+    case EventId::BeforeTodoSetComplete:
+        emit BeforeTodoSetComplete(mToDo, answer.ExternalHandled, answer.Cancel);
+        break;
+    default:
+        throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of a to-do").arg(qint32(id)));
+    }
+    return answer;
+}
+
+BeforeAnswer zntDayvex::raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder)
+{
+    BeforeAnswer answer;
+    emit ReminderAlarm(alrm, FormReminder, answer.ExternalHandled, answer.Cancel);
+    return answer;
+}
+
+void zntDayvex::RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) { emit TodoAdded(mToDo); }
+void zntDayvex::RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) { emit ToDoChanged(mToDo); }
+void zntDayvex::RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) { emit ToDoDeleted(mToDo); }
+void zntDayvex::RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) { emit AlarmChange(mSca); }
+void zntDayvex::RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) { emit ToDoAlarmChange(mToDo); }
+
+void zntDayvex::RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel)
+{
+    emit ValidateToDo(mToDo, Cancel);
+}
+
+// ---- layout ----
+
+void zntDayvex::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    m_inResize = true;
+    const TwipsScale scale = TwipsScale::of(this);
+    switch (resizeAction(scale.toTwips(width()), scale.toTwips(height()))) {
+    case ResizeAction::Collapsed:
+        return; // a collapsed control lays nothing out and stays in resize
+    case ResizeAction::GrowHeight:
+        resize(width(), scale.toPixels(ControlMinimum::Height + ControlMinimum::Margin));
+        return;
+    case ResizeAction::GrowWidth:
+        resize(scale.toPixels(ControlMinimum::Width + ControlMinimum::Margin), height());
+        return;
+    case ResizeAction::LayOut:
+        break;
+    }
+    layOutChildren();
+    m_inResize = false;
+}
+
+void zntDayvex::layOutChildren()
+{
+    const TwipsScale scale = TwipsScale::of(this);
+    LayoutDesign design;
+    const QSize month = m_calendar->monthSizeHint();
+    design.monthWidth = scale.toTwips(month.width());
+    design.calendarHeight = scale.toTwips(month.height());
+    design.tabsHeight = scale.toTwips(m_tipoVis->sizeHint().height());
+    design.listaTop = design.tabsTop + design.tabsHeight;
+    design.statusHeight = scale.toTwips(m_statusBar->sizeHint().height());
+    design.thisDayHeight = design.tabsHeight;
+
+    const ControlLayout l = layOutControl(scale.toTwips(width()), scale.toTwips(height()), design);
+    auto place = [&scale](QWidget *w, const TwipsRect &r) {
+        w->setGeometry(scale.toPixels(r.left), scale.toPixels(r.top), scale.toPixels(r.width),
+                       scale.toPixels(r.height));
+    };
+    place(m_statusBar, l.status);
+    m_statusPanels[0]->setFixedWidth(qMax(0, scale.toPixels(l.statusFirstPanel)));
+    m_calendar->setMonthColumns(l.calendarMonths);
+    place(m_calendar, l.calendar);
+    place(m_lista, l.lista);
+    m_daFare->setColumnCount(4);
+    place(m_daFare, l.daFare);
+    m_daFare->setColumnWidth(1, qMax(0, scale.toPixels(l.daFareDescriptionColumn)));
+    place(m_thisDay, l.thisDay);
+    place(m_tipoVis, l.tipoVis);
+    m_tipoVis->setStyleSheet(QStringLiteral("QTabBar::tab { width: %1px; }").arg(qMax(0, scale.toPixels(l.tabWidth))));
+    const Text captions[] = {Text::Day, Text::Week, Text::Month};
+    for (int tab = 0; tab < 3; ++tab)
+        m_tipoVis->setTabText(tab, l.tabCaptions ? text(captions[tab]) : QString());
+}
+
+} // namespace dayvex

@@ -1,0 +1,196 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/editing/hostevents.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/model/records.h>
+#include <dayvex/platform/date.h>
+
+#include <QWidget>
+
+#include <memory>
+
+class QAction;
+class QLabel;
+class QMenu;
+class QStatusBar;
+class QTabBar;
+class QTableWidget;
+class QGroupBox;
+class QLineEdit;
+class QTextEdit;
+class QTimer;
+
+namespace dayvex {
+
+class MonthCalendar;
+class PropertyBag;
+
+// The view styles; also the tab numbers of TipoVis and the values of CurrentView.
+enum zntPlanShowType : qint16 {
+    zntPlanShowDefault = 0,
+    zntPlanShowDay = 1,
+    zntPlanShowWeek = 2,
+    zntPlanShowMonth = 3,
+};
+
+// The agenda control. The host either calls InitProperties() or
+// ReadProperties() after construction, assigns its DayvexData to Plan and calls
+// Refresh(). Settings marked shared live in sharedSettings() and are the same
+// for every instance in the process.
+class DAYVEX_EXPORT zntDayvex : public QWidget
+{
+    Q_OBJECT
+    Q_PROPERTY(bool DisableReminderPopUp READ DisableReminderPopUp WRITE setDisableReminderPopUp)
+    Q_PROPERTY(bool DisableMenu READ DisableMenu WRITE setDisableMenu)
+    Q_PROPERTY(QString DayStartTime READ DayStartTime WRITE setDayStartTime)
+    Q_PROPERTY(QString DayEndTime READ DayEndTime WRITE setDayEndTime)
+    Q_PROPERTY(qint16 DayStepMinutes READ DayStepMinutes WRITE setDayStepMinutes)
+    Q_PROPERTY(std::shared_ptr<dayvex::DayvexData> Plan READ Plan WRITE setPlan)
+    Q_PROPERTY(dayvex::Date StartDay READ StartDay WRITE setStartDay)
+    Q_PROPERTY(bool MultiUserEnabled READ MultiUserEnabled WRITE setMultiUserEnabled)
+    Q_PROPERTY(bool ContactCodeEnabled READ ContactCodeEnabled WRITE setContactCodeEnabled)
+    Q_PROPERTY(QString ReminderSoundFile READ ReminderSoundFile WRITE setReminderSoundFile)
+    Q_PROPERTY(QString DefaultOwner READ DefaultOwner WRITE setDefaultOwner)
+    Q_PROPERTY(bool GlobalAlarmsEnable READ GlobalAlarmsEnable WRITE setGlobalAlarmsEnable)
+    Q_PROPERTY(QString LanguageFileName READ LanguageFileName WRITE setLanguageFileName)
+    Q_PROPERTY(qint16 CurrentView READ CurrentView)
+
+public:
+    explicit zntDayvex(QWidget *parent = nullptr);
+    ~zntDayvex() override;
+
+    bool DisableReminderPopUp() const { return m_disableReminderPopUp; }
+    void setDisableReminderPopUp(bool value);
+    bool DisableMenu() const { return m_disableMenu; }
+    void setDisableMenu(bool value);
+    // Shared. Texts that are no date or time are ignored.
+    QString DayStartTime() const;
+    void setDayStartTime(const QString &value);
+    QString DayEndTime() const;
+    void setDayEndTime(const QString &value);
+    // Shared. Values outside 5 to 179 are ignored.
+    qint16 DayStepMinutes() const;
+    void setDayStepMinutes(qint16 value);
+    // Shared; never saved. Assigning it redraws nothing: call Refresh().
+    std::shared_ptr<DayvexData> Plan() const;
+    void setPlan(std::shared_ptr<DayvexData> value);
+    Date StartDay() const { return m_startDay; }
+    void setStartDay(Date value);
+    bool MultiUserEnabled() const;
+    void setMultiUserEnabled(bool value);
+    bool ContactCodeEnabled() const;
+    void setContactCodeEnabled(bool value);
+    QString ReminderSoundFile() const { return m_reminderSoundFile; }
+    void setReminderSoundFile(const QString &value);
+    QString DefaultOwner() const;
+    void setDefaultOwner(const QString &value);
+    // The running state of the alarm timer.
+    bool GlobalAlarmsEnable() const;
+    void setGlobalAlarmsEnable(bool value);
+    // Shared. Reloads the language texts at once; menu captions follow at the next load.
+    QString LanguageFileName() const;
+    void setLanguageFileName(const QString &value);
+    qint16 CurrentView() const { return m_currentView; }
+
+    // The container's life cycle.
+    void InitProperties();
+    void ReadProperties(PropertyBag &bag);
+    void WriteProperties(PropertyBag &bag) const;
+
+    // Internal to the component: the raise operations of the event protocol.
+    // The Before events start with both flags false and hand back the host's answer.
+    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca);
+    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo);
+    BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder);
+    void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo);
+    void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo);
+    void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel);
+    void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo);
+    void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca);
+    void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo);
+
+    // The date formats that start-up picks for a locale: day first when the
+    // locale writes 3 December 2000 starting with "3", month first otherwise.
+    static std::pair<QString, QString> dateFormatsFor(const QLocale &locale);
+
+signals:
+    // The host's property-changed notification, with the property's name.
+    void PropertyChanged(const QString &name);
+
+    // The 22 events, in dispatch-id order. Parameters are references: a directly
+    // connected handler may rewrite them and the control reads them back.
+    void ContactCodeChange(QString &Value);
+    void ContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel);
+    void ContactCodeDoubleClick(QString &Value, QString &ContactDescription);
+    void BeforeScheduleAdd(std::shared_ptr<dayvex::Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    void ScheduleAdded(std::shared_ptr<dayvex::Schedule> &mSca);
+    void BeforeScheduleDelete(std::shared_ptr<dayvex::Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    void ScheduleDeleted(std::shared_ptr<dayvex::Schedule> &mSca);
+    void BeforeScheduleChange(std::shared_ptr<dayvex::Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    void ScheduleChanged(std::shared_ptr<dayvex::Schedule> &mSca);
+    void TodoAdded(std::shared_ptr<dayvex::ToDo> &mToDo);
+    void BeforeTodoAdd(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    void ToDoDeleted(std::shared_ptr<dayvex::ToDo> &mToDo);
+    void BeforeTodoDelete(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    void ToDoChanged(std::shared_ptr<dayvex::ToDo> &mToDo);
+    void BeforeTodoChange(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    void AlarmChange(std::shared_ptr<dayvex::Schedule> &mSca);
+    void ToDoAlarmChange(std::shared_ptr<dayvex::ToDo> &mToDo);
+    void BeforeTodoSetComplete(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    void DateSelected(dayvex::Date &NewDate);
+    void ReminderAlarm(std::shared_ptr<dayvex::Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled,
+                       bool &Cancel);
+    void ValidateSchedule(std::shared_ptr<dayvex::Schedule> &mSca, bool &Cancel);
+    void ValidateToDo(std::shared_ptr<dayvex::ToDo> &mToDo, bool &Cancel);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void createChildren();
+    void createMenus();
+    void showClock();
+    void applyMenuCaptions();
+    void layOutChildren();
+    void markChanged(const char *name);
+
+    // Per instance.
+    bool m_disableReminderPopUp = false;
+    bool m_disableMenu = false;
+    Date m_startDay;
+    QString m_reminderSoundFile;
+    qint16 m_currentView = 0;
+    bool m_inResize = false;
+    // The month-cell list last pressed and its line then current; -1 for none.
+    qint32 m_pressedListIndex = -1;
+    qint32 m_pressedLineIndex = -1;
+
+    // Children, named as the host and the language file know them.
+    QTableWidget *m_lista = nullptr;
+    QTableWidget *m_daFare = nullptr;
+    MonthCalendar *m_calendar = nullptr;
+    QTabBar *m_tipoVis = nullptr;
+    QLabel *m_thisDay = nullptr;
+    QStatusBar *m_statusBar = nullptr;
+    QLabel *m_statusPanels[3] = {};
+    QGroupBox *m_frShowApp = nullptr;
+    QTextEdit *m_txDesApp = nullptr;
+    QLineEdit *m_txDat = nullptr;
+    QTimer *m_timer = nullptr;
+
+    QMenu *m_mnAppuntamento = nullptr;
+    QAction *m_mnNuovo = nullptr;
+    QAction *m_mnModifica = nullptr;
+    QAction *m_mnElimina = nullptr;
+    QMenu *m_mnuAttivita = nullptr;
+    QAction *m_mnuAttivitaCompleta = nullptr;
+    QAction *m_mnuSep1 = nullptr;
+    QAction *m_mnNuovaAttivita = nullptr;
+    QAction *m_mnModificaAttivita = nullptr;
+    QAction *m_mnEliminaAttivita = nullptr;
+};
+
+} // namespace dayvex
+
+Q_DECLARE_METATYPE(std::shared_ptr<dayvex::DayvexData>)
