@@ -25,3 +25,6 @@
 #include <dayvex/control/twips.h>
 #include <dayvex/control/zntdayvex.h>
 #include <dayvex/editing/hostevents.h>
+
+#include <dayvex/views/timegrid.h>
+#include <dayvex/views/todoorder.h>

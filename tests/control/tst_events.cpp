@@ -15,7 +15,6 @@ private slots:
     void beforeAnswersAreReadBack_data();
     void beforeAnswersAreReadBack();
     void recordsAreReadBack();
-    void unknownBeforeIdIsRefused();
     void throwingHandlerReachesTheCaller();
 };
 
@@ -120,15 +119,6 @@ void tst_Events::recordsAreReadBack()
     Date date(10.0);
     emit control.DateSelected(date);
     QCOMPARE(date, Date(11.0));
-}
-
-void tst_Events::unknownBeforeIdIsRefused()
-{
-    zntDayvex control;
-    auto schedule = std::make_shared<Schedule>();
-    auto todo = std::make_shared<ToDo>();
-    QVERIFY_THROWS_EXCEPTION(Error, control.raiseBefore(EventId::ScheduleAdded, schedule));
-    QVERIFY_THROWS_EXCEPTION(Error, control.raiseBefore(EventId::BeforeScheduleAdd, todo));
 }
 
 void tst_Events::throwingHandlerReachesTheCaller()

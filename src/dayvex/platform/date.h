@@ -27,7 +27,7 @@ public:
     // True when the value names a moment between the years 100 and 9999.
     bool isValid() const;
 
-    // The wall-clock date and time of dt, whatever its time spec.
+    // The wall-clock date and time of dateTime, in whatever zone it is given.
     static Date fromDateTime(const QDateTime &dateTime);
     static Date fromDate(const QDate &date);
     // A time of day on day 0, as the platform stores a bare time.

@@ -1,0 +1,190 @@
+#include "timegrid.h"
+
+#include <dayvex/platform/error.h>
+#include <dayvex/platform/format.h>
+
+#include <cmath>
+
+namespace dayvex {
+
+namespace {
+Date timeOf(const QString &text)
+{
+    const std::optional<Date> t = parseDate(text, DateOrder::DayMonthYear);
+    return t ? t->timePart() : Date();
+}
+} // namespace
+
+qint32 slotCount(QString &start, QString &end, qint16 &step)
+{
+    if (!isDate(start))
+        start = QStringLiteral("08:00");
+    if (!isDate(end))
+        end = QStringLiteral("20:00");
+    if (step <= 0)
+        step = 30;
+    const Date last = timeOf(end);
+    Date t = timeOf(start);
+    qint32 count = 0;
+    while (t < last) {
+        t = t.addMinutes(step);
+        ++count;
+    }
+    return count + 1;
+}
+
+std::vector<SlotLabel> slotLabels(const QString &start, qint16 step, qint32 count)
+{
+    std::vector<SlotLabel> labels;
+    labels.reserve(size_t(qMax(0, count)));
+    Date t = timeOf(start);
+    for (qint32 i = 0; i < count; ++i) {
+        labels.push_back({formatDate(t, QStringLiteral("H")), formatDate(t, QStringLiteral("h:nn")).right(2)});
+        t = t.addMinutes(step);
+    }
+    return labels;
+}
+
+qint32 timeRow(Date time, Date dayStart, qint16 step, bool week)
+{
+    const double n = std::nearbyint((time.value() - dayStart.value()) * 1450.0 + step / 2.0);
+    if (std::fabs(n / step) > 32767)
+        throw Error::overflow(QStringLiteral("row of %1 passes the grid").arg(time.value()));
+    return qint32(std::trunc(n / step)) + (week ? 2 : 0);
+}
+
+namespace {
+constexpr int OccupancyRows = 101;
+
+struct Occupancy
+{
+    std::array<std::array<qint16, 14>, OccupancyRows> cells{};
+
+    qint16 &at(qint32 row, int plane)
+    {
+        if (row < 0 || row >= OccupancyRows)
+            throw Error::subscriptOutOfRange(QStringLiteral("row %1 is past the grid's 101 rows").arg(row));
+        return cells[size_t(row)][size_t(plane)];
+    }
+};
+
+struct Rows
+{
+    qint32 start;
+    qint32 end;
+};
+
+Rows boxRows(const BoxInput &box, const GridGeometry &g, bool shortEnd)
+{
+    const Date start = timeOf(box.times.left(5));
+    const Date end = timeOf(box.times.right(5));
+    qint32 rStart = timeRow(start, g.dayStart, g.step, false);
+    if (rStart < 0)
+        rStart = 0;
+    qint32 rEnd = timeRow(end, g.dayStart, g.step, false) - (shortEnd ? 1 : 0);
+    if (g.week) {
+        rStart += 2;
+        rEnd += 2;
+    }
+    if (rEnd <= rStart)
+        rEnd = rStart + 1;
+    return {rStart, rEnd};
+}
+} // namespace
+
+std::vector<BoxPlacement> placeBoxes(const std::vector<BoxInput> &boxes, const GridGeometry &g)
+{
+    Occupancy occupancy;
+    std::vector<BoxPlacement> placed(boxes.size());
+    const double bottom = g.top + g.height - 30;
+    const qint32 firstVisible = g.topRow + (g.week ? 1 : 0);
+
+    for (size_t i = 0; i < boxes.size(); ++i) {
+        BoxPlacement &p = placed[i];
+        const Rows rows = boxRows(boxes[i], g, false);
+        if (firstVisible > rows.start)
+            p.top = g.top + (g.week ? g.rowHeight : 0) + 30;
+        else
+            p.top = g.top + (rows.start - g.topRow) * g.rowHeight + 30;
+        if (bottom < p.top)
+            p.visible = false;
+        if (g.topRow < rows.end && p.visible) {
+            p.height = g.top + 40 + (rows.end - g.topRow) * g.rowHeight - p.top;
+            if (p.top + p.height > bottom)
+                p.height = g.top + g.height - p.top - 30;
+        } else {
+            p.visible = false;
+        }
+        if (p.visible) {
+            for (qint32 r = rows.start; r < rows.end; ++r)
+                ++occupancy.at(r, boxes[i].day);
+        }
+    }
+
+    for (size_t i = 0; i < boxes.size(); ++i) {
+        BoxPlacement &p = placed[i];
+        const int day = boxes[i].day;
+        const Rows rows = boxRows(boxes[i], g, true);
+        qint16 maxCount = 1;
+        qint32 maxRow = 0;
+        for (qint32 r = rows.start; r < rows.end; ++r) {
+            if (occupancy.at(r, day) > maxCount) {
+                maxCount = occupancy.at(r, day);
+                maxRow = r;
+            }
+        }
+        const double columnPos = g.colPos[size_t(day + 2)];
+        const double columnWidth = g.colWidth[size_t(day + 2)];
+        if (maxCount > 1) {
+            p.width = g.colWidth[2] / maxCount + 10;
+            for (qint32 r = rows.start; r < rows.end; ++r) {
+                const double share = columnWidth / maxCount;
+                qint16 &used = occupancy.at(r, day + 7);
+                used = qint16(std::nearbyint(used + share));
+                p.left = g.left + columnPos + occupancy.at(maxRow, day + 7) + 30 - share;
+            }
+        } else {
+            p.left = g.left + columnPos + 30;
+            p.width = columnWidth;
+        }
+    }
+    return placed;
+}
+
+QString appointmentLine(Date start, Date end, bool multiUser, const QString &owner, const QString &place,
+                        const QString &contact, const QString &description)
+{
+    QString line = formatDate(start, QStringLiteral("hh:mm")) + QLatin1Char('-')
+                   + formatDate(end, QStringLiteral("hh:mm")) + QLatin1Char(' ');
+    if (multiUser)
+        line += owner + QStringLiteral(": ");
+    return line + place.trimmed() + QStringLiteral(" | ") + contact + QStringLiteral(" | ") + description;
+}
+
+Date monthFirstCell(Date selected, bool dayFirst)
+{
+    // The first of the month is read back from text, as the date on show is written.
+    const Date first = dayFirst
+        ? toDate(QStringLiteral("01/") + formatDate(selected, QStringLiteral("mm/yyyy")), DateOrder::DayMonthYear)
+        : toDate(formatDate(selected, QStringLiteral("mm/01/yyyy")), DateOrder::MonthDayYear);
+    return first.addDays(1 - weekdayFromMonday(first));
+}
+
+DateRange viewRange(int view, Date selected, bool dayFirst)
+{
+    const Date day = selected.datePart();
+    switch (view) {
+    case 1:
+        return {day, day.addDays(1)};
+    case 2: {
+        const Date monday = day.addDays(1 - weekdayFromMonday(day));
+        return {monday, monday.addDays(7)};
+    }
+    default: {
+        const Date from = monthFirstCell(selected, dayFirst);
+        return {from, from.addDays(35)};
+    }
+    }
+}
+
+} // namespace dayvex

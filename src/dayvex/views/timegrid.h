@@ -1,0 +1,82 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/platform/date.h>
+
+#include <QString>
+
+#include <array>
+#include <vector>
+
+namespace dayvex {
+
+// The arithmetic of the day and week time grid, in twips and rows, free of widgets.
+
+// Slots from start to end in steps of step minutes, both ends included. A start
+// or end that is no time is replaced by "08:00" / "20:00", a step of 0 or less by
+// 30, all in place (the caller stores them back).
+DAYVEX_EXPORT qint32 slotCount(QString &start, QString &end, qint16 &step);
+
+// The time of each slot row, as the hour column ("H") and the minute column
+// (the right two characters of "h:nn") show it.
+struct SlotLabel
+{
+    QString hour;
+    QString minutes;
+};
+DAYVEX_EXPORT std::vector<SlotLabel> slotLabels(const QString &start, qint16 step, qint32 count);
+
+// The grid row of a time of day. The minutes factor is 1450, not 1440: the small
+// excess moves late times by under half a slot, and boxes have always landed there.
+// In the week view two rows are added for the heading row.
+DAYVEX_EXPORT qint32 timeRow(Date time, Date dayStart, qint16 step, bool week);
+
+// Where the grid stands and how it is scrolled, in twips.
+struct GridGeometry
+{
+    double left = 0;
+    double top = 0;
+    double height = 0;
+    double rowHeight = 0;     // RowHeight(1)
+    qint32 topRow = 0;        // first scrolled row shown (the heading row excluded)
+    std::array<double, 9> colPos{};
+    std::array<double, 9> colWidth{};
+    Date dayStart;
+    qint16 step = 30;
+    bool week = false;
+};
+
+struct BoxInput
+{
+    QString times;   // "hh:mm-hh:mm": the first five characters start, the last five end
+    int day = 0;     // 0 = Monday ... 6 = Sunday (always 0 in the day view)
+};
+
+struct BoxPlacement
+{
+    bool visible = true;
+    double left = 0, top = 0, width = 0, height = 0;
+};
+
+// Places the boxes of one view in two passes: the first counts, per row and day,
+// the visible boxes covering it; the second lays overlapping boxes side by side.
+// Throws dayvex::Error 9 for a box whose rows pass row 100.
+DAYVEX_EXPORT std::vector<BoxPlacement> placeBoxes(const std::vector<BoxInput> &boxes, const GridGeometry &grid);
+
+// The box text: "hh:mm-hh:mm ", the owner and ": " when multiUser, the trimmed
+// place, " | ", the contact, " | ", the description. The separators are always written.
+DAYVEX_EXPORT QString appointmentLine(Date start, Date end, bool multiUser, const QString &owner,
+                                      const QString &place, const QString &contact, const QString &description);
+
+// First day shown and the day after the last, per view (1 day, 2 week, 3 month).
+struct DateRange
+{
+    Date from;
+    Date to;
+};
+DAYVEX_EXPORT DateRange viewRange(int view, Date selected, bool dayFirst);
+
+// The Monday on or before the first day of the month of selected.
+DAYVEX_EXPORT Date monthFirstCell(Date selected, bool dayFirst);
+
+} // namespace dayvex

@@ -1,0 +1,241 @@
+#include <dayvex/platform/error.h>
+#include <dayvex/platform/format.h>
+#include <dayvex/views/timegrid.h>
+#include <dayvex/views/todoorder.h>
+
+#include <QTest>
+
+using namespace dayvex;
+
+namespace {
+Date time(const char *text)
+{
+    return *parseDate(QString::fromLatin1(text), DateOrder::DayMonthYear);
+}
+
+GridGeometry dayGrid()
+{
+    GridGeometry g;
+    g.top = 400;
+    g.height = 6000;
+    g.rowHeight = 240;
+    g.dayStart = time("08:00");
+    g.step = 30;
+    g.colPos = {0, 400, 800, 0, 0, 0, 0, 0, 0};
+    g.colWidth = {400, 400, 3000, 0, 0, 0, 0, 0, 0};
+    return g;
+}
+} // namespace
+
+class tst_TimeGrid : public QObject
+{
+    Q_OBJECT
+private slots:
+    void slotCount_data();
+    void slotCount();
+    void labels();
+    void rows_data();
+    void rows();
+    void singleBox();
+    void threeWayOverlap();
+    void staggeredOverlap();
+    void scrolledAndHidden();
+    void occupancyLimit();
+    void appointmentLineKeepsSeparators();
+    void monthFirstCell_data();
+    void monthFirstCell();
+    void weekRange();
+    void todoOrder_data();
+    void todoOrder();
+};
+
+void tst_TimeGrid::slotCount_data()
+{
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<QString>("end");
+    QTest::addColumn<int>("step");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("storedStart");
+    QTest::addColumn<int>("storedStep");
+    QTest::newRow("defaults") << "08:00" << "20:00" << 30 << 25 << "08:00" << 30;
+    QTest::newRow("end off the step") << "08:00" << "20:10" << 30 << 26 << "08:00" << 30;
+    QTest::newRow("start after end") << "21:00" << "20:00" << 30 << 1 << "21:00" << 30;
+    QTest::newRow("equal") << "09:00" << "09:00" << 15 << 1 << "09:00" << 15;
+    QTest::newRow("no step") << "08:00" << "20:00" << 0 << 25 << "08:00" << 30;
+    QTest::newRow("bad start") << "25:99" << "09:00" << 30 << 3 << "08:00" << 30;
+}
+
+void tst_TimeGrid::slotCount()
+{
+    QFETCH(QString, start);
+    QFETCH(QString, end);
+    QFETCH(int, step);
+    QFETCH(int, count);
+    QFETCH(QString, storedStart);
+    QFETCH(int, storedStep);
+    qint16 s = qint16(step);
+    QCOMPARE(dayvex::slotCount(start, end, s), count);
+    QCOMPARE(start, storedStart);
+    QCOMPARE(int(s), storedStep);
+}
+
+void tst_TimeGrid::labels()
+{
+    const auto labels = slotLabels("08:00", 30, 25);
+    QCOMPARE(labels.size(), size_t(25));
+    QCOMPARE(labels[0].hour, "8");
+    QCOMPARE(labels[1].minutes, "30");
+    QCOMPARE(labels[24].hour, "20");
+    QCOMPARE(labels[24].minutes, "00");
+}
+
+void tst_TimeGrid::rows_data()
+{
+    QTest::addColumn<QString>("at");
+    QTest::addColumn<int>("step");
+    QTest::addColumn<bool>("week");
+    QTest::addColumn<int>("row");
+    QTest::newRow("first slot") << "08:00" << 30 << false << 0;
+    QTest::newRow("on a slot") << "09:30" << 30 << false << 3;
+    QTest::newRow("week adds two") << "09:30" << 30 << true << 5;
+    QTest::newRow("before the day, cut toward zero") << "07:00" << 30 << false << -1;
+    QTest::newRow("late time pulled forward by 1450") << "19:45" << 30 << false << 24;
+    QTest::newRow("half a slot rounds up") << "08:15" << 30 << false << 1;
+    QTest::newRow("five-minute slots") << "16:20" << 5 << false << 101;
+}
+
+void tst_TimeGrid::rows()
+{
+    QFETCH(QString, at);
+    QFETCH(int, step);
+    QFETCH(bool, week);
+    QFETCH(int, row);
+    QCOMPARE(timeRow(time(qPrintable(at)), time("08:00"), qint16(step), week), row);
+}
+
+void tst_TimeGrid::singleBox()
+{
+    const auto p = placeBoxes({{"09:00-10:00", 0}}, dayGrid());
+    QVERIFY(p[0].visible);
+    QCOMPARE(p[0].top, 400 + 2 * 240 + 30.0);
+    QCOMPARE(p[0].height, 400 + 40 + 4 * 240 - p[0].top); // ends 10 twips below the next box's top
+    QCOMPARE(p[0].left, 800 + 30.0);
+    QCOMPARE(p[0].width, 3000.0);
+
+    const auto reversed = placeBoxes({{"10:00-09:00", 0}}, dayGrid()); // one row at least
+    QCOMPARE(reversed[0].height, 400 + 40 + 5 * 240 - reversed[0].top);
+}
+
+void tst_TimeGrid::threeWayOverlap()
+{
+    const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}, {"09:00-10:00", 0}}, dayGrid());
+    for (const auto &box : p)
+        QCOMPARE(box.width, 3000.0 / 3 + 10);
+    QCOMPARE(p[0].left, 830.0);
+    QCOMPARE(p[1].left, 1830.0);
+    QCOMPARE(p[2].left, 2830.0);
+}
+
+void tst_TimeGrid::staggeredOverlap()
+{
+    // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
+    // others but is not searched for itself, so only the later box is narrowed.
+    const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:30-10:30", 0}, {"10:30-11:00", 0}}, dayGrid());
+    QCOMPARE(p[0].width, 3000.0);
+    QCOMPARE(p[1].width, 1510.0);
+    QCOMPARE(p[1].left, 830.0);
+    QCOMPARE(p[2].width, 3000.0);
+    // two boxes from 9:00 overlap in rows they both search: side by side
+    const auto q = placeBoxes({{"09:00-10:30", 0}, {"09:00-10:00", 0}}, dayGrid());
+    QCOMPARE(q[0].left, 830.0);
+    QCOMPARE(q[1].left, 2330.0);
+}
+
+void tst_TimeGrid::scrolledAndHidden()
+{
+    GridGeometry g = dayGrid();
+    g.topRow = 4; // 10:00 is the first row shown
+    const auto p = placeBoxes({{"09:00-11:00", 0}, {"08:00-09:00", 0}, {"19:00-19:30", 0}}, g);
+    QVERIFY(p[0].visible);
+    QCOMPARE(p[0].top, 430.0); // clamped to the top
+    QVERIFY(!p[1].visible);    // wholly above
+    g.topRow = 0;
+    g.height = 1000;
+    QVERIFY(!placeBoxes({{"19:00-19:30", 0}}, g)[0].visible); // wholly below
+}
+
+void tst_TimeGrid::occupancyLimit()
+{
+    GridGeometry g = dayGrid();
+    g.step = 5;
+    QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"16:00-16:40", 0}}, g));
+    try {
+        placeBoxes({{"16:00-16:40", 0}}, g);
+    } catch (const Error &e) {
+        QCOMPARE(e.number(), 9);
+    }
+    QCOMPARE(placeBoxes({{"15:00-15:30", 0}}, g).size(), size_t(1));
+}
+
+void tst_TimeGrid::appointmentLineKeepsSeparators()
+{
+    const Date start = Date::fromDateTime(QDateTime(QDate(2026, 11, 23), QTime(9, 0)));
+    QCOMPARE(appointmentLine(start, start.addMinutes(45), true, "Rossi", " Sala A ", "Ferri", "Riunione"),
+             "09:00-09:45 Rossi: Sala A | Ferri | Riunione");
+    QCOMPARE(appointmentLine(start, start.addMinutes(45), false, "Rossi", "", "", "x"), "09:00-09:45  |  | x");
+}
+
+void tst_TimeGrid::monthFirstCell_data()
+{
+    QTest::addColumn<QDate>("shown");
+    QTest::addColumn<QDate>("firstCell");
+    // one month starting on each weekday
+    QTest::newRow("Monday") << QDate(2026, 6, 15) << QDate(2026, 6, 1);
+    QTest::newRow("Tuesday") << QDate(2026, 9, 30) << QDate(2026, 8, 31);
+    QTest::newRow("Wednesday") << QDate(2026, 4, 2) << QDate(2026, 3, 30);
+    QTest::newRow("Thursday") << QDate(2026, 1, 31) << QDate(2025, 12, 29);
+    QTest::newRow("Friday") << QDate(2026, 5, 1) << QDate(2026, 4, 27);
+    QTest::newRow("Saturday") << QDate(2026, 8, 8) << QDate(2026, 7, 27);
+    QTest::newRow("Sunday, December 2000") << QDate(2000, 12, 3) << QDate(2000, 11, 27);
+}
+
+void tst_TimeGrid::monthFirstCell()
+{
+    QFETCH(QDate, shown);
+    QFETCH(QDate, firstCell);
+    for (bool dayFirst : {true, false})
+        QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
+    const DateRange range = viewRange(3, Date::fromDate(shown), true);
+    QCOMPARE(range.to.toDate(), firstCell.addDays(35));
+}
+
+void tst_TimeGrid::weekRange()
+{
+    const DateRange week = viewRange(2, Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(15, 0))), true);
+    QCOMPARE(week.from.toDate(), QDate(2000, 11, 27));
+    QCOMPARE(week.to.toDate(), QDate(2000, 12, 4));
+    const DateRange day = viewRange(1, Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(15, 0))), true);
+    QCOMPARE(day.from.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(0, 0)));
+}
+
+void tst_TimeGrid::todoOrder_data()
+{
+    QTest::addColumn<QList<int>>("priorities");
+    QTest::addColumn<QList<int>>("rows");
+    QTest::newRow("ascending") << QList<int>{3, 1, 2} << QList<int>{1, 2, 0};
+    QTest::newRow("equal: later first") << QList<int>{2, 2} << QList<int>{1, 0};
+    QTest::newRow("two digits") << QList<int>{10, 9, 10} << QList<int>{1, 2, 0};
+    QTest::newRow("empty") << QList<int>{} << QList<int>{};
+}
+
+void tst_TimeGrid::todoOrder()
+{
+    QFETCH(QList<int>, priorities);
+    QFETCH(QList<int>, rows);
+    std::vector<qint16> p(priorities.begin(), priorities.end());
+    const std::vector<int> order = todoRowOrder(p);
+    QCOMPARE(QList<int>(order.begin(), order.end()), rows);
+}
+
+QTEST_GUILESS_MAIN(tst_TimeGrid)
+#include "tst_timegrid.moc"
