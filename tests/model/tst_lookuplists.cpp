@@ -24,7 +24,6 @@ private slots:
     void usersRefuse();
     void usersKeepTheNameAsGiven();
     void placesAndProjects();
-    void partsCreatedOnFirstRead();
     void clearReleases();
 };
 
@@ -81,18 +80,6 @@ void tst_LookupLists::placesAndProjects()
     projects.Add("Sito");
     QCOMPARE(projects.Count(), 2);
     QCOMPARE(errorOf([&] { projects.Item("Sito"); }).first, 5);
-}
-
-void tst_LookupLists::partsCreatedOnFirstRead()
-{
-    DayvexData data;
-    QCOMPARE(data.Schedules(), data.Schedules());
-    QCOMPARE(data.ToDoS()->ActiveProjects(), data.ToDoS()->ActiveProjects());
-    auto shared = std::make_shared<Schedules>();
-    DayvexData other;
-    data.setSchedules(shared);
-    other.setSchedules(shared);
-    QCOMPARE(data.Schedules(), other.Schedules());
 }
 
 void tst_LookupLists::clearReleases()

@@ -11,7 +11,6 @@ class tst_Records : public QObject
 private slots:
     void interfaceOrder_data();
     void interfaceOrder();
-    void setByName();
 };
 
 void tst_Records::interfaceOrder_data()
@@ -37,19 +36,6 @@ void tst_Records::interfaceOrder()
     for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i)
         names << QString::fromLatin1(meta->property(i).name());
     QCOMPARE(names, members);
-}
-
-void tst_Records::setByName()
-{
-    ToDo todo;
-    QCOMPARE(todo.Done, false);
-    QCOMPARE(todo.Priority, qint16(0));
-    const QMetaObject &meta = ToDo::staticMetaObject;
-    QVERIFY(meta.property(meta.indexOfProperty("Priority")).writeOnGadget(&todo, QVariant::fromValue(qint16(4))));
-    QVERIFY(meta.property(meta.indexOfProperty("DueTo")).writeOnGadget(&todo, QVariant::fromValue(Date(36863.5))));
-    QCOMPARE(todo.Priority, qint16(4));
-    QCOMPARE(todo.DueTo, Date(36863.5));
-    QCOMPARE(meta.property(meta.indexOfProperty("DueTo")).readOnGadget(&todo).value<Date>(), Date(36863.5));
 }
 
 QTEST_GUILESS_MAIN(tst_Records)

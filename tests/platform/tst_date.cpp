@@ -86,8 +86,6 @@ void tst_Date::arithmeticCrossesZero()
     QCOMPARE(evening.addMinutes(6 * 60).value(), 0.0);
     QCOMPARE(evening.addMinutes(7 * 60).toDateTime(), QDateTime(QDate(1899, 12, 30), QTime(1, 0)));
     QCOMPARE(Date(0.25).addMinutes(-12 * 60).value(), -1.75);
-    QVERIFY(Date(36863.0) < Date(36863.5));
-    QVERIFY(Date().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_Date)

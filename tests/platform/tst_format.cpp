@@ -57,11 +57,9 @@ void tst_Format::formatNumber_data()
     QTest::addColumn<QString>("pattern");
     QTest::addColumn<QString>("expected");
     QTest::newRow("#0") << 12.0 << "#0" << "12";
-    QTest::newRow("#0 zero") << 0.0 << "#0" << "0";
     QTest::newRow("half away from zero") << 2.5 << "#0" << "3";
     QTest::newRow("negative half") << -2.5 << "#0" << "-3";
     QTest::newRow("00 pads") << 9.0 << "00" << "09";
-    QTest::newRow("00 keeps longer") << 123.0 << "00" << "123";
     QTest::newRow("thirteen digits") << 42.0 << "0000000000000" << "0000000000042";
     QTest::newRow("past 32 bits") << 2147483648.0 << "#0" << "2147483648";
 }
@@ -78,13 +76,10 @@ void tst_Format::val_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<double>("expected");
-    QTest::newRow("digits") << "12" << 12.0;
     QTest::newRow("leading number") << "12abc" << 12.0;
     QTest::newRow("no number") << "x" << 0.0;
-    QTest::newRow("empty") << "" << 0.0;
     QTest::newRow("blanks anywhere") << " 1 2\t3" << 123.0;
     QTest::newRow("decimal") << "3.75 h" << 3.75;
-    QTest::newRow("sign") << "-8" << -8.0;
     QTest::newRow("exponent") << "1e3" << 1000.0;
     QTest::newRow("D exponent") << "2D2" << 200.0;
     QTest::newRow("dangling exponent") << "5e" << 5.0;

@@ -49,7 +49,6 @@ private slots:
     void positionsAndKeys();
     void errors_data();
     void errors();
-    void removeShiftsPositions();
     void insertBefore();
 };
 
@@ -99,20 +98,6 @@ void tst_KeyedCollection::errors()
     };
     QCOMPARE(errorNumber(calls[which]), number);
     QCOMPARE(c.names(), QStringList({"a", "b"})); // a failed call changes nothing
-}
-
-void tst_KeyedCollection::removeShiftsPositions()
-{
-    Collection c;
-    c.add("a", "A");
-    c.add("b", "B");
-    c.add("c", "C");
-    c.Remove(1);
-    QCOMPARE(c.Item(1)->name, "b");
-    c.Remove("c");
-    QCOMPARE(c.names(), QStringList({"b"}));
-    c.add("a again", "a"); // a removed key is free again
-    QCOMPARE(c.Count(), 2);
 }
 
 void tst_KeyedCollection::insertBefore()

@@ -369,45 +369,38 @@ void zntDayvex::WriteProperties(PropertyBag &bag) const
 
 // ---- events ----
 
-BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca)
+// Emits one Before signal with both flags false and hands back what the host left in them.
+template <typename Record>
+static BeforeAnswer askHost(zntDayvex *control,
+                            void (zntDayvex::*signal)(std::shared_ptr<Record> &, bool &, bool &),
+                            std::shared_ptr<Record> &record)
 {
     BeforeAnswer answer;
+    (control->*signal)(record, answer.ExternalHandled, answer.Cancel);
+    return answer;
+}
+
+BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca)
+{
     switch (id) {
-    case EventId::BeforeScheduleAdd:
-        emit BeforeScheduleAdd(mSca, answer.ExternalHandled, answer.Cancel);
-        break;
-    case EventId::BeforeScheduleDelete:
-        emit BeforeScheduleDelete(mSca, answer.ExternalHandled, answer.Cancel);
-        break;
-    case EventId::BeforeScheduleChange:
-        emit BeforeScheduleChange(mSca, answer.ExternalHandled, answer.Cancel);
-        break;
+    case EventId::BeforeScheduleAdd: return askHost(this, &zntDayvex::BeforeScheduleAdd, mSca);
+    case EventId::BeforeScheduleDelete: return askHost(this, &zntDayvex::BeforeScheduleDelete, mSca);
+    case EventId::BeforeScheduleChange: return askHost(this, &zntDayvex::BeforeScheduleChange, mSca);
     default:
         throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of an appointment").arg(qint32(id)));
     }
-    return answer;
 }
 
 BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo)
 {
-    BeforeAnswer answer;
     switch (id) {
-    case EventId::BeforeTodoAdd:
-        emit BeforeTodoAdd(mToDo, answer.ExternalHandled, answer.Cancel);
-        break;
-    case EventId::BeforeTodoDelete:
-        emit BeforeTodoDelete(mToDo, answer.ExternalHandled, answer.Cancel);
-        break;
-    case EventId::BeforeTodoChange:
-        emit BeforeTodoChange(mToDo, answer.ExternalHandled, answer.Cancel);
-        break;
-    case EventId::BeforeTodoSetComplete:
-        emit BeforeTodoSetComplete(mToDo, answer.ExternalHandled, answer.Cancel);
-        break;
+    case EventId::BeforeTodoAdd: return askHost(this, &zntDayvex::BeforeTodoAdd, mToDo);
+    case EventId::BeforeTodoDelete: return askHost(this, &zntDayvex::BeforeTodoDelete, mToDo);
+    case EventId::BeforeTodoChange: return askHost(this, &zntDayvex::BeforeTodoChange, mToDo);
+    case EventId::BeforeTodoSetComplete: return askHost(this, &zntDayvex::BeforeTodoSetComplete, mToDo);
     default:
         throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of a to-do").arg(qint32(id)));
     }
-    return answer;
 }
 
 BeforeAnswer zntDayvex::raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder)
