@@ -63,6 +63,7 @@ DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
     auto data = std::make_shared<DayvexData>();
     fillSampleData(*data, m_control->StartDay().toDate());
     m_control->setPlan(data);
+    m_control->Refresh(zntPlanShowWeek);
 }
 
 DemoWindow::~DemoWindow()

@@ -1,5 +1,7 @@
 #include "demowindow.h"
 
+#include <dayvex/control/zntdayvex.h>
+
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
@@ -39,11 +41,17 @@ int main(int argc, char *argv[])
     }
     window.show();
     QCoreApplication::processEvents();
-    const QString file = QDir(dir).filePath(QStringLiteral("window.png"));
-    if (!window.grab().save(file)) {
-        std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
-        return 1;
+    const std::pair<dayvex::zntPlanShowType, const char *> views[] = {
+        {dayvex::zntPlanShowDay, "day.png"}, {dayvex::zntPlanShowWeek, "week.png"}, {dayvex::zntPlanShowMonth, "month.png"}};
+    for (const auto &[style, name] : views) {
+        window.control()->Refresh(style);
+        QCoreApplication::processEvents();
+        const QString file = QDir(dir).filePath(QString::fromLatin1(name));
+        if (!window.grab().save(file)) {
+            std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
+            return 1;
+        }
+        std::printf("%s\n", qPrintable(file));
     }
-    std::printf("%s\n", qPrintable(file));
     return 0;
 }

@@ -6,6 +6,7 @@
 #include <dayvex/platform/date.h>
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
+#include <dayvex/platform/color.h>
 #include <dayvex/platform/keyedcollection.h>
 
 #include <dayvex/model/alarms.h>
@@ -28,3 +29,7 @@
 
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>
+#include <dayvex/views/appointmentorder.h>
+#include <dayvex/views/appointmentbox.h>
+#include <dayvex/views/agendagrid.h>
+#include <dayvex/views/todogrid.h>

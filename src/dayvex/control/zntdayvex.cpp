@@ -9,6 +9,13 @@
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/clock.h>
 #include <dayvex/platform/format.h>
+#include <dayvex/views/agendagrid.h>
+#include <dayvex/views/appointmentorder.h>
+#include <dayvex/views/todogrid.h>
+
+#include <QCoreApplication>
+#include <QScrollBar>
+#include <QSignalBlocker>
 
 #include <QAction>
 #include <QGroupBox>
@@ -69,19 +76,20 @@ void zntDayvex::createChildren()
     m_thisDay->setFont(QFont(QStringLiteral("Arial"), 11, QFont::Bold));
     m_thisDay->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 
-    m_lista = new QTableWidget(0, 3, this);
-    m_lista->setObjectName(QStringLiteral("Lista"));
-    m_daFare = new QTableWidget(1, 4, this);
-    m_daFare->setObjectName(QStringLiteral("DaFare"));
-    for (QTableWidget *grid : {m_lista, m_daFare}) {
-        grid->horizontalHeader()->hide();
-        grid->verticalHeader()->hide();
-        grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
-        grid->setSelectionMode(QAbstractItemView::SingleSelection);
-    }
+    m_lista = new AgendaGrid(this);
+    m_daFare = new ToDoGrid(this);
 
     m_calendar = new MonthCalendar(this);
     m_calendar->setObjectName(QStringLiteral("Calendar"));
+
+    connect(m_tipoVis, &QTabBar::currentChanged, this, [this] { runFromUser([this] { selectView(); }); });
+    connect(m_calendar, &MonthCalendar::dateClicked, this,
+            [this](const QDate &date) { runFromUser([this, date] { onCalendarDateClicked(date); }); });
+    connect(m_calendar, &MonthCalendar::selectionChanged, this,
+            [this] { runFromUser([this] { onCalendarSelectionChanged(); }); });
+    // The boxes follow the rows they stand on.
+    connect(m_lista->verticalScrollBar(), &QScrollBar::valueChanged, this,
+            [this] { runFromUser([this] { drawView(selectedTab()); }); });
 
     m_statusBar = new QStatusBar(this);
     m_statusBar->setObjectName(QStringLiteral("StatusBar"));
@@ -226,6 +234,9 @@ void zntDayvex::setStartDay(Date value)
 {
     m_startDay = value;
     m_calendar->setSelectedDate(value.toDate());
+    drawAppointments();
+    rebuildTimeRows();
+    refillToDos();
     markChanged("StartDay");
 }
 
@@ -343,6 +354,8 @@ void zntDayvex::ReadProperties(PropertyBag &propertyBag)
     LoadLanguage();
     applyMenuCaptions();
     m_calendar->setSelectedDate(m_startDay.toDate());
+    rebuildTimeRows();
+    refillToDos();
     m_pressedListIndex = -1;
     m_pressedLineIndex = -1;
 }
@@ -441,7 +454,178 @@ void zntDayvex::resizeEvent(QResizeEvent *event)
         break;
     }
     layOutChildren();
+    // A complete pass rebuilds the selected view from scratch.
+    m_currentView = zntPlanShowDefault;
+    runFromUser([this] { selectView(); });
     m_inResize = false;
+}
+
+// ---- views ----
+
+template <typename Step>
+void zntDayvex::runFromUser(Step step)
+{
+    // Nothing up the stack of a user's click or of a resize can take the error.
+    try {
+        step();
+    } catch (const Error &error) {
+        qWarning("zntDayvex: error %d: %s", int(error.number()), qPrintable(error.description()));
+    }
+}
+
+int zntDayvex::selectedTab() const
+{
+    return m_tipoVis->currentIndex() + 1;
+}
+
+bool zntDayvex::dayFirst() const
+{
+    return sharedSettings().DateFormat.left(1).toUpper() == QLatin1String("D");
+}
+
+void zntDayvex::Refresh(zntPlanShowType Style, bool RebuildFrame)
+{
+    Q_UNUSED(RebuildFrame);
+    if (Style != zntPlanShowDefault) {
+        if (Style < zntPlanShowDay || Style > zntPlanShowMonth)
+            throw Error::invalidArgument(QStringLiteral("view style %1 is none of 0 to 3").arg(qint32(Style)));
+        {
+            const QSignalBlocker block(m_tipoVis);
+            m_tipoVis->setCurrentIndex(Style - 1);
+        }
+        selectView();
+    }
+    QCoreApplication::processEvents();
+    if (m_currentView == zntPlanShowDay || m_currentView == zntPlanShowWeek)
+        rebuildTimeRows();
+    refillToDos();
+    drawAppointments();
+    drawView(m_currentView);
+    rebuildAlarms();
+}
+
+void zntDayvex::selectView()
+{
+    const TwipsScale scale = TwipsScale::of(this);
+    const double gridWidth = scale.toTwips(m_lista->width());
+    const Date shown = Date::fromDate(m_calendar->selectedDate());
+    const int tab = selectedTab();
+    switch (tab) {
+    case zntPlanShowMonth:
+        if (m_currentView == zntPlanShowMonth)
+            break;
+        m_lista->clearItems();
+        m_lista->setMonthLayout(gridWidth, scale.toTwips(m_lista->height()));
+        m_lista->showMonthDates(monthFirstCell(shown, dayFirst()), shown);
+        m_currentView = zntPlanShowMonth;
+        break;
+    case zntPlanShowWeek:
+        m_currentView = zntPlanShowWeek;
+        m_lista->setWeekColumns(weekViewColumnWidth(gridWidth));
+        rebuildTimeRows();
+        m_lista->setWeekHeading(weekHeadings(viewRange(zntPlanShowWeek, shown, dayFirst()).from));
+        if (m_lista->rowCount() > 0)
+            m_lista->setCurrentCell(0, qMax(0, m_lista->currentColumn()));
+        break;
+    default:
+        m_currentView = zntPlanShowDay;
+        m_lista->setHeadingRow(false);
+        m_lista->setDayColumns(dayViewColumnWidth(gridWidth));
+        rebuildTimeRows();
+        break;
+    }
+    if (m_inResize)
+        drawView(tab);
+    else
+        onCalendarSelectionChanged();
+}
+
+void zntDayvex::rebuildTimeRows()
+{
+    if (selectedTab() == zntPlanShowMonth)
+        return;
+    SharedSettings &shared = sharedSettings();
+    QString start = shared.DayStartTime;
+    QString end = shared.DayEndTime;
+    // A step of 0 or less comes back as 30 and stays so.
+    const qint32 count = slotCount(start, end, shared.DayStepMinutes);
+    m_lista->setTimeRows(slotLabels(start, shared.DayStepMinutes, count));
+    if (m_currentView == zntPlanShowWeek)
+        m_lista->setHeadingRow(true);
+}
+
+void zntDayvex::refillToDos()
+{
+    const std::shared_ptr<DayvexData> plan = Plan();
+    const std::shared_ptr<ToDoS> todos = plan ? plan->ToDoS() : std::make_shared<ToDoS>();
+    m_daFare->fill(*todos, {text(Text::PriorityShort), text(Text::Project), text(Text::ToDo)},
+                   TwipsScale::of(this).toTwips(m_daFare->width()));
+}
+
+void zntDayvex::drawAppointments()
+{
+    const int view = selectedTab();
+    const Date shown = Date::fromDate(m_calendar->selectedDate());
+    const DateRange range = viewRange(view, shown, dayFirst());
+    m_thisDay->setText(viewCaption(view, shown));
+    if (view == zntPlanShowWeek)
+        m_lista->setWeekHeading(weekHeadings(range.from));
+    else if (view == zntPlanShowMonth)
+        m_lista->showMonthDates(range.from, shown);
+
+    std::vector<AgendaEntry> entries;
+    if (const std::shared_ptr<DayvexData> plan = Plan()) {
+        const SharedSettings &shared = sharedSettings();
+        for (const std::shared_ptr<Schedule> &s : appointmentsStartingIn(*plan->Schedules(), range)) {
+            AgendaEntry entry;
+            entry.key = s->Key;
+            entry.line = appointmentLine(s->StartDate, s->EndDate, shared.MultiUserEnabled, s->Owner, s->Place,
+                                         s->Contact, s->Description);
+            entry.times = entry.line.left(11);
+            entry.dates = formatDate(s->StartDate, shared.DateFormat) + QLatin1Char('-')
+                          + formatDate(s->EndDate, shared.DateFormat);
+            entry.start = s->StartDate;
+            entry.color = s->Color;
+            entries.push_back(std::move(entry));
+        }
+    }
+    if (view == zntPlanShowMonth)
+        m_lista->showDayLists(entries);
+    else
+        m_lista->showBoxes(entries);
+    drawView(view);
+}
+
+void zntDayvex::drawView(int view)
+{
+    if (view == zntPlanShowMonth) {
+        m_lista->placeDayLists(monthFirstCell(Date::fromDate(m_calendar->selectedDate()), dayFirst()));
+        return;
+    }
+    if (view != zntPlanShowDay && view != zntPlanShowWeek)
+        return;
+    const SharedSettings &shared = sharedSettings();
+    const std::optional<Date> start = parseDate(shared.DayStartTime);
+    const Date dayStart = start ? start->timePart() : Date::fromTime(QTime(8, 0));
+    m_lista->placeBoxes(view == zntPlanShowWeek, dayStart, shared.DayStepMinutes > 0 ? shared.DayStepMinutes : 30);
+}
+
+void zntDayvex::rebuildAlarms()
+{
+    if (const std::shared_ptr<DayvexData> plan = Plan())
+        plan->setAlarms(Alarms::fromRecords(*plan->Schedules(), *plan->ToDoS()));
+}
+
+void zntDayvex::onCalendarDateClicked(const QDate &date)
+{
+    drawAppointments();
+    Date NewDate = Date::fromDate(date);
+    emit DateSelected(NewDate);
+}
+
+void zntDayvex::onCalendarSelectionChanged()
+{
+    drawAppointments();
 }
 
 void zntDayvex::layOutChildren()

@@ -15,7 +15,6 @@ class QLabel;
 class QMenu;
 class QStatusBar;
 class QTabBar;
-class QTableWidget;
 class QGroupBox;
 class QLineEdit;
 class QTextEdit;
@@ -23,8 +22,10 @@ class QTimer;
 
 namespace dayvex {
 
+class AgendaGrid;
 class MonthCalendar;
 class PropertyBag;
+class ToDoGrid;
 
 // The view styles; also the tab numbers of TipoVis and the values of CurrentView.
 enum zntPlanShowType : qint16 {
@@ -93,6 +94,10 @@ public:
     void setLanguageFileName(const QString &value);
     qint16 CurrentView() const { return m_currentView; }
 
+    // Forces a complete repaint of a object. Style selects a view (the default
+    // keeps the current one); RebuildFrame is accepted and has no effect.
+    void Refresh(zntPlanShowType Style = zntPlanShowDefault, bool RebuildFrame = false);
+
     // The container's life cycle.
     void InitProperties();
     void ReadProperties(PropertyBag &bag);
@@ -148,6 +153,21 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    // The view switch of the tab strip, then the drawing steps of the views.
+    void selectView();
+    int selectedTab() const;
+    bool dayFirst() const;
+    void rebuildTimeRows();
+    void refillToDos();
+    void drawAppointments();
+    void drawView(int view);
+    void rebuildAlarms();
+    void onCalendarDateClicked(const QDate &date);
+    void onCalendarSelectionChanged();
+    // Runs a drawing step started by the user, where no host call could catch its error.
+    template <typename Step>
+    void runFromUser(Step step);
+
     void createChildren();
     void createMenus();
     void showClock();
@@ -167,8 +187,8 @@ private:
     qint32 m_pressedLineIndex = -1;
 
     // Children, named as the host and the language file know them.
-    QTableWidget *m_lista = nullptr;
-    QTableWidget *m_daFare = nullptr;
+    AgendaGrid *m_lista = nullptr;
+    ToDoGrid *m_daFare = nullptr;
     MonthCalendar *m_calendar = nullptr;
     QTabBar *m_tipoVis = nullptr;
     QLabel *m_thisDay = nullptr;

@@ -3,6 +3,7 @@
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace dayvex {
@@ -43,6 +44,20 @@ std::vector<SlotLabel> slotLabels(const QString &start, qint16 step, qint32 coun
         t = t.addMinutes(step);
     }
     return labels;
+}
+
+std::vector<RowRun> hourRuns(const std::vector<SlotLabel> &labels)
+{
+    std::vector<RowRun> runs;
+    for (size_t row = 0; row < labels.size();) {
+        size_t next = row + 1;
+        while (next < labels.size() && labels[next].hour == labels[row].hour)
+            ++next;
+        if (next - row > 1)
+            runs.push_back({qint32(row), qint32(next - row)});
+        row = next;
+    }
+    return runs;
 }
 
 qint32 timeRow(Date time, Date dayStart, qint16 step, bool week)
@@ -168,6 +183,37 @@ Date monthFirstCell(Date selected, bool dayFirst)
         ? toDate(QStringLiteral("01/") + formatDate(selected, QStringLiteral("mm/yyyy")), DateOrder::DayMonthYear)
         : toDate(formatDate(selected, QStringLiteral("mm/01/yyyy")), DateOrder::MonthDayYear);
     return first.addDays(1 - weekdayFromMonday(first));
+}
+
+QStringList weekHeadings(Date monday)
+{
+    QStringList headings;
+    for (int day = 0; day < 7; ++day) {
+        const Date d = monday.addDays(day);
+        headings << formatDate(d, QStringLiteral("ddd")) + QLatin1Char(' ') + QString::number(d.toDate().day());
+    }
+    return headings;
+}
+
+QString viewCaption(int view, Date selected)
+{
+    if (view == 1)
+        return formatDate(selected, QStringLiteral("dddd dd"));
+    return formatDate(selected, QStringLiteral("mmmm")) + QLatin1Char(' ') + formatDate(selected, QStringLiteral("yyyy"));
+}
+
+MonthCell monthCellOf(Date day, Date from)
+{
+    const qint32 offset = qint32(std::floor(day.datePart().value() - from.datePart().value()));
+    const qint32 week = offset >= 0 ? offset / 7 : (offset - 6) / 7;
+    return {week, offset - week * 7 + 2};
+}
+
+MonthRowHeights monthRowHeights(double gridHeight, double captionHeight)
+{
+    const double week = std::max(0.0, (gridHeight - 100) / 6);
+    const double dateRow = std::min(captionHeight, week / 2);
+    return {dateRow, week - dateRow};
 }
 
 DateRange viewRange(int view, Date selected, bool dayFirst)

@@ -4,6 +4,7 @@
 #include <dayvex/platform/date.h>
 
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <vector>
@@ -25,6 +26,16 @@ struct SlotLabel
     QString minutes;
 };
 DAYVEX_EXPORT std::vector<SlotLabel> slotLabels(const QString &start, qint16 step, qint32 count);
+
+// Runs of neighbouring rows that show the same hour, as the hour column merges
+// them: the first row and the number of rows, for runs of two rows or more.
+struct RowRun
+{
+    qint32 first = 0;
+    qint32 count = 0;
+    friend bool operator==(const RowRun &, const RowRun &) = default;
+};
+DAYVEX_EXPORT std::vector<RowRun> hourRuns(const std::vector<SlotLabel> &labels);
 
 // The grid row of a time of day. The minutes factor is 1450, not 1440: the small
 // excess moves late times by under half a slot, and boxes have always landed there.
@@ -78,5 +89,33 @@ DAYVEX_EXPORT DateRange viewRange(int view, Date selected, bool dayFirst);
 
 // The Monday on or before the first day of the month of selected.
 DAYVEX_EXPORT Date monthFirstCell(Date selected, bool dayFirst);
+
+// The headings of the week's seven day columns from monday on: the locale's
+// abbreviated weekday name, a blank and the day of the month ("Mon 27").
+DAYVEX_EXPORT QStringList weekHeadings(Date monday);
+
+// The caption over the grid: "dddd dd" in the day view, "mmmm yyyy" otherwise.
+DAYVEX_EXPORT QString viewCaption(int view, Date selected);
+
+// Where a day stands in the month grid that starts on from: its week (0 to 5)
+// and its column (2 = Monday ... 8 = Sunday). The week's date row is 2 * week,
+// its list row 2 * week + 1.
+struct MonthCell
+{
+    qint32 week = 0;
+    qint32 column = 2;
+    friend bool operator==(const MonthCell &, const MonthCell &) = default;
+};
+DAYVEX_EXPORT MonthCell monthCellOf(Date day, Date from);
+
+// Heights of the month grid's rows in twips: six weeks share the grid height
+// less 100; each week gives its date row what the caption needs and the rest
+// to its appointment list.
+struct MonthRowHeights
+{
+    double dateRow = 0;
+    double listRow = 0;
+};
+DAYVEX_EXPORT MonthRowHeights monthRowHeights(double gridHeight, double captionHeight);
 
 } // namespace dayvex

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/views/appointmentbox.h>
+#include <dayvex/views/timegrid.h>
+
+#include <QTableWidget>
+
+#include <vector>
+
+class QListWidget;
+
+namespace dayvex {
+
+// The grid of the day, week and month views. In the day and week views its rows
+// are time slots and its columns 0 and 1 the hour and minutes; the week view's
+// fixed heading row is the horizontal header. In the month view rows 0, 2 ... 10
+// carry the dates of six weeks and the odd rows the days' appointment lists.
+// Appointment boxes and day lists are children of the viewport, placed over the
+// cells; they are pooled, so a redraw reuses the widgets of the last one.
+class DAYVEX_EXPORT AgendaGrid : public QTableWidget
+{
+    Q_OBJECT
+public:
+    explicit AgendaGrid(QWidget *parent = nullptr);
+
+    // Column layouts, widths in twips.
+    void setDayColumns(double dayColumn);
+    void setWeekColumns(qint32 dayColumn);
+    // 12 rows and 9 columns; the time columns hidden, the days sharing the width.
+    void setMonthLayout(double gridWidth, double gridHeight);
+
+    // The fixed heading row of the week view.
+    bool hasHeadingRow() const;
+    void setHeadingRow(bool on);
+    void setWeekHeading(const QStringList &days);
+
+    // Rebuilds the time rows, one per label.
+    void setTimeRows(const std::vector<SlotLabel> &labels);
+
+    // Writes the date cells of the month from from on, greying the days whose
+    // month name differs from shown's. Does nothing when the first cell already
+    // shows from. Returns whether the cells were written.
+    bool showMonthDates(Date from, Date shown);
+
+    // Replaces the boxes (day and week views) or the day lists (month view) of
+    // the last drawing. Entries are expected in order of start.
+    void showBoxes(const std::vector<AgendaEntry> &entries);
+    void showDayLists(const std::vector<AgendaEntry> &entries);
+    // Hides every box and list.
+    void clearItems();
+
+    // Places the boxes of the day or week view from the rows of their times, or
+    // the lists of the month view (from: the date of the first cell).
+    void placeBoxes(bool week, Date dayStart, qint16 step);
+    void placeDayLists(Date from);
+
+    // What is on show, in drawing order.
+    int boxCount() const { return m_boxCount; }
+    AppointmentBox *box(int index) const { return m_boxes[size_t(index)]; }
+    int dayListCount() const { return m_listCount; }
+    QListWidget *dayList(int index) const { return m_lists[size_t(index)].list; }
+    Date dayListDate(int index) const { return m_lists[size_t(index)].day; }
+    const std::vector<AgendaEntry> &dayListEntries(int index) const { return m_lists[size_t(index)].entries; }
+
+    // The geometry of the grid as the box placer sees it, in viewport twips.
+    GridGeometry boxGeometry(bool week) const;
+
+signals:
+    void boxCreated(dayvex::AppointmentBox *box);
+    void dayListCreated(QListWidget *list);
+
+private:
+    struct DayList
+    {
+        QListWidget *list = nullptr;
+        Date day;
+        std::vector<AgendaEntry> entries;
+    };
+
+    AppointmentBox *boxAt(int index);
+    DayList &dayListAt(int index);
+    void setTwipsWidth(int column, double twips);
+
+    std::vector<AppointmentBox *> m_boxes;
+    int m_boxCount = 0;
+    std::vector<DayList> m_lists;
+    int m_listCount = 0;
+};
+
+} // namespace dayvex

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/platform/date.h>
+
+#include <QWidget>
+
+namespace dayvex {
+
+// What the views show of one appointment.
+struct AgendaEntry
+{
+    QString key;
+    QString line;   // the appointment line: times, owner, place | contact | description
+    QString times;  // "hh:mm-hh:mm", the box's tag
+    QString dates;  // start and end in the date format, joined by "-"
+    Date start;
+    qint32 color = 0; // 0x00BBGGRR; 0 for the default background
+};
+
+// One appointment box laid over the time grid. It paints its text itself, so
+// that a week with a thousand boxes stays cheap to build and to redraw.
+class DAYVEX_EXPORT AppointmentBox : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit AppointmentBox(QWidget *parent = nullptr);
+
+    const AgendaEntry &entry() const { return m_entry; }
+    void setEntry(const AgendaEntry &entry);
+
+    // The face used for the box text: "Arial Narrow", or the closest narrow face.
+    static QFont boxFont();
+
+signals:
+    void clicked(dayvex::AppointmentBox *box);
+    void doubleClicked(dayvex::AppointmentBox *box);
+    void rightReleased(dayvex::AppointmentBox *box, const QPoint &globalPos);
+    void deletePressed(dayvex::AppointmentBox *box);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    AgendaEntry m_entry;
+    QColor m_background;
+};
+
+} // namespace dayvex

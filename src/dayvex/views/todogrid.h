@@ -1,0 +1,28 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+
+#include <QTableWidget>
+
+namespace dayvex {
+
+class ToDoS;
+
+// The to-do list: a heading (the horizontal header) and one row per to-do in
+// ascending priority, done ones in grey. Column 0 holds the key and is hidden.
+class DAYVEX_EXPORT ToDoGrid : public QTableWidget
+{
+    Q_OBJECT
+public:
+    explicit ToDoGrid(QWidget *parent = nullptr);
+
+    // Rebuilds the rows from todos. captions: the headings of the priority,
+    // project and description columns, shown in lower case. width: the grid's
+    // width in twips, from which the description column takes what is left.
+    void fill(const ToDoS &todos, const QStringList &captions, double width);
+
+    // The key of the to-do shown in row, empty for a row without one.
+    QString keyAt(int row) const;
+};
+
+} // namespace dayvex
