@@ -1,5 +1,7 @@
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/views/appointmentorder.h>
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>
 
@@ -47,6 +49,11 @@ private slots:
     void weekRange();
     void todoOrder_data();
     void todoOrder();
+    void hourRuns_data();
+    void hourRuns();
+    void monthCell_data();
+    void monthCell();
+    void appointmentsInRangeKeepSortedOrder();
 };
 
 void tst_TimeGrid::slotCount_data()
@@ -235,6 +242,62 @@ void tst_TimeGrid::todoOrder()
     std::vector<qint16> p(priorities.begin(), priorities.end());
     const std::vector<int> order = todoRowOrder(p);
     QCOMPARE(QList<int>(order.begin(), order.end()), rows);
+}
+
+void tst_TimeGrid::hourRuns_data()
+{
+    QTest::addColumn<int>("step");
+    QTest::addColumn<QList<int>>("runs"); // first row and row count, pairwise
+    QTest::newRow("half hours") << 30 << QList<int>{0, 2, 2, 2, 4, 2};
+    QTest::newRow("45 minutes") << 45 << QList<int>{0, 2, 4, 2};
+    QTest::newRow("hours") << 60 << QList<int>{};
+}
+
+void tst_TimeGrid::hourRuns()
+{
+    QFETCH(int, step);
+    QFETCH(QList<int>, runs);
+    QList<int> got;
+    for (const RowRun &run : dayvex::hourRuns(slotLabels("08:00", qint16(step), 6)))
+        got << run.first << run.count;
+    QCOMPARE(got, runs);
+}
+
+void tst_TimeGrid::monthCell_data()
+{
+    QTest::addColumn<QDate>("day");
+    QTest::addColumn<int>("week");
+    QTest::addColumn<int>("column");
+    // the grid of December 2000 starts on Monday 27 November
+    QTest::newRow("first cell") << QDate(2000, 11, 27) << 0 << 2;
+    QTest::newRow("first of the month") << QDate(2000, 12, 1) << 0 << 6;
+    QTest::newRow("second Monday") << QDate(2000, 12, 4) << 1 << 2;
+    QTest::newRow("last listed day") << QDate(2000, 12, 31) << 4 << 8;
+    QTest::newRow("day before") << QDate(2000, 11, 26) << -1 << 8;
+}
+
+void tst_TimeGrid::monthCell()
+{
+    QFETCH(QDate, day);
+    QFETCH(int, week);
+    QFETCH(int, column);
+    const MonthCell cell = monthCellOf(Date::fromDateTime(QDateTime(day, QTime(17, 30))),
+                                       Date::fromDate(QDate(2000, 11, 27)));
+    QCOMPARE(cell, (MonthCell{week, column}));
+}
+
+void tst_TimeGrid::appointmentsInRangeKeepSortedOrder()
+{
+    Schedules schedules;
+    const auto at = [](int day, int hour) { return Date::fromDateTime(QDateTime(QDate(2026, 11, day), QTime(hour, 0))); };
+    const struct { const char *key; int day, hour; } rows[] = {
+        {"late", 24, 15}, {"before", 22, 23}, {"tie-a", 23, 9}, {"early", 23, 8}, {"tie-b", 23, 9}, {"after", 30, 0}};
+    for (const auto &r : rows)
+        schedules.Add(r.key, {}, at(r.day, r.hour), at(r.day, r.hour + 1), {}, {}, {}, {}, {}, Date());
+    QStringList keys;
+    for (const auto &s : appointmentsStartingIn(schedules, {at(23, 0), at(30, 0)}))
+        keys << s->Key;
+    QCOMPARE(keys, QStringList({"early", "tie-a", "tie-b", "late"}));
 }
 
 QTEST_GUILESS_MAIN(tst_TimeGrid)

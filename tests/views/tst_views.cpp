@@ -1,0 +1,207 @@
+#include <dayvex/dayvex.h>
+
+#include <QCalendarWidget>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QTabBar>
+#include <QTest>
+
+using namespace dayvex;
+
+namespace {
+Date at(QDate day, int hour, int minute = 0)
+{
+    return Date::fromDateTime(QDateTime(day, QTime(hour, minute)));
+}
+
+void addAppointment(DayvexData &data, const QString &key, Date start, int minutes, Date reminder = Date())
+{
+    data.Schedules()->Add(key, "Rossi", start, start.addMinutes(minutes), {}, "Ferri", {}, key, "Sala A", reminder);
+}
+} // namespace
+
+// What a user sees of the views, offscreen.
+class tst_Views : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void timeColumns();
+    void weekHeadingAndBoxes();
+    void monthDaysAndLists();
+    void todoRows();
+    void boxFollowsResize();
+    void dateClickSelectsAndDraws();
+    void refreshKeepsTheView();
+
+private:
+    std::unique_ptr<zntDayvex> m_control;
+    std::shared_ptr<DayvexData> m_data;
+    AgendaGrid *lista() const { return m_control->findChild<AgendaGrid *>("Lista"); }
+};
+
+void tst_Views::initTestCase()
+{
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+}
+
+void tst_Views::init()
+{
+    resetSharedSettings();
+    resetLanguage();
+    m_control = std::make_unique<zntDayvex>();
+    m_control->InitProperties();
+    m_control->setStartDay(at(QDate(2000, 12, 3), 15)); // a Sunday
+    m_data = std::make_shared<DayvexData>();
+    m_control->setPlan(m_data);
+    m_control->resize(1000, 640);
+    m_control->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_control.get()));
+}
+
+void tst_Views::cleanup()
+{
+    m_control.reset();
+}
+
+void tst_Views::timeColumns()
+{
+    m_control->Refresh(zntPlanShowDay);
+    AgendaGrid *grid = lista();
+    QCOMPARE(grid->rowCount(), 25);
+    QCOMPARE(grid->columnCount(), 3);
+    QVERIFY(grid->horizontalHeader()->isHidden());
+    QCOMPARE(grid->item(0, 0)->text(), "8");
+    QCOMPARE(grid->rowSpan(0, 0), 2); // one figure per hour
+    QCOMPARE(grid->item(24, 0)->text(), "20");
+    QCOMPARE(grid->item(0, 1)->text(), "00");
+    QCOMPARE(grid->item(1, 1)->text(), "30");
+    QCOMPARE(m_control->findChild<QLabel *>("ThisDay")->text(), "Sunday 03");
+}
+
+void tst_Views::weekHeadingAndBoxes()
+{
+    addAppointment(*m_data, "sunday", at(QDate(2000, 12, 3), 9), 60);
+    addAppointment(*m_data, "monday", at(QDate(2000, 11, 27), 9), 60);
+    addAppointment(*m_data, "next week", at(QDate(2000, 12, 4), 9), 60);
+    m_control->Refresh(zntPlanShowWeek);
+
+    AgendaGrid *grid = lista();
+    QCOMPARE(m_control->CurrentView(), qint16(zntPlanShowWeek));
+    QCOMPARE(grid->rowCount(), 25);
+    QVERIFY(!grid->horizontalHeader()->isHidden());
+    QStringList heading;
+    for (int column = 2; column < 9; ++column)
+        heading << grid->horizontalHeaderItem(column)->text();
+    QCOMPARE(heading, QStringList({"Mon 27", "Tue 28", "Wed 29", "Thu 30", "Fri 1", "Sat 2", "Sun 3"}));
+
+    // In start order: Monday's box first, in the Monday column on the 9:00 row.
+    QCOMPARE(grid->boxCount(), 2);
+    QCOMPARE(grid->box(0)->entry().key, "monday");
+    QCOMPARE(grid->box(0)->geometry().topLeft(),
+             QPoint(grid->columnViewportPosition(2), grid->rowViewportPosition(2)));
+    QCOMPARE(grid->box(1)->x(), grid->columnViewportPosition(8));
+    QVERIFY(grid->box(1)->isVisible());
+}
+
+void tst_Views::monthDaysAndLists()
+{
+    addAppointment(*m_data, "first b", at(QDate(2000, 12, 1), 11), 30);
+    addAppointment(*m_data, "first a", at(QDate(2000, 12, 1), 9), 30);
+    addAppointment(*m_data, "grey day", at(QDate(2000, 11, 27), 9), 30);
+    m_control->Refresh(zntPlanShowMonth);
+
+    AgendaGrid *grid = lista();
+    QCOMPARE(grid->rowCount(), 12);
+    QCOMPARE(grid->item(0, 2)->text(), "Mon 27 Nov");
+    QCOMPARE(grid->item(0, 6)->text(), "Fri 1 Dec");
+    QCOMPARE(grid->item(10, 8)->text(), "Sun 7 Jan");
+    const QPalette palette = grid->palette();
+    QCOMPARE(grid->item(0, 2)->foreground().color(), palette.color(QPalette::Disabled, QPalette::Text));
+    QCOMPARE(grid->item(0, 6)->foreground().color(), palette.color(QPalette::ButtonText));
+
+    QCOMPARE(grid->dayListCount(), 2);
+    QListWidget *friday = grid->dayList(1);
+    QCOMPARE(friday->count(), 2);
+    QVERIFY(friday->item(0)->text().startsWith("09:00-09:30 Rossi: Sala A | Ferri | first a"));
+    QCOMPARE(friday->geometry().left(), grid->columnViewportPosition(6) + 1);
+    QCOMPARE(friday->geometry().top(), grid->rowViewportPosition(1));
+    QCOMPARE(m_control->findChild<QLabel *>("ThisDay")->text(), "December 2000");
+}
+
+void tst_Views::todoRows()
+{
+    auto todos = m_data->ToDoS();
+    todos->Add("1", {}, "three, done", {}, Date(), 3, "P", true, Date(), Date());
+    todos->Add("2", {}, "ten", {}, Date(), 10, "P", false, Date(), Date());
+    todos->Add("3", {}, "two, first", {}, Date(), 2, "P", false, Date(), Date());
+    todos->Add("4", {}, "two, second", {}, Date(), 2, "P", false, Date(), Date());
+    LoadLanguage();
+    m_control->Refresh();
+
+    auto *grid = m_control->findChild<ToDoGrid *>("DaFare");
+    QCOMPARE(grid->horizontalHeaderItem(1)->text(), "pri");
+    QCOMPARE(grid->horizontalHeaderItem(3)->text(), "to do activity");
+    QStringList shown;
+    for (int row = 0; row < grid->rowCount(); ++row)
+        shown << grid->item(row, 3)->text();
+    QCOMPARE(shown, QStringList({"two, second", "two, first", "three, done", "ten"}));
+    QCOMPARE(grid->keyAt(2), "1");
+    QCOMPARE(grid->item(2, 3)->foreground().color(), QColor(0x80, 0x80, 0x80));
+    QCOMPARE(grid->item(0, 3)->foreground().color(), QColor(Qt::black));
+}
+
+void tst_Views::boxFollowsResize()
+{
+    addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 60);
+    m_control->Refresh(zntPlanShowDay);
+    AgendaGrid *grid = lista();
+    const int before = grid->box(0)->width();
+    QCOMPARE(before, grid->columnWidth(2));
+
+    m_control->resize(1300, 700);
+    QCoreApplication::processEvents();
+    QVERIFY(grid->columnWidth(2) > before);
+    QCOMPARE(grid->box(0)->width(), grid->columnWidth(2));
+    QCOMPARE(grid->box(0)->y(), grid->rowViewportPosition(2));
+}
+
+void tst_Views::dateClickSelectsAndDraws()
+{
+    addAppointment(*m_data, "tuesday", at(QDate(2000, 12, 5), 9), 60);
+    m_control->Refresh(zntPlanShowDay);
+    QCOMPARE(lista()->boxCount(), 0);
+
+    QList<QDate> selected;
+    int boxesWhenSelected = -1;
+    connect(m_control.get(), &zntDayvex::DateSelected, this, [&](Date &NewDate) {
+        selected << NewDate.toDate();
+        boxesWhenSelected = lista()->boxCount(); // the host hears of the date after the views show it
+    });
+    auto *month = m_control->findChild<QCalendarWidget *>();
+    month->setSelectedDate(QDate(2000, 12, 5));
+    emit month->clicked(QDate(2000, 12, 5));
+    QCOMPARE(selected, QList<QDate>{QDate(2000, 12, 5)});
+    QCOMPARE(boxesWhenSelected, 1);
+}
+
+void tst_Views::refreshKeepsTheView()
+{
+    addAppointment(*m_data, "reminded", at(QDate(2000, 12, 3), 9), 60, at(QDate(2000, 12, 3), 8));
+    addAppointment(*m_data, "silent", at(QDate(2000, 12, 3), 10), 60);
+    auto *tabs = m_control->findChild<QTabBar *>("TipoVis");
+    for (zntPlanShowType style : {zntPlanShowMonth, zntPlanShowWeek}) {
+        m_control->Refresh(style);
+        m_control->Refresh();
+        QCOMPARE(m_control->CurrentView(), qint16(style));
+        QCOMPARE(tabs->currentIndex(), style - 1);
+    }
+    QCOMPARE(m_data->Alarms()->Count(), 1);
+    QCOMPARE(m_data->Alarms()->Item(1)->AlarmEventKey, "reminded");
+}
+
+QTEST_MAIN(tst_Views)
+#include "tst_views.moc"
