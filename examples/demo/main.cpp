@@ -1,10 +1,12 @@
 #include "demowindow.h"
 
 #include <dayvex/control/zntdayvex.h>
+#include <dayvex/views/appointmentbox.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QMouseEvent>
 #include <QSettings>
 #include <QTimer>
 
@@ -43,15 +45,33 @@ int main(int argc, char *argv[])
     QCoreApplication::processEvents();
     const std::pair<dayvex::zntPlanShowType, const char *> views[] = {
         {dayvex::zntPlanShowDay, "day.png"}, {dayvex::zntPlanShowWeek, "week.png"}, {dayvex::zntPlanShowMonth, "month.png"}};
-    for (const auto &[style, name] : views) {
-        window.control()->Refresh(style);
+    const auto save = [&](const char *name) {
         QCoreApplication::processEvents();
         const QString file = QDir(dir).filePath(QString::fromLatin1(name));
         if (!window.grab().save(file)) {
             std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
-            return 1;
+            return false;
         }
         std::printf("%s\n", qPrintable(file));
+        return true;
+    };
+    for (const auto &[style, name] : views) {
+        window.control()->Refresh(style);
+        if (!save(name))
+            return 1;
     }
-    return 0;
+
+    // The week again, with the detail pane of its first appointment open, as a click shows it.
+    window.control()->Refresh(dayvex::zntPlanShowWeek);
+    auto *box = window.control()->findChild<dayvex::AppointmentBox *>(QStringLiteral("txApp"));
+    if (box) {
+        const QPointF inside(4, 4);
+        QMouseEvent press(QEvent::MouseButtonPress, inside, box->mapToGlobal(inside), Qt::LeftButton,
+                          Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent release(QEvent::MouseButtonRelease, inside, box->mapToGlobal(inside), Qt::LeftButton,
+                            Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(box, &press);
+        QCoreApplication::sendEvent(box, &release);
+    }
+    return save("detail.png") ? 0 : 1;
 }

@@ -33,3 +33,5 @@
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/agendagrid.h>
 #include <dayvex/views/todogrid.h>
+#include <dayvex/views/detailpane.h>
+#include <dayvex/views/viewselection.h>

@@ -2,6 +2,7 @@
 #include <dayvex/platform/format.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/views/appointmentorder.h>
+#include <dayvex/views/detailpane.h>
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>
 
@@ -54,6 +55,9 @@ private slots:
     void monthCell_data();
     void monthCell();
     void appointmentsInRangeKeepSortedOrder();
+    void sectionAt_data();
+    void sectionAt();
+    void dayListPaneTexts();
 };
 
 void tst_TimeGrid::slotCount_data()
@@ -298,6 +302,33 @@ void tst_TimeGrid::appointmentsInRangeKeepSortedOrder()
     for (const auto &s : appointmentsStartingIn(schedules, {at(23, 0), at(30, 0)}))
         keys << s->Key;
     QCOMPARE(keys, QStringList({"early", "tie-a", "tie-b", "late"}));
+}
+
+void tst_TimeGrid::sectionAt_data()
+{
+    QTest::addColumn<double>("pos");
+    QTest::addColumn<int>("section");
+    // sections at 0 (400 wide), 400 (hidden), 400 (600 wide), then a gap before 1200
+    QTest::newRow("first") << 0.0 << 0;
+    QTest::newRow("hidden gives way") << 400.0 << 2;
+    QTest::newRow("last twip") << 999.0 << 2;
+    QTest::newRow("gap") << 1100.0 << -1;
+    QTest::newRow("before") << -1.0 << -1;
+    QTest::newRow("after") << 5000.0 << -1;
+}
+
+void tst_TimeGrid::sectionAt()
+{
+    QFETCH(double, pos);
+    QFETCH(int, section);
+    QCOMPARE(dayvex::sectionAt({0, 400, 400, 1200}, {400, 0, 600, 300}, pos), section);
+}
+
+void tst_TimeGrid::dayListPaneTexts()
+{
+    const QString line = "09:00-10:30 Rossi: Sala A | Ferri | Riunione";
+    QCOMPARE(detail::listCaption("03/12/2000-03/12/2000", line), "03/12/2000-09:00 - 10:30");
+    QCOMPARE(detail::listText(line), "Rossi: Sala A | Ferri | Riunione");
 }
 
 QTEST_GUILESS_MAIN(tst_TimeGrid)

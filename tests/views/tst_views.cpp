@@ -4,6 +4,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
+#include <QMenu>
 #include <QTabBar>
 #include <QTest>
 
@@ -36,11 +37,23 @@ private slots:
     void boxFollowsResize();
     void dateClickSelectsAndDraws();
     void refreshKeepsTheView();
+    void clickMovesTheDate_data();
+    void clickMovesTheDate();
+    void rightClickMenus_data();
+    void rightClickMenus();
+    void detailPane();
+    void gesturesReachCommands();
 
 private:
     std::unique_ptr<zntDayvex> m_control;
     std::shared_ptr<DayvexData> m_data;
     AgendaGrid *lista() const { return m_control->findChild<AgendaGrid *>("Lista"); }
+    ToDoGrid *daFare() const { return m_control->findChild<ToDoGrid *>("DaFare"); }
+    QAction *entry(const char *name) const { return m_control->findChild<QAction *>(QString::fromUtf8(name)); }
+    QPoint cellCentre(int row, int column) const
+    {
+        return lista()->visualRect(lista()->model()->index(row, column)).center();
+    }
 };
 
 void tst_Views::initTestCase()
@@ -201,6 +214,112 @@ void tst_Views::refreshKeepsTheView()
     }
     QCOMPARE(m_data->Alarms()->Count(), 1);
     QCOMPARE(m_data->Alarms()->Item(1)->AlarmEventKey, "reminded");
+}
+
+void tst_Views::clickMovesTheDate_data()
+{
+    QTest::addColumn<int>("style");
+    QTest::addColumn<int>("row");
+    QTest::addColumn<int>("column");
+    QTest::addColumn<QDate>("shown");
+    // the month of December 2000 starts on Monday 27 November
+    QTest::newRow("month, row 1") << int(zntPlanShowMonth) << 1 << 2 << QDate(2000, 11, 27);
+    QTest::newRow("month, row 2") << int(zntPlanShowMonth) << 2 << 2 << QDate(2000, 12, 4);
+    QTest::newRow("month, last cell") << int(zntPlanShowMonth) << 11 << 8 << QDate(2001, 1, 7);
+    QTest::newRow("week, Wednesday") << int(zntPlanShowWeek) << 3 << 4 << QDate(2000, 11, 29);
+    QTest::newRow("week, time column") << int(zntPlanShowWeek) << 3 << 1 << QDate(2000, 12, 3);
+    QTest::newRow("day") << int(zntPlanShowDay) << 3 << 2 << QDate(2000, 12, 3);
+}
+
+void tst_Views::clickMovesTheDate()
+{
+    QFETCH(int, style);
+    QFETCH(int, row);
+    QFETCH(int, column);
+    QFETCH(QDate, shown);
+    m_control->Refresh(zntPlanShowType(style));
+    QTest::mouseClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(row, column));
+    QCOMPARE(m_control->findChild<MonthCalendar *>("Calendar")->selectedDate(), shown);
+    QCOMPARE(m_control->viewSelection().listaRow, row);
+}
+
+void tst_Views::rightClickMenus_data()
+{
+    QTest::addColumn<bool>("disableMenu");
+    QTest::addColumn<bool>("onBox");
+    QTest::addColumn<bool>("shown");
+    QTest::addColumn<bool>("modifyEnabled");
+    QTest::newRow("empty slot") << false << false << true << false;
+    QTest::newRow("empty slot, menus disabled") << true << false << false << false;
+    QTest::newRow("box, menus disabled") << true << true << true << true;
+}
+
+void tst_Views::rightClickMenus()
+{
+    QFETCH(bool, disableMenu);
+    QFETCH(bool, onBox);
+    QFETCH(bool, shown);
+    QFETCH(bool, modifyEnabled);
+    addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 60);
+    m_control->setDisableMenu(disableMenu);
+    m_control->Refresh(zntPlanShowDay);
+    if (onBox)
+        QTest::mouseClick(lista()->box(0), Qt::RightButton, {}, QPoint(5, 5));
+    else
+        QTest::mouseClick(lista()->viewport(), Qt::RightButton, {}, cellCentre(10, 2));
+
+    auto *menu = m_control->findChild<QMenu *>("mnAppuntamento");
+    QCOMPARE(menu->isVisible(), shown);
+    if (shown) {
+        QVERIFY(entry("mnNuovo")->isEnabled());
+        QCOMPARE(entry("mnModifica")->isEnabled(), modifyEnabled);
+        QCOMPARE(entry("mnElimina")->isEnabled(), modifyEnabled);
+    }
+    menu->hide();
+}
+
+void tst_Views::detailPane()
+{
+    addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 90);
+    m_data->ToDoS()->Add("t1", {}, "Call", "Ask for the offer\nand the dates", Date::fromDate(QDate(2000, 12, 9)), 1,
+                         "P", false, Date(), Date());
+    LoadLanguage();
+    m_control->Refresh(zntPlanShowDay);
+    auto *pane = m_control->findChild<DetailPane *>("frShowApp");
+
+    QTest::mouseClick(lista()->box(0), Qt::LeftButton, {}, QPoint(5, 5));
+    QVERIFY(pane->isVisible());
+    QCOMPARE(pane->title(), "03/12/2000-03/12 - 10:30");
+    QCOMPARE(pane->text(), "09:00-10:30 Rossi: Sala A \n Ferri \n a");
+    QCOMPARE(m_control->viewSelection().appointmentKey, "a");
+    QVERIFY(pane->x() < daFare()->x());
+
+    QTest::mouseClick(daFare()->viewport(), Qt::LeftButton, {}, daFare()->visualItemRect(daFare()->item(0, 3)).center());
+    QCOMPARE(pane->text(), "due to: 09/12/2000\nstate: to be done\nshort description: Call\n"
+                           "---------------------------------------\ndescription: Ask for the offer\nand the dates");
+    QCOMPARE(m_control->viewSelection().toDoKey, "t1");
+    QCOMPARE(pane->x(), daFare()->x());
+    QTest::mouseMove(daFare()->viewport(), QPoint(5, daFare()->viewport()->height() - 5)); // clear of the pane
+    QVERIFY(!pane->isVisible());
+}
+
+void tst_Views::gesturesReachCommands()
+{
+    addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 60);
+    m_control->Refresh(zntPlanShowDay);
+    QStringList ran;
+    for (const char *name : {"mnNuovo", "mnModifica", "mnElimina", "mnNuovaAttività", "mnModificaAttività"})
+        connect(entry(name), &QAction::triggered, this, [&ran, name] { ran << QString::fromUtf8(name); });
+
+    entry("mnModifica")->setEnabled(false); // a gesture runs the command whatever the menu showed
+    QTest::mouseDClick(lista()->box(0), Qt::LeftButton, {}, QPoint(5, 5));
+    QTest::keyClick(lista()->box(0), Qt::Key_Delete);
+    QTest::keyClick(lista()->box(0), Qt::Key_Backspace);
+    QTest::mouseDClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(10, 2));
+    QTest::mouseDClick(daFare()->viewport(), Qt::LeftButton, {}, QPoint(20, daFare()->viewport()->height() - 5));
+    m_control->setDisableMenu(true);
+    QTest::mouseDClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(10, 2));
+    QCOMPARE(ran, QStringList({"mnModifica", "mnElimina", "mnNuovo", "mnNuovaAttività"}));
 }
 
 QTEST_MAIN(tst_Views)

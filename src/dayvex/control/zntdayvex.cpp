@@ -11,6 +11,7 @@
 #include <dayvex/platform/format.h>
 #include <dayvex/views/agendagrid.h>
 #include <dayvex/views/appointmentorder.h>
+#include <dayvex/views/detailpane.h>
 #include <dayvex/views/todogrid.h>
 
 #include <QCoreApplication>
@@ -18,18 +19,15 @@
 #include <QSignalBlocker>
 
 #include <QAction>
-#include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
-#include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QResizeEvent>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QTableWidget>
-#include <QTextEdit>
 #include <QTimer>
-#include <QVBoxLayout>
 
 namespace dayvex {
 
@@ -59,6 +57,7 @@ zntDayvex::zntDayvex(QWidget *parent)
 
     createChildren();
     createMenus();
+    connectGestures();
 }
 
 zntDayvex::~zntDayvex() = default;
@@ -111,20 +110,7 @@ void zntDayvex::createChildren()
     clock->start();
     showClock();
 
-    m_frShowApp = new QGroupBox(QStringLiteral("23/2/2002 19:30 - 20:30"), this);
-    m_frShowApp->setObjectName(QStringLiteral("frShowApp"));
-    m_frShowApp->setAutoFillBackground(true);
-    auto *paneLayout = new QVBoxLayout(m_frShowApp);
-    m_txDat = new QLineEdit(QStringLiteral("10:00-12:30"), m_frShowApp);
-    m_txDat->setObjectName(QStringLiteral("txDat"));
-    m_txDat->setReadOnly(true);
-    m_txDat->hide(); // carries the selection for the commands, not shown
-    m_txDesApp = new QTextEdit(m_frShowApp);
-    m_txDesApp->setObjectName(QStringLiteral("txDesApp"));
-    m_txDesApp->setReadOnly(true);
-    paneLayout->addWidget(m_txDat);
-    paneLayout->addWidget(m_txDesApp);
-    m_frShowApp->hide();
+    m_frShowApp = new DetailPane(this);
 
     m_timer = new QTimer(this);
     m_timer->setObjectName(QStringLiteral("Timer"));
@@ -356,8 +342,8 @@ void zntDayvex::ReadProperties(PropertyBag &propertyBag)
     m_calendar->setSelectedDate(m_startDay.toDate());
     rebuildTimeRows();
     refillToDos();
-    m_pressedListIndex = -1;
-    m_pressedLineIndex = -1;
+    m_selection.pressedListIndex = -1;
+    m_selection.pressedLineIndex = -1;
 }
 
 void zntDayvex::WriteProperties(PropertyBag &bag) const
@@ -626,6 +612,202 @@ void zntDayvex::onCalendarDateClicked(const QDate &date)
 void zntDayvex::onCalendarSelectionChanged()
 {
     drawAppointments();
+}
+
+// ---- gestures ----
+
+void zntDayvex::runCommand(QAction *entry)
+{
+    // A gesture runs the command even when the menu last showed the entry disabled.
+    emit entry->triggered(entry->isChecked());
+}
+
+void zntDayvex::connectGestures()
+{
+    connect(m_lista, &AgendaGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
+        runFromUser([&] { onListaReleased(pos, button, global); });
+    });
+    connect(m_lista, &AgendaGrid::cellDoubleClicked, this, [this] {
+        runFromUser([this] { listaClickAction(); });
+        if (!m_disableMenu)
+            runCommand(m_mnNuovo);
+    });
+    connect(m_lista, &AgendaGrid::boxCreated, this, &zntDayvex::watchBox);
+    connect(m_lista, &AgendaGrid::dayListCreated, this, [this](QListWidget *list) {
+        list->installEventFilter(this);
+        list->viewport()->installEventFilter(this);
+    });
+
+    connect(m_daFare, &ToDoGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
+        runFromUser([&] { onToDoReleased(pos, button, global); });
+    });
+    connect(m_daFare, &ToDoGrid::rowDoubleClicked, this, [this](const QPoint &pos) {
+        if (m_disableMenu)
+            return;
+        // A double click on a to-do changes it; one below the rows makes a new one.
+        runCommand(m_daFare->keyAt(m_daFare->rowUnder(pos)).isEmpty() ? m_mnNuovaAttivita : m_mnModificaAttivita);
+    });
+    connect(m_daFare, &ToDoGrid::hovered, this, [this] {
+        if (m_frShowApp->isVisible())
+            m_frShowApp->hide();
+    });
+
+    connect(m_frShowApp, &DetailPane::clicked, this, [this] {
+        // The pane stands over the to-do list when it shows a to-do.
+        runCommand(m_daFare->x() <= m_frShowApp->x() ? m_mnModificaAttivita : m_mnModifica);
+    });
+}
+
+void zntDayvex::watchBox(AppointmentBox *box)
+{
+    connect(box, &AppointmentBox::clicked, this, &zntDayvex::showBoxDetails);
+    connect(box, &AppointmentBox::doubleClicked, this, [this] {
+        runCommand(m_mnModifica);
+        m_frShowApp->hide();
+    });
+    connect(box, &AppointmentBox::deletePressed, this, [this] { runCommand(m_mnElimina); });
+    connect(box, &AppointmentBox::rightReleased, this,
+            [this](AppointmentBox *, const QPoint &global) { popUpAppointmentMenu(true, global); });
+}
+
+void zntDayvex::popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos)
+{
+    m_mnNuovo->setEnabled(true);
+    m_mnModifica->setEnabled(onAppointment);
+    m_mnElimina->setEnabled(onAppointment);
+    m_mnAppuntamento->popup(globalPos);
+}
+
+void zntDayvex::onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)
+{
+    const auto [row, column] = m_lista->cellAt(pos);
+    if (row >= 0 && column >= 0)
+        m_lista->setCurrentCell(row, column);
+    m_selection.listaRow = m_lista->currentRow();
+    m_selection.listaColumn = m_lista->currentColumn();
+    listaClickAction();
+    QCoreApplication::processEvents();
+    if (button == Qt::RightButton && !m_disableMenu)
+        popUpAppointmentMenu(false, globalPos);
+}
+
+void zntDayvex::listaClickAction()
+{
+    const int view = selectedTab();
+    const std::optional<Date> day = clickedDate(view, Date::fromDate(m_calendar->selectedDate()), dayFirst(),
+                                                m_lista->currentRow(), m_lista->currentColumn());
+    if (!day)
+        return;
+    m_calendar->setSelectedDate(day->toDate());
+    if (view == zntPlanShowMonth)
+        selectView();
+}
+
+void zntDayvex::showBoxDetails(AppointmentBox *box)
+{
+    const AgendaEntry &entry = box->entry();
+    m_selection.appointmentKey = entry.key;
+    m_frShowApp->showAt(QRect(box->mapTo(this, QPoint(0, 0)), m_frShowApp->defaultSize()),
+                        detail::boxCaption(entry), detail::boxText(entry));
+}
+
+bool zntDayvex::eventFilter(QObject *watched, QEvent *event)
+{
+    for (int i = 0; i < m_lista->dayListCount(); ++i) {
+        QListWidget *list = m_lista->dayList(i);
+        if (watched == list || watched == list->viewport())
+            return dayListEvent(i, list, event);
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+bool zntDayvex::dayListEvent(int index, QListWidget *list, QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::MouseButtonPress: {
+        const auto *mouse = static_cast<QMouseEvent *>(event);
+        m_selection.pressedListIndex = index;
+        m_selection.pressedLineIndex = list->indexAt(mouse->position().toPoint()).row();
+        break;
+    }
+    case QEvent::MouseButtonRelease: {
+        const auto *mouse = static_cast<QMouseEvent *>(event);
+        if (mouse->button() == Qt::LeftButton)
+            showDayListDetails(index);
+        else if (mouse->button() == Qt::RightButton)
+            popUpAppointmentMenu(true, mouse->globalPosition().toPoint());
+        break;
+    }
+    case QEvent::MouseButtonDblClick:
+        runCommand(m_mnModifica);
+        m_frShowApp->hide();
+        return true;
+    case QEvent::KeyPress:
+        if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
+            runCommand(m_mnElimina);
+            return true;
+        }
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+void zntDayvex::showDayListDetails(int index)
+{
+    QListWidget *list = m_lista->dayList(index);
+    const int line = list->currentRow();
+    const std::vector<AgendaEntry> &entries = m_lista->dayListEntries(index);
+    if (line < 0 || size_t(line) >= entries.size())
+        return;
+    m_selection.appointmentKey = entries[size_t(line)].key;
+    const QString text = list->item(line)->text();
+    // The day's date text is its first appointment's.
+    m_frShowApp->showAt(QRect(list->mapTo(this, QPoint(0, 0)), m_frShowApp->defaultSize()),
+                        detail::listCaption(entries.front().dates, text), detail::listText(text));
+}
+
+void zntDayvex::showToDoDetails(int row)
+{
+    const QString key = m_daFare->keyAt(row);
+    m_selection.toDoKey = key;
+    const std::shared_ptr<DayvexData> plan = Plan();
+    if (key.isEmpty() || !plan || !plan->ToDoS()->find(key))
+        return; // a row the host has emptied since the last refill
+    const std::shared_ptr<ToDo> todo = plan->ToDoS()->Item(key);
+    const QPoint rowTop = m_daFare->viewport()->mapTo(this, QPoint(0, m_daFare->rowViewportPosition(row)));
+    // Kept within the control on the left too: the pane's left edge tells a click on it that it shows a to-do.
+    const int width = qMin(m_daFare->width(), this->width() - m_daFare->x());
+    m_frShowApp->showAt(QRect(QPoint(m_daFare->x(), rowTop.y()), QSize(width, m_frShowApp->defaultSize().height())),
+                        text(Text::ToDo), detail::toDoText(*todo, sharedSettings().DateFormat));
+}
+
+void zntDayvex::onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)
+{
+    const int row = m_daFare->rowUnder(pos);
+    if (button == Qt::LeftButton) {
+        if (row >= 0)
+            showToDoDetails(row);
+        return;
+    }
+    if (button != Qt::RightButton || m_disableMenu)
+        return;
+    const QString key = m_daFare->keyAt(row);
+    const bool holdsToDo = !key.isEmpty();
+    const QTableWidgetItem *shortDesc = m_daFare->item(row, 3);
+    const bool done = shortDesc && shortDesc->foreground().color() == QColor(0x80, 0x80, 0x80);
+    m_mnuAttivitaCompleta->setEnabled(holdsToDo && !done);
+    m_mnNuovaAttivita->setEnabled(true);
+    m_mnModificaAttivita->setEnabled(holdsToDo);
+    m_mnEliminaAttivita->setEnabled(holdsToDo);
+    m_daFare->clearSelection();
+    if (row >= 0)
+        m_daFare->setCurrentCell(row, holdsToDo ? 1 : 0, QItemSelectionModel::NoUpdate);
+    if (holdsToDo)
+        m_daFare->setRangeSelected(QTableWidgetSelectionRange(row, 1, row, m_daFare->columnCount() - 1), true);
+    m_selection.toDoKey = key;
+    m_mnuAttivita->popup(globalPos);
 }
 
 void zntDayvex::layOutChildren()

@@ -5,6 +5,7 @@
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/date.h>
+#include <dayvex/views/viewselection.h>
 
 #include <QWidget>
 
@@ -15,14 +16,14 @@ class QLabel;
 class QMenu;
 class QStatusBar;
 class QTabBar;
-class QGroupBox;
-class QLineEdit;
-class QTextEdit;
+class QListWidget;
 class QTimer;
 
 namespace dayvex {
 
 class AgendaGrid;
+class AppointmentBox;
+class DetailPane;
 class MonthCalendar;
 class PropertyBag;
 class ToDoGrid;
@@ -115,6 +116,9 @@ public:
     void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca);
     void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo);
 
+    // Internal to the component: what the commands act on, as the gestures left it.
+    const ViewSelection &viewSelection() const { return m_selection; }
+
     // The date formats that start-up picks for a locale: day first when the
     // locale writes 3 December 2000 starting with "3", month first otherwise.
     static std::pair<QString, QString> dateFormatsFor(const QLocale &locale);
@@ -151,6 +155,7 @@ signals:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     // The view switch of the tab strip, then the drawing steps of the views.
@@ -168,6 +173,20 @@ private:
     template <typename Step>
     void runFromUser(Step step);
 
+    // The gestures of the grids, the boxes, the day lists and the detail pane.
+    void connectGestures();
+    void watchBox(AppointmentBox *box);
+    void onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
+    void listaClickAction();
+    void showBoxDetails(AppointmentBox *box);
+    bool dayListEvent(int index, QListWidget *list, QEvent *event);
+    void showDayListDetails(int index);
+    void showToDoDetails(int row);
+    void onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
+    void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos);
+    // Runs a command entry point whatever the menu's enabled state.
+    static void runCommand(QAction *entry);
+
     void createChildren();
     void createMenus();
     void showClock();
@@ -182,9 +201,7 @@ private:
     QString m_reminderSoundFile;
     qint16 m_currentView = 0;
     bool m_inResize = false;
-    // The month-cell list last pressed and its line then current; -1 for none.
-    qint32 m_pressedListIndex = -1;
-    qint32 m_pressedLineIndex = -1;
+    ViewSelection m_selection;
 
     // Children, named as the host and the language file know them.
     AgendaGrid *m_lista = nullptr;
@@ -194,9 +211,7 @@ private:
     QLabel *m_thisDay = nullptr;
     QStatusBar *m_statusBar = nullptr;
     QLabel *m_statusPanels[3] = {};
-    QGroupBox *m_frShowApp = nullptr;
-    QTextEdit *m_txDesApp = nullptr;
-    QLineEdit *m_txDat = nullptr;
+    DetailPane *m_frShowApp = nullptr;
     QTimer *m_timer = nullptr;
 
     QMenu *m_mnAppuntamento = nullptr;

@@ -66,9 +66,19 @@ public:
     // The geometry of the grid as the box placer sees it, in viewport twips.
     GridGeometry boxGeometry(bool week) const;
 
+    // The cell under a viewport point, found from the row heights and column
+    // widths; -1 for a row or column that is not there.
+    std::pair<qint32, qint32> cellAt(const QPoint &viewportPos) const;
+
 signals:
+    void released(const QPoint &viewportPos, Qt::MouseButton button, const QPoint &globalPos);
+    void cellDoubleClicked(const QPoint &viewportPos);
     void boxCreated(dayvex::AppointmentBox *box);
     void dayListCreated(QListWidget *list);
+
+protected:
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
 
 private:
     struct DayList

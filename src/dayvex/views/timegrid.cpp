@@ -209,6 +209,27 @@ MonthCell monthCellOf(Date day, Date from)
     return {week, offset - week * 7 + 2};
 }
 
+qint32 sectionAt(const std::vector<double> &starts, const std::vector<double> &sizes, double pos)
+{
+    // The last section starting at or before pos; a hidden one gives way to the next.
+    const auto after = std::upper_bound(starts.begin(), starts.end(), pos);
+    if (after == starts.begin())
+        return -1;
+    const auto index = qint32(after - starts.begin()) - 1;
+    return pos < starts[size_t(index)] + sizes[size_t(index)] ? index : -1;
+}
+
+std::optional<Date> clickedDate(int view, Date shown, bool dayFirst, qint32 row, qint32 column)
+{
+    if (column < 2 || row < 0)
+        return std::nullopt;
+    if (view == 2)
+        return viewRange(2, shown, dayFirst).from.addDays(column - 2);
+    if (view == 3)
+        return monthFirstCell(shown, dayFirst).addDays(7 * (row / 2) + (column - 2));
+    return std::nullopt;
+}
+
 MonthRowHeights monthRowHeights(double gridHeight, double captionHeight)
 {
     const double week = std::max(0.0, (gridHeight - 100) / 6);

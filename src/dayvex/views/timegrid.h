@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <array>
+#include <optional>
 #include <vector>
 
 namespace dayvex {
@@ -107,6 +108,15 @@ struct MonthCell
     friend bool operator==(const MonthCell &, const MonthCell &) = default;
 };
 DAYVEX_EXPORT MonthCell monthCellOf(Date day, Date from);
+
+// The section (row or column) whose span [start, start + size) holds pos, for
+// sections given in order; hidden sections have size 0. -1 when none holds it.
+DAYVEX_EXPORT qint32 sectionAt(const std::vector<double> &starts, const std::vector<double> &sizes, double pos);
+
+// The date a click on cell (row, column) puts on show: in the week view the day
+// of the column, in the month view the day of the cell (rows 2w and 2w + 1 both
+// belong to week w). None in the day view and in the time columns 0 and 1.
+DAYVEX_EXPORT std::optional<Date> clickedDate(int view, Date shown, bool dayFirst, qint32 row, qint32 column);
 
 // Heights of the month grid's rows in twips: six weeks share the grid height
 // less 100; each week gives its date row what the caption needs and the rest

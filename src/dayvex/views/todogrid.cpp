@@ -4,7 +4,10 @@
 #include <dayvex/model/todos.h>
 #include <dayvex/views/todoorder.h>
 
+#include <dayvex/views/timegrid.h>
+
 #include <QHeaderView>
+#include <QMouseEvent>
 
 namespace dayvex {
 
@@ -30,6 +33,7 @@ ToDoGrid::ToDoGrid(QWidget *parent)
     // The columns add up to the grid's outer width; the frame would otherwise
     // call for a scroll bar of a few pixels.
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setMouseTracking(true); // moving over the list hides the detail pane
 }
 
 void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions, double width)
@@ -74,6 +78,40 @@ QString ToDoGrid::keyAt(int row) const
 {
     const QTableWidgetItem *cell = item(row, 0);
     return cell ? cell->text() : QString();
+}
+
+} // namespace dayvex
+
+namespace dayvex {
+
+int ToDoGrid::rowUnder(const QPoint &viewportPos) const
+{
+    const TwipsScale scale = TwipsScale::of(this);
+    std::vector<double> tops, heights;
+    for (int row = 0; row < rowCount(); ++row) {
+        tops.push_back(scale.toTwips(rowViewportPosition(row)));
+        heights.push_back(scale.toTwips(rowHeight(row)));
+    }
+    return sectionAt(tops, heights, scale.toTwips(viewportPos.y()));
+}
+
+void ToDoGrid::mouseReleaseEvent(QMouseEvent *event)
+{
+    QTableWidget::mouseReleaseEvent(event);
+    emit released(event->position().toPoint(), event->button(), event->globalPosition().toPoint());
+}
+
+void ToDoGrid::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    QTableWidget::mouseDoubleClickEvent(event);
+    if (event->button() == Qt::LeftButton)
+        emit rowDoubleClicked(event->position().toPoint());
+}
+
+void ToDoGrid::mouseMoveEvent(QMouseEvent *event)
+{
+    QTableWidget::mouseMoveEvent(event);
+    emit hovered();
 }
 
 } // namespace dayvex

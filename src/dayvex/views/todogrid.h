@@ -23,6 +23,19 @@ public:
 
     // The key of the to-do shown in row, empty for a row without one.
     QString keyAt(int row) const;
+
+    // The row under a viewport point, found from the row heights; -1 below the rows.
+    int rowUnder(const QPoint &viewportPos) const;
+
+signals:
+    void released(const QPoint &viewportPos, Qt::MouseButton button, const QPoint &globalPos);
+    void rowDoubleClicked(const QPoint &viewportPos);
+    void hovered();
+
+protected:
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
 };
 
 } // namespace dayvex

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+namespace dayvex {
+
+// What the appointment and to-do commands act on, as the last gestures left it.
+struct ViewSelection
+{
+    qint32 listaRow = -1;       // the grid's current cell: a new appointment's proposed time
+    qint32 listaColumn = -1;
+    QString appointmentKey;     // the appointment last clicked, in a box or a day list
+    QString toDoKey;            // the to-do of the to-do grid's current row
+    qint32 pressedListIndex = -1; // the day list last pressed (0-based) and its line then
+    qint32 pressedLineIndex = -1;
+};
+
+} // namespace dayvex
