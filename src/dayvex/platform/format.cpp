@@ -22,9 +22,10 @@ QString twoDigits(int n)
 
 QString formatDate(Date date, const QString &pattern, const QLocale &locale)
 {
-    const QDateTime dt = date.toDateTime();
-    const QDate d = dt.date();
-    const QTime t = dt.time();
+    // Date and time apart: a local QDateTime would consult the time zone on every
+    // call and move times that fall in a daylight-saving gap.
+    const QDate d = date.toDate();
+    const QTime t = date.toTime();
 
     QString out;
     Token previous = Token::None;

@@ -15,6 +15,8 @@ AppointmentBox::AppointmentBox(QWidget *parent)
     setFont(boxFont());
     setFocusPolicy(Qt::ClickFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    m_text.setTextFormat(Qt::PlainText);
+    m_text.setPerformanceHint(QStaticText::AggressiveCaching);
 }
 
 QFont AppointmentBox::boxFont()
@@ -37,6 +39,10 @@ void AppointmentBox::setEntry(const AgendaEntry &entry)
     m_background = entry.color != 0 ? oleColor(quint32(entry.color), palette())
                                     : palette().color(QPalette::ToolTipBase);
     setToolTip(entry.line);
+    if (m_text.text() != entry.line) {
+        m_text.setText(entry.line);
+        m_text.setTextWidth(-1); // laid out again at the next paint
+    }
     update();
 }
 
@@ -49,7 +55,13 @@ void AppointmentBox::paintEvent(QPaintEvent *)
     painter.drawRect(frame);
     // Dark text on light colours and the other way round.
     painter.setPen(m_background.lightness() < 128 ? Qt::white : Qt::black);
-    painter.drawText(frame.adjusted(3, 1, -2, -1), Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, m_entry.line);
+    const QRect textArea = frame.adjusted(3, 1, -2, -1);
+    if (m_text.textWidth() != textArea.width()) {
+        m_text.setTextWidth(textArea.width());
+        m_text.prepare(QTransform(), font());
+    }
+    painter.setClipRect(textArea);
+    painter.drawStaticText(textArea.topLeft(), m_text);
 }
 
 void AppointmentBox::mouseReleaseEvent(QMouseEvent *event)

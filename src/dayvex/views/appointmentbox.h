@@ -3,6 +3,7 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/platform/date.h>
 
+#include <QStaticText>
 #include <QWidget>
 
 namespace dayvex {
@@ -47,6 +48,8 @@ protected:
 private:
     AgendaEntry m_entry;
     QColor m_background;
+    // The laid-out text, kept until the text or the box's width changes.
+    QStaticText m_text;
 };
 
 } // namespace dayvex
