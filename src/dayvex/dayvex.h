@@ -35,3 +35,4 @@
 #include <dayvex/views/todogrid.h>
 #include <dayvex/views/detailpane.h>
 #include <dayvex/views/viewselection.h>
+#include <dayvex/views/viewgrid.h>

@@ -627,7 +627,7 @@ void zntDayvex::connectGestures()
     connect(m_lista, &AgendaGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
         runFromUser([&] { onListaReleased(pos, button, global); });
     });
-    connect(m_lista, &AgendaGrid::cellDoubleClicked, this, [this] {
+    connect(m_lista, &AgendaGrid::doubleClickedAt, this, [this] {
         runFromUser([this] { listaClickAction(); });
         if (!m_disableMenu)
             runCommand(m_mnNuovo);
@@ -641,11 +641,11 @@ void zntDayvex::connectGestures()
     connect(m_daFare, &ToDoGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
         runFromUser([&] { onToDoReleased(pos, button, global); });
     });
-    connect(m_daFare, &ToDoGrid::rowDoubleClicked, this, [this](const QPoint &pos) {
+    connect(m_daFare, &ToDoGrid::doubleClickedAt, this, [this](const QPoint &pos) {
         if (m_disableMenu)
             return;
         // A double click on a to-do changes it; one below the rows makes a new one.
-        runCommand(m_daFare->keyAt(m_daFare->rowUnder(pos)).isEmpty() ? m_mnNuovaAttivita : m_mnModificaAttivita);
+        runCommand(m_daFare->keyAt(m_daFare->cellAt(pos).first).isEmpty() ? m_mnNuovaAttivita : m_mnModificaAttivita);
     });
     connect(m_daFare, &ToDoGrid::hovered, this, [this] {
         if (m_frShowApp->isVisible())
@@ -785,7 +785,7 @@ void zntDayvex::showToDoDetails(int row)
 
 void zntDayvex::onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)
 {
-    const int row = m_daFare->rowUnder(pos);
+    const int row = m_daFare->cellAt(pos).first;
     if (button == Qt::LeftButton) {
         if (row >= 0)
             showToDoDetails(row);

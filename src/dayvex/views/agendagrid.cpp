@@ -6,7 +6,6 @@
 
 #include <QHeaderView>
 #include <QListWidget>
-#include <QMouseEvent>
 #include <QScrollBar>
 
 namespace dayvex {
@@ -21,7 +20,7 @@ constexpr double GridEdge = 30;
 } // namespace
 
 AgendaGrid::AgendaGrid(QWidget *parent)
-    : QTableWidget(0, 3, parent)
+    : ViewGrid(0, 3, parent)
 {
     setObjectName(QStringLiteral("Lista"));
     verticalHeader()->hide();
@@ -277,40 +276,6 @@ void AgendaGrid::placeDayLists(Date from)
         day.list->show();
         day.list->raise();
     }
-}
-
-} // namespace dayvex
-
-namespace dayvex {
-
-std::pair<qint32, qint32> AgendaGrid::cellAt(const QPoint &viewportPos) const
-{
-    const TwipsScale scale = TwipsScale::of(this);
-    std::vector<double> starts, sizes;
-    const auto section = [&](int count, auto position, auto size, int pos) {
-        starts.clear();
-        sizes.clear();
-        for (int i = 0; i < count; ++i) {
-            starts.push_back(scale.toTwips((this->*position)(i)));
-            sizes.push_back(scale.toTwips((this->*size)(i)));
-        }
-        return sectionAt(starts, sizes, scale.toTwips(pos));
-    };
-    return {section(rowCount(), &AgendaGrid::rowViewportPosition, &AgendaGrid::rowHeight, viewportPos.y()),
-            section(columnCount(), &AgendaGrid::columnViewportPosition, &AgendaGrid::columnWidth, viewportPos.x())};
-}
-
-void AgendaGrid::mouseReleaseEvent(QMouseEvent *event)
-{
-    QTableWidget::mouseReleaseEvent(event);
-    emit released(event->position().toPoint(), event->button(), event->globalPosition().toPoint());
-}
-
-void AgendaGrid::mouseDoubleClickEvent(QMouseEvent *event)
-{
-    QTableWidget::mouseDoubleClickEvent(event);
-    if (event->button() == Qt::LeftButton)
-        emit cellDoubleClicked(event->position().toPoint());
 }
 
 } // namespace dayvex

@@ -3,8 +3,7 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/timegrid.h>
-
-#include <QTableWidget>
+#include <dayvex/views/viewgrid.h>
 
 #include <vector>
 
@@ -18,7 +17,7 @@ namespace dayvex {
 // carry the dates of six weeks and the odd rows the days' appointment lists.
 // Appointment boxes and day lists are children of the viewport, placed over the
 // cells; they are pooled, so a redraw reuses the widgets of the last one.
-class DAYVEX_EXPORT AgendaGrid : public QTableWidget
+class DAYVEX_EXPORT AgendaGrid : public ViewGrid
 {
     Q_OBJECT
 public:
@@ -66,19 +65,9 @@ public:
     // The geometry of the grid as the box placer sees it, in viewport twips.
     GridGeometry boxGeometry(bool week) const;
 
-    // The cell under a viewport point, found from the row heights and column
-    // widths; -1 for a row or column that is not there.
-    std::pair<qint32, qint32> cellAt(const QPoint &viewportPos) const;
-
 signals:
-    void released(const QPoint &viewportPos, Qt::MouseButton button, const QPoint &globalPos);
-    void cellDoubleClicked(const QPoint &viewportPos);
     void boxCreated(dayvex::AppointmentBox *box);
     void dayListCreated(QListWidget *list);
-
-protected:
-    void mouseReleaseEvent(QMouseEvent *event) override;
-    void mouseDoubleClickEvent(QMouseEvent *event) override;
 
 private:
     struct DayList

@@ -4,8 +4,6 @@
 #include <dayvex/model/todos.h>
 #include <dayvex/views/todoorder.h>
 
-#include <dayvex/views/timegrid.h>
-
 #include <QHeaderView>
 #include <QMouseEvent>
 
@@ -17,7 +15,7 @@ const QColor DoneColor(0x80, 0x80, 0x80);
 } // namespace
 
 ToDoGrid::ToDoGrid(QWidget *parent)
-    : QTableWidget(0, Columns, parent)
+    : ViewGrid(0, Columns, parent)
 {
     setObjectName(QStringLiteral("DaFare"));
     verticalHeader()->hide();
@@ -84,33 +82,9 @@ QString ToDoGrid::keyAt(int row) const
 
 namespace dayvex {
 
-int ToDoGrid::rowUnder(const QPoint &viewportPos) const
-{
-    const TwipsScale scale = TwipsScale::of(this);
-    std::vector<double> tops, heights;
-    for (int row = 0; row < rowCount(); ++row) {
-        tops.push_back(scale.toTwips(rowViewportPosition(row)));
-        heights.push_back(scale.toTwips(rowHeight(row)));
-    }
-    return sectionAt(tops, heights, scale.toTwips(viewportPos.y()));
-}
-
-void ToDoGrid::mouseReleaseEvent(QMouseEvent *event)
-{
-    QTableWidget::mouseReleaseEvent(event);
-    emit released(event->position().toPoint(), event->button(), event->globalPosition().toPoint());
-}
-
-void ToDoGrid::mouseDoubleClickEvent(QMouseEvent *event)
-{
-    QTableWidget::mouseDoubleClickEvent(event);
-    if (event->button() == Qt::LeftButton)
-        emit rowDoubleClicked(event->position().toPoint());
-}
-
 void ToDoGrid::mouseMoveEvent(QMouseEvent *event)
 {
-    QTableWidget::mouseMoveEvent(event);
+    ViewGrid::mouseMoveEvent(event);
     emit hovered();
 }
 

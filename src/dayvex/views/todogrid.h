@@ -2,7 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 
-#include <QTableWidget>
+#include <dayvex/views/viewgrid.h>
 
 namespace dayvex {
 
@@ -10,7 +10,7 @@ class ToDoS;
 
 // The to-do list: a heading (the horizontal header) and one row per to-do in
 // ascending priority, done ones in grey. Column 0 holds the key and is hidden.
-class DAYVEX_EXPORT ToDoGrid : public QTableWidget
+class DAYVEX_EXPORT ToDoGrid : public ViewGrid
 {
     Q_OBJECT
 public:
@@ -24,17 +24,10 @@ public:
     // The key of the to-do shown in row, empty for a row without one.
     QString keyAt(int row) const;
 
-    // The row under a viewport point, found from the row heights; -1 below the rows.
-    int rowUnder(const QPoint &viewportPos) const;
-
 signals:
-    void released(const QPoint &viewportPos, Qt::MouseButton button, const QPoint &globalPos);
-    void rowDoubleClicked(const QPoint &viewportPos);
     void hovered();
 
 protected:
-    void mouseReleaseEvent(QMouseEvent *event) override;
-    void mouseDoubleClickEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
 };
 

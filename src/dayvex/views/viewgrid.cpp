@@ -1,0 +1,40 @@
+#include "viewgrid.h"
+
+#include <dayvex/control/twips.h>
+#include <dayvex/views/timegrid.h>
+
+#include <QMouseEvent>
+
+namespace dayvex {
+
+std::pair<qint32, qint32> ViewGrid::cellAt(const QPoint &viewportPos) const
+{
+    const TwipsScale scale = TwipsScale::of(this);
+    std::vector<double> starts, sizes;
+    const auto section = [&](int count, auto position, auto size, int pos) {
+        starts.clear();
+        sizes.clear();
+        for (int i = 0; i < count; ++i) {
+            starts.push_back(scale.toTwips((this->*position)(i)));
+            sizes.push_back(scale.toTwips((this->*size)(i)));
+        }
+        return sectionAt(starts, sizes, scale.toTwips(pos));
+    };
+    return {section(rowCount(), &ViewGrid::rowViewportPosition, &ViewGrid::rowHeight, viewportPos.y()),
+            section(columnCount(), &ViewGrid::columnViewportPosition, &ViewGrid::columnWidth, viewportPos.x())};
+}
+
+void ViewGrid::mouseReleaseEvent(QMouseEvent *event)
+{
+    QTableWidget::mouseReleaseEvent(event);
+    emit released(event->position().toPoint(), event->button(), event->globalPosition().toPoint());
+}
+
+void ViewGrid::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    QTableWidget::mouseDoubleClickEvent(event);
+    if (event->button() == Qt::LeftButton)
+        emit doubleClickedAt(event->position().toPoint());
+}
+
+} // namespace dayvex
