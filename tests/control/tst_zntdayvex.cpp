@@ -29,7 +29,6 @@ private slots:
     void wrongTypeInBag();
     void instancesShareSettingsAndPlan();
     void languageChangeLeavesMenus();
-    void childrenAreNamed();
     void minimumSize();
 };
 
@@ -235,31 +234,6 @@ void tst_zntDayvex::languageChangeLeavesMenus()
     MemoryPropertyBag saved({{"LanguageFileName", file.fileName()}});
     control.ReadProperties(saved);
     QCOMPARE(nuovo->text(), "Nuovo");
-}
-
-void tst_zntDayvex::childrenAreNamed()
-{
-    zntDayvex control;
-    for (const char *name : {"Lista", "DaFare"})
-        QVERIFY2(control.findChild<QTableWidget *>(name), name);
-    for (const char *name : {"Calendar", "ThisDay", "StatusBar", "frShowApp", "txDesApp", "txDat"})
-        QVERIFY2(control.findChild<QWidget *>(name), name);
-    QCOMPARE(control.findChild<QTimer *>("Timer")->isActive(), control.GlobalAlarmsEnable());
-    const QTabBar *tabs = control.findChild<QTabBar *>("TipoVis");
-    QCOMPARE(tabs->tabText(0), "1 giorno");
-    QCOMPARE(tabs->count(), 3);
-
-    const QMenu *appointments = control.findChild<QMenu *>("mnAppuntamento");
-    QStringList names;
-    for (const QAction *a : appointments->actions())
-        names << a->objectName();
-    QCOMPARE(names, QStringList({"mnNuovo", "mnModifica", "mnElimina"}));
-    const QMenu *todos = control.findChild<QMenu *>(QString::fromUtf8("mnuAttività"));
-    names.clear();
-    for (const QAction *a : todos->actions())
-        names << a->objectName();
-    QCOMPARE(names, QString::fromUtf8("mnuAttivitàCompleta mnuSep1 mnNuovaAttività mnModificaAttività "
-                                      "mnEliminaAttività").split(' '));
 }
 
 void tst_zntDayvex::minimumSize()

@@ -2,7 +2,6 @@
 #include <dayvex/platform/format.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/views/appointmentorder.h>
-#include <dayvex/views/detailpane.h>
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>
 
@@ -36,7 +35,6 @@ class tst_TimeGrid : public QObject
 private slots:
     void slotCount_data();
     void slotCount();
-    void labels();
     void rows_data();
     void rows();
     void singleBox();
@@ -47,7 +45,6 @@ private slots:
     void appointmentLineKeepsSeparators();
     void monthFirstCell_data();
     void monthFirstCell();
-    void weekRange();
     void todoOrder_data();
     void todoOrder();
     void hourRuns_data();
@@ -57,7 +54,6 @@ private slots:
     void appointmentsInRangeKeepSortedOrder();
     void sectionAt_data();
     void sectionAt();
-    void dayListPaneTexts();
 };
 
 void tst_TimeGrid::slotCount_data()
@@ -88,16 +84,6 @@ void tst_TimeGrid::slotCount()
     QCOMPARE(dayvex::slotCount(start, end, s), count);
     QCOMPARE(start, storedStart);
     QCOMPARE(int(s), storedStep);
-}
-
-void tst_TimeGrid::labels()
-{
-    const auto labels = slotLabels("08:00", 30, 25);
-    QCOMPARE(labels.size(), size_t(25));
-    QCOMPARE(labels[0].hour, "8");
-    QCOMPARE(labels[1].minutes, "30");
-    QCOMPARE(labels[24].hour, "20");
-    QCOMPARE(labels[24].minutes, "00");
 }
 
 void tst_TimeGrid::rows_data()
@@ -220,15 +206,6 @@ void tst_TimeGrid::monthFirstCell()
     QCOMPARE(range.to.toDate(), firstCell.addDays(35));
 }
 
-void tst_TimeGrid::weekRange()
-{
-    const DateRange week = viewRange(2, Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(15, 0))), true);
-    QCOMPARE(week.from.toDate(), QDate(2000, 11, 27));
-    QCOMPARE(week.to.toDate(), QDate(2000, 12, 4));
-    const DateRange day = viewRange(1, Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(15, 0))), true);
-    QCOMPARE(day.from.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(0, 0)));
-}
-
 void tst_TimeGrid::todoOrder_data()
 {
     QTest::addColumn<QList<int>>("priorities");
@@ -322,13 +299,6 @@ void tst_TimeGrid::sectionAt()
     QFETCH(double, pos);
     QFETCH(int, section);
     QCOMPARE(dayvex::sectionAt({0, 400, 400, 1200}, {400, 0, 600, 300}, pos), section);
-}
-
-void tst_TimeGrid::dayListPaneTexts()
-{
-    const QString line = "09:00-10:30 Rossi: Sala A | Ferri | Riunione";
-    QCOMPARE(detail::listCaption("03/12/2000-03/12/2000", line), "03/12/2000-09:00 - 10:30");
-    QCOMPARE(detail::listText(line), "Rossi: Sala A | Ferri | Riunione");
 }
 
 QTEST_GUILESS_MAIN(tst_TimeGrid)
