@@ -7,6 +7,7 @@
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/platform/color.h>
+#include <dayvex/platform/capslock.h>
 #include <dayvex/platform/keyedcollection.h>
 
 #include <dayvex/model/alarms.h>
@@ -22,6 +23,7 @@
 
 #include <dayvex/control/layout.h>
 #include <dayvex/control/monthcalendar.h>
+#include <dayvex/control/statusline.h>
 #include <dayvex/control/propertybag.h>
 #include <dayvex/control/twips.h>
 #include <dayvex/control/zntdayvex.h>
@@ -36,3 +38,5 @@
 #include <dayvex/views/detailpane.h>
 #include <dayvex/views/viewselection.h>
 #include <dayvex/views/viewgrid.h>
+#include <dayvex/views/textfit.h>
+#include <dayvex/views/daylist.h>

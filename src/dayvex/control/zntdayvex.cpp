@@ -3,6 +3,7 @@
 #include "layout.h"
 #include "monthcalendar.h"
 #include "propertybag.h"
+#include "statusline.h"
 #include "twips.h"
 
 #include <dayvex/i18n/language.h>
@@ -21,10 +22,8 @@
 #include <QAction>
 #include <QHeaderView>
 #include <QLabel>
-#include <QListWidget>
 #include <QMenu>
 #include <QResizeEvent>
-#include <QStatusBar>
 #include <QTabBar>
 #include <QTableWidget>
 #include <QTimer>
@@ -89,26 +88,11 @@ void zntDayvex::createChildren()
     // The boxes follow the rows they stand on.
     connect(m_lista->verticalScrollBar(), &QScrollBar::valueChanged, this,
             [this] { runFromUser([this] { drawView(selectedTab()); }); });
+    connect(m_lista, &AgendaGrid::viewportResized, this, [this] { runFromUser([this] { drawView(selectedTab()); }); });
 
-    m_statusBar = new QStatusBar(this);
-    m_statusBar->setObjectName(QStringLiteral("StatusBar"));
-    m_statusBar->setSizeGripEnabled(false);
-    const char *samples[] = {"CAPS", "27/03/2009", "14.57"};
-    for (int i = 0; i < 3; ++i) {
-        m_statusPanels[i] = new QLabel(QString::fromLatin1(samples[i]), m_statusBar);
-        m_statusPanels[i]->setFrameShape(QFrame::StyledPanel);
-        if (i == 0)
-            m_statusBar->addWidget(m_statusPanels[i]);
-        else
-            m_statusBar->addPermanentWidget(m_statusPanels[i]);
-    }
-
-    // The date and time panels follow the clock.
-    auto *clock = new QTimer(m_statusBar);
-    clock->setInterval(30 * 1000);
-    connect(clock, &QTimer::timeout, this, &zntDayvex::showClock);
-    clock->start();
-    showClock();
+    m_statusBar = new StatusLine(this);
+    // The line of the current time moves with the clock.
+    connect(m_statusBar, &StatusLine::ticked, this, [this] { runFromUser([this] { showNow(); }); });
 
     m_frShowApp = new DetailPane(this);
 
@@ -116,13 +100,6 @@ void zntDayvex::createChildren()
     m_timer->setObjectName(QStringLiteral("Timer"));
     m_timer->setInterval(AlarmTimerInterval);
     m_timer->start();
-}
-
-void zntDayvex::showClock()
-{
-    const Date moment = now();
-    m_statusPanels[1]->setText(formatDate(moment, sharedSettings().DateFormat));
-    m_statusPanels[2]->setText(formatDate(moment, QStringLiteral("hh.nn")));
 }
 
 void zntDayvex::createMenus()
@@ -511,7 +488,7 @@ void zntDayvex::selectView()
         rebuildTimeRows();
         m_lista->setWeekHeading(weekHeadings(viewRange(zntPlanShowWeek, shown, dayFirst()).from));
         if (m_lista->rowCount() > 0)
-            m_lista->setCurrentCell(0, qMax(0, m_lista->currentColumn()));
+            m_lista->setCurrentCell(0, qMax(0, m_lista->currentColumn()), QItemSelectionModel::NoUpdate);
         break;
     default:
         m_currentView = zntPlanShowDay;
@@ -554,6 +531,7 @@ void zntDayvex::drawAppointments()
     const Date shown = Date::fromDate(m_calendar->selectedDate());
     const DateRange range = viewRange(view, shown, dayFirst());
     m_thisDay->setText(viewCaption(view, shown));
+    m_lista->setColumnDays(range.from, view == zntPlanShowDay ? 1 : view == zntPlanShowWeek ? 7 : 0);
     if (view == zntPlanShowWeek)
         m_lista->setWeekHeading(weekHeadings(range.from));
     else if (view == zntPlanShowMonth)
@@ -570,6 +548,7 @@ void zntDayvex::drawAppointments()
             entry.times = entry.line.left(11);
             entry.dates = formatDate(s->StartDate, shared.DateFormat) + QLatin1Char('-')
                           + formatDate(s->EndDate, shared.DateFormat);
+            entry.description = s->Description;
             entry.start = s->StartDate;
             entry.color = s->Color;
             entries.push_back(std::move(entry));
@@ -582,18 +561,32 @@ void zntDayvex::drawAppointments()
     drawView(view);
 }
 
+namespace {
+// The first slot's time and the slot length that the rows were built with.
+std::pair<Date, qint16> slotStartAndStep()
+{
+    const SharedSettings &shared = sharedSettings();
+    const std::optional<Date> start = parseDate(shared.DayStartTime);
+    return {start ? start->timePart() : Date::fromTime(QTime(8, 0)),
+            shared.DayStepMinutes > 0 ? shared.DayStepMinutes : qint16(30)};
+}
+} // namespace
+
 void zntDayvex::drawView(int view)
 {
     if (view == zntPlanShowMonth) {
         m_lista->placeDayLists(monthFirstCell(Date::fromDate(m_calendar->selectedDate()), dayFirst()));
-        return;
+    } else if (view == zntPlanShowDay || view == zntPlanShowWeek) {
+        const auto [dayStart, step] = slotStartAndStep();
+        m_lista->placeBoxes(view == zntPlanShowWeek, dayStart, step);
     }
-    if (view != zntPlanShowDay && view != zntPlanShowWeek)
-        return;
-    const SharedSettings &shared = sharedSettings();
-    const std::optional<Date> start = parseDate(shared.DayStartTime);
-    const Date dayStart = start ? start->timePart() : Date::fromTime(QTime(8, 0));
-    m_lista->placeBoxes(view == zntPlanShowWeek, dayStart, shared.DayStepMinutes > 0 ? shared.DayStepMinutes : 30);
+    showNow();
+}
+
+void zntDayvex::showNow()
+{
+    const auto [dayStart, step] = slotStartAndStep();
+    m_lista->showNow(now(), dayStart, step);
 }
 
 void zntDayvex::rebuildAlarms()
@@ -632,11 +625,14 @@ void zntDayvex::connectGestures()
         if (!m_disableMenu)
             runCommand(m_mnNuovo);
     });
-    connect(m_lista, &AgendaGrid::boxCreated, this, &zntDayvex::watchBox);
-    connect(m_lista, &AgendaGrid::dayListCreated, this, [this](QListWidget *list) {
-        list->installEventFilter(this);
-        list->viewport()->installEventFilter(this);
+    connect(m_lista, &AgendaGrid::keyboardMoved, this, [this] {
+        // The arrow keys move the date on show as a click on the cell would.
+        m_selection.listaRow = m_lista->currentRow();
+        m_selection.listaColumn = m_lista->currentColumn();
+        runFromUser([this] { listaClickAction(); });
     });
+    connect(m_lista, &AgendaGrid::boxCreated, this, &zntDayvex::watchBox);
+    connect(m_lista, &AgendaGrid::dayListCreated, this, &zntDayvex::watchDayList);
 
     connect(m_daFare, &ToDoGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
         runFromUser([&] { onToDoReleased(pos, button, global); });
@@ -650,6 +646,11 @@ void zntDayvex::connectGestures()
     connect(m_daFare, &ToDoGrid::hovered, this, [this] {
         if (m_frShowApp->isVisible())
             m_frShowApp->hide();
+    });
+    connect(m_daFare, &ToDoGrid::enterPressed, this, [this](int row) {
+        m_selection.toDoKey = m_daFare->keyAt(row);
+        if (!m_selection.toDoKey.isEmpty())
+            runCommand(m_mnModificaAttivita);
     });
 
     connect(m_frShowApp, &DetailPane::clicked, this, [this] {
@@ -666,8 +667,32 @@ void zntDayvex::watchBox(AppointmentBox *box)
         m_frShowApp->hide();
     });
     connect(box, &AppointmentBox::deletePressed, this, [this] { runCommand(m_mnElimina); });
+    connect(box, &AppointmentBox::enterPressed, this, [this](AppointmentBox *pressed) {
+        m_selection.appointmentKey = pressed->entry().key;
+        runCommand(m_mnModifica);
+    });
     connect(box, &AppointmentBox::rightReleased, this,
             [this](AppointmentBox *, const QPoint &global) { popUpAppointmentMenu(true, global); });
+}
+
+void zntDayvex::watchDayList(DayList *list)
+{
+    connect(list, &DayList::pressed, this, [this](DayList *pressed, int line) {
+        m_selection.pressedListIndex = pressed->index();
+        m_selection.pressedLineIndex = line;
+    });
+    connect(list, &DayList::clicked, this, [this](DayList *clicked) { showDayListDetails(clicked->index()); });
+    connect(list, &DayList::doubleClicked, this, [this] {
+        runCommand(m_mnModifica);
+        m_frShowApp->hide();
+    });
+    connect(list, &DayList::deletePressed, this, [this] { runCommand(m_mnElimina); });
+    connect(list, &DayList::enterPressed, this, [this](DayList *pressed) {
+        if (selectDayLine(pressed->index()))
+            runCommand(m_mnModifica);
+    });
+    connect(list, &DayList::rightReleased, this,
+            [this](DayList *, const QPoint &global) { popUpAppointmentMenu(true, global); });
 }
 
 void zntDayvex::popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos)
@@ -707,65 +732,34 @@ void zntDayvex::showBoxDetails(AppointmentBox *box)
 {
     const AgendaEntry &entry = box->entry();
     m_selection.appointmentKey = entry.key;
-    m_frShowApp->showAt(QRect(box->mapTo(this, QPoint(0, 0)), m_frShowApp->defaultSize()),
-                        detail::boxCaption(entry), detail::boxText(entry));
+    // Beside the box, within the grid: the box stays in sight, the calendar uncovered.
+    const QRect item(box->mapTo(this, QPoint(0, 0)), box->size());
+    m_frShowApp->showAt(m_frShowApp->areaBeside(item, m_lista->geometry()), detail::boxCaption(entry),
+                        detail::boxText(entry));
 }
 
-bool zntDayvex::eventFilter(QObject *watched, QEvent *event)
+bool zntDayvex::selectDayLine(int index)
 {
-    for (int i = 0; i < m_lista->dayListCount(); ++i) {
-        QListWidget *list = m_lista->dayList(i);
-        if (watched == list || watched == list->viewport())
-            return dayListEvent(i, list, event);
-    }
-    return QWidget::eventFilter(watched, event);
-}
-
-bool zntDayvex::dayListEvent(int index, QListWidget *list, QEvent *event)
-{
-    switch (event->type()) {
-    case QEvent::MouseButtonPress: {
-        const auto *mouse = static_cast<QMouseEvent *>(event);
-        m_selection.pressedListIndex = index;
-        m_selection.pressedLineIndex = list->indexAt(mouse->position().toPoint()).row();
-        break;
-    }
-    case QEvent::MouseButtonRelease: {
-        const auto *mouse = static_cast<QMouseEvent *>(event);
-        if (mouse->button() == Qt::LeftButton)
-            showDayListDetails(index);
-        else if (mouse->button() == Qt::RightButton)
-            popUpAppointmentMenu(true, mouse->globalPosition().toPoint());
-        break;
-    }
-    case QEvent::MouseButtonDblClick:
-        runCommand(m_mnModifica);
-        m_frShowApp->hide();
-        return true;
-    case QEvent::KeyPress:
-        if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
-            runCommand(m_mnElimina);
-            return true;
-        }
-        break;
-    default:
-        break;
-    }
-    return false;
+    const DayList *list = m_lista->dayList(index);
+    const int line = list->currentRow();
+    const std::vector<AgendaEntry> &entries = m_lista->dayListEntries(index);
+    if (line < 0 || size_t(line) >= entries.size())
+        return false;
+    m_selection.appointmentKey = entries[size_t(line)].key;
+    return true;
 }
 
 void zntDayvex::showDayListDetails(int index)
 {
-    QListWidget *list = m_lista->dayList(index);
-    const int line = list->currentRow();
-    const std::vector<AgendaEntry> &entries = m_lista->dayListEntries(index);
-    if (line < 0 || size_t(line) >= entries.size())
+    if (!selectDayLine(index))
         return;
-    m_selection.appointmentKey = entries[size_t(line)].key;
-    const QString text = list->item(line)->text();
+    const DayList *list = m_lista->dayList(index);
+    const QString text = list->currentItem()->text();
     // The day's date text is its first appointment's.
-    m_frShowApp->showAt(QRect(list->mapTo(this, QPoint(0, 0)), m_frShowApp->defaultSize()),
-                        detail::listCaption(entries.front().dates, text), detail::listText(text));
+    const QRect cell(list->mapTo(this, QPoint(0, 0)), list->size());
+    m_frShowApp->showAt(m_frShowApp->areaBeside(cell, m_lista->geometry()),
+                        detail::listCaption(m_lista->dayListEntries(index).front().dates, text),
+                        detail::listText(text));
 }
 
 void zntDayvex::showToDoDetails(int row)
@@ -776,11 +770,10 @@ void zntDayvex::showToDoDetails(int row)
     if (key.isEmpty() || !plan || !plan->ToDoS()->find(key))
         return; // a row the host has emptied since the last refill
     const std::shared_ptr<ToDo> todo = plan->ToDoS()->Item(key);
-    const QPoint rowTop = m_daFare->viewport()->mapTo(this, QPoint(0, m_daFare->rowViewportPosition(row)));
-    // Kept within the control on the left too: the pane's left edge tells a click on it that it shows a to-do.
-    const int width = qMin(m_daFare->width(), this->width() - m_daFare->x());
-    m_frShowApp->showAt(QRect(QPoint(m_daFare->x(), rowTop.y()), QSize(width, m_frShowApp->defaultSize().height())),
-                        text(Text::ToDo), detail::toDoText(*todo, sharedSettings().DateFormat));
+    // Above the list, on its left edge: no row is covered, and the pane's left
+    // edge tells a click on it that it shows a to-do.
+    m_frShowApp->showAt(m_frShowApp->areaAbove(m_daFare->geometry(), rect()), text(Text::ToDo),
+                        detail::toDoText(*todo, sharedSettings().DateFormat));
 }
 
 void zntDayvex::onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)
@@ -828,13 +821,14 @@ void zntDayvex::layOutChildren()
                        scale.toPixels(r.height));
     };
     place(m_statusBar, l.status);
-    m_statusPanels[0]->setFixedWidth(qMax(0, scale.toPixels(l.statusFirstPanel)));
+    m_statusBar->panel(0)->setFixedWidth(qMax(0, scale.toPixels(l.statusFirstPanel)));
     m_calendar->setMonthColumns(l.calendarMonths);
     place(m_calendar, l.calendar);
     place(m_lista, l.lista);
     m_daFare->setColumnCount(4);
     place(m_daFare, l.daFare);
-    m_daFare->setColumnWidth(1, qMax(0, scale.toPixels(l.daFareDescriptionColumn)));
+    // The description column takes the rest; the priority column keeps its 300 twips.
+    m_daFare->setColumnWidth(ToDoGrid::DescriptionColumn, qMax(0, scale.toPixels(l.daFareDescriptionColumn)));
     place(m_thisDay, l.thisDay);
     place(m_tipoVis, l.tipoVis);
     m_tipoVis->setStyleSheet(QStringLiteral("QTabBar::tab { width: %1px; }").arg(qMax(0, scale.toPixels(l.tabWidth))));

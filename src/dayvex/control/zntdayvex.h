@@ -14,16 +14,16 @@
 class QAction;
 class QLabel;
 class QMenu;
-class QStatusBar;
 class QTabBar;
-class QListWidget;
 class QTimer;
 
 namespace dayvex {
 
 class AgendaGrid;
 class AppointmentBox;
+class DayList;
 class DetailPane;
+class StatusLine;
 class MonthCalendar;
 class PropertyBag;
 class ToDoGrid;
@@ -155,7 +155,6 @@ signals:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
-    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     // The view switch of the tab strip, then the drawing steps of the views.
@@ -166,6 +165,7 @@ private:
     void refillToDos();
     void drawAppointments();
     void drawView(int view);
+    void showNow();
     void rebuildAlarms();
     void onCalendarDateClicked(const QDate &date);
     void onCalendarSelectionChanged();
@@ -176,10 +176,11 @@ private:
     // The gestures of the grids, the boxes, the day lists and the detail pane.
     void connectGestures();
     void watchBox(AppointmentBox *box);
+    void watchDayList(DayList *list);
     void onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
     void listaClickAction();
     void showBoxDetails(AppointmentBox *box);
-    bool dayListEvent(int index, QListWidget *list, QEvent *event);
+    bool selectDayLine(int index);
     void showDayListDetails(int index);
     void showToDoDetails(int row);
     void onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
@@ -189,7 +190,6 @@ private:
 
     void createChildren();
     void createMenus();
-    void showClock();
     void applyMenuCaptions();
     void layOutChildren();
     void markChanged(const char *name);
@@ -209,8 +209,7 @@ private:
     MonthCalendar *m_calendar = nullptr;
     QTabBar *m_tipoVis = nullptr;
     QLabel *m_thisDay = nullptr;
-    QStatusBar *m_statusBar = nullptr;
-    QLabel *m_statusPanels[3] = {};
+    StatusLine *m_statusBar = nullptr;
     DetailPane *m_frShowApp = nullptr;
     QTimer *m_timer = nullptr;
 

@@ -4,9 +4,13 @@
 #include <dayvex/platform/color.h>
 #include <dayvex/platform/format.h>
 
+#include <dayvex/views/textfit.h>
+
 #include <QHeaderView>
-#include <QListWidget>
+#include <QKeyEvent>
+#include <QPainter>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 
 namespace dayvex {
 
@@ -17,6 +21,71 @@ constexpr int GridColumns = 9;
 // The placer's edge allowance: boxes stand 30 twips inside the grid's outer edge,
 // which the viewport already leaves out.
 constexpr double GridEdge = 30;
+// The date of a month view's date cell.
+constexpr int CellDateRole = Qt::UserRole + 1;
+// The month cell caption as the design has it, then shorter forms for narrow cells.
+const QStringList MonthCaptionFormats{QStringLiteral("ddd d mmm"), QStringLiteral("d mmm"), QStringLiteral("ddd d"),
+                                      QStringLiteral("d")};
+
+QColor todayTint(const QPalette &palette)
+{
+    QColor tint = palette.color(QPalette::Highlight);
+    tint.setAlpha(28);
+    return tint;
+}
+
+// Month captions cut to the shortest form that fits, and the marks of today.
+class AgendaCellDelegate : public QStyledItemDelegate
+{
+public:
+    explicit AgendaCellDelegate(AgendaGrid *grid)
+        : QStyledItemDelegate(grid)
+        , m_grid(grid)
+    {
+    }
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        if (index.column() == m_grid->todayColumn())
+            painter->fillRect(option.rect, todayTint(option.palette));
+        QStyledItemDelegate::paint(painter, option, index);
+        if (isToday(index)) {
+            painter->save();
+            painter->setPen(QPen(option.palette.color(QPalette::Highlight), 2));
+            painter->drawRect(QRectF(option.rect).adjusted(1, 1, -1, -1));
+            painter->restore();
+        }
+    }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        const QVariant date = index.data(CellDateRole);
+        if (!date.isValid())
+            return;
+        const Date day(date.toDouble());
+        if (isToday(index))
+            option->font.setBold(true);
+        QStringList captions;
+        for (const QString &format : MonthCaptionFormats)
+            captions << formatDate(day, format);
+        const QFontMetricsF metrics(option->font);
+        const double room = option->rect.width() - 2 * (m_grid->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
+        option->text = firstThatFits(captions, room, [&metrics](const QString &text) {
+            return metrics.horizontalAdvance(text);
+        });
+    }
+
+private:
+    bool isToday(const QModelIndex &index) const
+    {
+        const QVariant date = index.data(CellDateRole);
+        return date.isValid() && Date(date.toDouble()) == m_grid->today();
+    }
+
+    AgendaGrid *m_grid;
+};
 } // namespace
 
 AgendaGrid::AgendaGrid(QWidget *parent)
@@ -39,6 +108,33 @@ AgendaGrid::AgendaGrid(QWidget *parent)
     // The hour figures are large for their narrow column: clip rather than elide them.
     setTextElideMode(Qt::ElideNone);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    setItemDelegate(new AgendaCellDelegate(this));
+
+    m_nowLine = new QWidget(viewport());
+    m_nowLine->setObjectName(QStringLiteral("nowLine"));
+    m_nowLine->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_nowLine->setAutoFillBackground(true);
+    QPalette red = m_nowLine->palette();
+    red.setColor(QPalette::Window, QColor(0xd0, 0x20, 0x20));
+    m_nowLine->setPalette(red);
+    m_nowLine->hide();
+}
+
+void AgendaGrid::keyPressEvent(QKeyEvent *event)
+{
+    const QModelIndex before = currentIndex();
+    ViewGrid::keyPressEvent(event);
+    if (currentIndex() != before)
+        emit keyboardMoved();
+}
+
+void AgendaGrid::resizeEvent(QResizeEvent *event)
+{
+    // A grid resized while hidden gets this event only when it is shown, after
+    // its parent's resize has run: placing boxes before then would measure the
+    // viewport of the old size.
+    ViewGrid::resizeEvent(event);
+    emit viewportResized();
 }
 
 void AgendaGrid::setTwipsWidth(int column, double twips)
@@ -48,6 +144,7 @@ void AgendaGrid::setTwipsWidth(int column, double twips)
 
 void AgendaGrid::setDayColumns(double dayColumn)
 {
+    setSelectionMode(QAbstractItemView::SingleSelection);
     setColumnCount(3);
     setColumnHidden(0, false);
     setColumnHidden(1, false);
@@ -56,6 +153,7 @@ void AgendaGrid::setDayColumns(double dayColumn)
 
 void AgendaGrid::setWeekColumns(qint32 dayColumn)
 {
+    setSelectionMode(QAbstractItemView::SingleSelection);
     setColumnCount(GridColumns);
     setColumnHidden(0, false);
     setColumnHidden(1, false);
@@ -66,6 +164,8 @@ void AgendaGrid::setWeekColumns(qint32 dayColumn)
 void AgendaGrid::setMonthLayout(double gridWidth, double gridHeight)
 {
     setHeadingRow(false);
+    // A clicked cell moves the date; it is no selection to paint.
+    setSelectionMode(QAbstractItemView::NoSelection);
     clearSpans();
     setRowCount(0);
     setRowCount(MonthRows);
@@ -96,6 +196,57 @@ void AgendaGrid::setWeekHeading(const QStringList &days)
     QStringList labels{QStringLiteral(" "), QStringLiteral(" ")};
     labels << days;
     setHorizontalHeaderLabels(labels);
+    markTodayHeading();
+}
+
+void AgendaGrid::markTodayHeading()
+{
+    if (!hasHeadingRow())
+        return;
+    for (int column = 2; column < columnCount(); ++column) {
+        QTableWidgetItem *heading = horizontalHeaderItem(column);
+        if (!heading)
+            continue;
+        QFont font = heading->font();
+        font.setBold(column == m_todayColumn);
+        heading->setFont(font);
+        heading->setForeground(column == m_todayColumn ? palette().color(QPalette::Highlight)
+                                                       : palette().color(QPalette::ButtonText));
+    }
+}
+
+void AgendaGrid::setColumnDays(Date first, int days)
+{
+    m_firstDay = first.datePart();
+    m_days = days;
+}
+
+void AgendaGrid::showNow(Date now, Date dayStart, qint16 step)
+{
+    m_today = now.datePart();
+    const double offset = m_today.value() - m_firstDay.value();
+    m_todayColumn = m_days > 0 && offset >= 0 && offset < m_days ? 2 + int(offset) : -1;
+    markTodayHeading();
+    viewport()->update();
+
+    const TwipsScale scale = TwipsScale::of(this);
+    const std::optional<double> y =
+        m_todayColumn >= 0 && m_todayColumn < columnCount() && rowCount() > 0
+            ? nowLineOffset(now, dayStart, step, rowCount(), scale.toTwips(rowHeight(0)))
+            : std::nullopt;
+    if (!y) {
+        m_nowLine->hide();
+        return;
+    }
+    const int top = rowViewportPosition(0) + scale.toPixels(*y);
+    m_nowLine->setGeometry(columnViewportPosition(m_todayColumn), top - 1, columnWidth(m_todayColumn), 2);
+    m_nowLine->setVisible(top >= 0 && top < viewport()->height());
+    m_nowLine->raise();
+}
+
+QRect AgendaGrid::nowLine() const
+{
+    return m_nowLine->isVisible() ? m_nowLine->geometry() : QRect();
 }
 
 void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
@@ -109,12 +260,15 @@ void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
     QFont hourFont = font();
     hourFont.setPointSize(14);
     for (int row = 0; row < rowCount(); ++row) {
+        // The time columns label the rows; a click there selects nothing.
         auto *hour = new QTableWidgetItem(labels[size_t(row)].hour);
         hour->setFont(hourFont);
         hour->setTextAlignment(Qt::AlignHCenter | Qt::AlignTop);
+        hour->setFlags(Qt::ItemIsEnabled);
         setItem(row, 0, hour);
         auto *minutes = new QTableWidgetItem(labels[size_t(row)].minutes);
         minutes->setTextAlignment(Qt::AlignCenter);
+        minutes->setFlags(Qt::ItemIsEnabled);
         setItem(row, 1, minutes);
     }
     for (const RowRun &run : hourRuns(labels))
@@ -136,6 +290,7 @@ bool AgendaGrid::showMonthDates(Date from, Date shown)
         for (int column = 2; column < qMin(columnCount(), GridColumns); ++column) {
             const Date day = from.addDays((row / 2) * 7 + (column - 2));
             auto *cell = new QTableWidgetItem(formatDate(day, cellFormat));
+            cell->setData(CellDateRole, day.value());
             cell->setBackground(face);
             cell->setForeground(formatDate(day, QStringLiteral("mmmm")) == shownMonth ? inMonth : otherMonth);
             setItem(row, column, cell);
@@ -155,15 +310,18 @@ AppointmentBox *AgendaGrid::boxAt(int index)
     return m_boxes[size_t(index)];
 }
 
-AgendaGrid::DayList &AgendaGrid::dayListAt(int index)
+AgendaGrid::Day &AgendaGrid::dayListAt(int index)
 {
     if (size_t(index) == m_lists.size()) {
-        auto *list = new QListWidget(viewport());
-        list->setObjectName(QStringLiteral("lstApp"));
-        list->setFrameShape(QFrame::NoFrame);
-        list->setFont(AppointmentBox::boxFont());
-        list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        auto *list = new DayList(index, viewport());
         list->hide();
+        // One selected line across all days.
+        connect(list, &DayList::pressed, this, [this](DayList *pressed) {
+            for (const Day &day : m_lists) {
+                if (day.list != pressed)
+                    day.list->clearSelection();
+            }
+        });
         m_lists.push_back({list, Date(), {}});
         emit dayListCreated(list);
     }
@@ -200,14 +358,16 @@ void AgendaGrid::showDayLists(const std::vector<AgendaEntry> &entries)
     for (const AgendaEntry &entry : entries) {
         // A list per day: the next one begins with the first appointment of a later day.
         if (current < 0 || m_lists[size_t(current)].day < entry.start.datePart()) {
-            DayList &day = dayListAt(++current);
+            Day &day = dayListAt(++current);
             day.day = entry.start.datePart();
             day.entries.clear();
             day.list->clear();
         }
-        DayList &day = m_lists[size_t(current)];
+        Day &day = m_lists[size_t(current)];
         day.entries.push_back(entry);
         auto *line = new QListWidgetItem(entry.line, day.list);
+        line->setData(DayList::ShortLineRole, entry.line.left(5) + QLatin1Char(' ')
+                                                  + (entry.description.isEmpty() ? entry.line.mid(12) : entry.description));
         if (entry.color != 0)
             line->setBackground(oleColor(quint32(entry.color), palette()));
     }
@@ -265,7 +425,7 @@ void AgendaGrid::placeBoxes(bool week, Date dayStart, qint16 step)
 void AgendaGrid::placeDayLists(Date from)
 {
     for (int i = 0; i < m_listCount; ++i) {
-        const DayList &day = m_lists[size_t(i)];
+        const Day &day = m_lists[size_t(i)];
         day.list->hide();
         const MonthCell cell = monthCellOf(day.day, from);
         const int row = cell.week * 2 + 1;

@@ -2,12 +2,11 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/views/appointmentbox.h>
+#include <dayvex/views/daylist.h>
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/viewgrid.h>
 
 #include <vector>
-
-class QListWidget;
 
 namespace dayvex {
 
@@ -54,11 +53,23 @@ public:
     void placeBoxes(bool week, Date dayStart, qint16 step);
     void placeDayLists(Date from);
 
+    // The days in the day columns, from column 2 on (one in the day view, seven
+    // in the week view; none in the month view, whose cells know their dates).
+    void setColumnDays(Date first, int days);
+    // Marks today's column, heading and month cell, and draws the line of the
+    // current time across today's column; none when today is not on show.
+    void showNow(Date now, Date dayStart, qint16 step);
+    // Today's day column, or -1.
+    int todayColumn() const { return m_todayColumn; }
+    Date today() const { return m_today; }
+    // The line of the current time, in viewport pixels; null when not shown.
+    QRect nowLine() const;
+
     // What is on show, in drawing order.
     int boxCount() const { return m_boxCount; }
     AppointmentBox *box(int index) const { return m_boxes[size_t(index)]; }
     int dayListCount() const { return m_listCount; }
-    QListWidget *dayList(int index) const { return m_lists[size_t(index)].list; }
+    DayList *dayList(int index) const { return m_lists[size_t(index)].list; }
     Date dayListDate(int index) const { return m_lists[size_t(index)].day; }
     const std::vector<AgendaEntry> &dayListEntries(int index) const { return m_lists[size_t(index)].entries; }
 
@@ -67,24 +78,39 @@ public:
 
 signals:
     void boxCreated(dayvex::AppointmentBox *box);
-    void dayListCreated(QListWidget *list);
+    void dayListCreated(dayvex::DayList *list);
+    // The grid has its new size and its viewport too: what stands on the cells must be placed again.
+    void viewportResized();
+    // The keyboard moved the current cell.
+    void keyboardMoved();
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    struct DayList
+    struct Day
     {
-        QListWidget *list = nullptr;
+        DayList *list = nullptr;
         Date day;
         std::vector<AgendaEntry> entries;
     };
 
     AppointmentBox *boxAt(int index);
-    DayList &dayListAt(int index);
+    Day &dayListAt(int index);
+    void markTodayHeading();
     void setTwipsWidth(int column, double twips);
 
     std::vector<AppointmentBox *> m_boxes;
     int m_boxCount = 0;
-    std::vector<DayList> m_lists;
+    std::vector<Day> m_lists;
     int m_listCount = 0;
+
+    Date m_firstDay;
+    int m_days = 0;
+    Date m_today;
+    int m_todayColumn = -1;
+    QWidget *m_nowLine = nullptr;
 };
 
 } // namespace dayvex

@@ -2,9 +2,12 @@
 
 #include <dayvex/platform/color.h>
 
+#include <QApplication>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QToolTip>
 
 namespace dayvex {
 
@@ -15,58 +18,81 @@ AppointmentBox::AppointmentBox(QWidget *parent)
     setFont(boxFont());
     setFocusPolicy(Qt::ClickFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
-    m_text.setTextFormat(Qt::PlainText);
-    m_text.setPerformanceHint(QStaticText::AggressiveCaching);
 }
 
 QFont AppointmentBox::boxFont()
 {
-    static const bool substituted = [] {
-        QFont::insertSubstitutions(QStringLiteral("Arial Narrow"),
-                                   {QStringLiteral("Liberation Sans Narrow"), QStringLiteral("Nimbus Sans Narrow"),
-                                    QStringLiteral("DejaVu Sans Condensed")});
-        return true;
-    }();
-    Q_UNUSED(substituted);
-    QFont font(QStringLiteral("Arial Narrow"), 8);
-    font.setStretch(QFont::Condensed);
+    QFont font = QApplication::font();
+    font.setFamilies({QStringLiteral("Arial Narrow"), QStringLiteral("Liberation Sans Narrow"),
+                      QStringLiteral("Nimbus Sans Narrow"), QStringLiteral("DejaVu Sans Condensed")});
+    // Narrow faces are small for their size already: never below 8 points.
+    if (font.pointSizeF() > 0 && font.pointSizeF() < 8)
+        font.setPointSizeF(8);
     return font;
 }
 
 void AppointmentBox::setEntry(const AgendaEntry &entry)
 {
+    if (entry.line != m_entry.line)
+        m_fittedFor = QSize();
     m_entry = entry;
     m_background = entry.color != 0 ? oleColor(quint32(entry.color), palette())
                                     : palette().color(QPalette::ToolTipBase);
-    setToolTip(entry.line);
-    if (m_text.text() != entry.line) {
-        m_text.setText(entry.line);
-        m_text.setTextWidth(-1); // laid out again at the next paint
-    }
     update();
+}
+
+QRect AppointmentBox::textArea() const
+{
+    return rect().adjusted(3, 1, -3, -1);
+}
+
+const FittedText &AppointmentBox::shownText()
+{
+    if (m_fittedFor != size()) {
+        const QFontMetricsF metrics(font());
+        const QRect area = textArea();
+        // At least one line, clipped if the box is lower than a line.
+        const int lines = qMax(1, int(area.height() / metrics.lineSpacing()));
+        m_fitted = fitLines(m_entry.line, area.width(), lines,
+                            [&metrics](const QString &text) { return metrics.horizontalAdvance(text); });
+        m_fittedFor = size();
+    }
+    return m_fitted;
 }
 
 void AppointmentBox::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    const QRect frame = rect().adjusted(0, 0, -1, -1);
     painter.fillRect(rect(), m_background);
     painter.setPen(palette().color(QPalette::Dark));
-    painter.drawRect(frame);
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
     // Dark text on light colours and the other way round.
     painter.setPen(m_background.lightness() < 128 ? Qt::white : Qt::black);
-    const QRect textArea = frame.adjusted(3, 1, -2, -1);
-    if (m_text.textWidth() != textArea.width()) {
-        m_text.setTextWidth(textArea.width());
-        m_text.prepare(QTransform(), font());
+    const QRect area = textArea();
+    painter.setClipRect(area);
+    const QFontMetrics metrics(font());
+    int y = area.top();
+    for (const QString &line : shownText().lines) {
+        painter.drawText(QRect(area.left(), y, area.width(), metrics.height()), Qt::AlignLeft | Qt::AlignTop, line);
+        y += metrics.lineSpacing();
     }
-    painter.setClipRect(textArea);
-    painter.drawStaticText(textArea.topLeft(), m_text);
+}
+
+bool AppointmentBox::event(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QWidget::event(event);
+    // The whole line, where the box cuts it.
+    if (shownText().cut)
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), m_entry.line, this);
+    else
+        QToolTip::hideText();
+    return true;
 }
 
 void AppointmentBox::mouseReleaseEvent(QMouseEvent *event)
 {
-    if (!rect().contains(event->position().toPoint()))
+    if (std::exchange(m_endsDoubleClick, false) || !rect().contains(event->position().toPoint()))
         return;
     if (event->button() == Qt::LeftButton)
         emit clicked(this);
@@ -76,16 +102,25 @@ void AppointmentBox::mouseReleaseEvent(QMouseEvent *event)
 
 void AppointmentBox::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    if (event->button() == Qt::LeftButton)
-        emit doubleClicked(this);
+    if (event->button() != Qt::LeftButton)
+        return;
+    m_endsDoubleClick = true;
+    emit doubleClicked(this);
 }
 
 void AppointmentBox::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Delete)
+    switch (event->key()) {
+    case Qt::Key_Delete:
         emit deletePressed(this);
-    else
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        emit enterPressed(this);
+        break;
+    default:
         QWidget::keyPressEvent(event);
+    }
 }
 
 } // namespace dayvex

@@ -3,7 +3,8 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/platform/date.h>
 
-#include <QStaticText>
+#include <dayvex/views/textfit.h>
+
 #include <QWidget>
 
 namespace dayvex {
@@ -15,6 +16,7 @@ struct AgendaEntry
     QString line;   // the appointment line: times, owner, place | contact | description
     QString times;  // "hh:mm-hh:mm", the box's tag
     QString dates;  // start and end in the date format, joined by "-"
+    QString description;
     Date start;
     qint32 color = 0; // 0x00BBGGRR; 0 for the default background
 };
@@ -30,26 +32,37 @@ public:
     const AgendaEntry &entry() const { return m_entry; }
     void setEntry(const AgendaEntry &entry);
 
-    // The face used for the box text: "Arial Narrow", or the closest narrow face.
+    // The face of the box text: "Arial Narrow", or the closest narrow face, at
+    // the size of the application's text.
     static QFont boxFont();
+
+    // The lines the box shows at its present size.
+    const FittedText &shownText();
 
 signals:
     void clicked(dayvex::AppointmentBox *box);
     void doubleClicked(dayvex::AppointmentBox *box);
     void rightReleased(dayvex::AppointmentBox *box, const QPoint &globalPos);
     void deletePressed(dayvex::AppointmentBox *box);
+    void enterPressed(dayvex::AppointmentBox *box);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    bool event(QEvent *event) override;
 
 private:
+    QRect textArea() const;
+
     AgendaEntry m_entry;
     QColor m_background;
-    // The laid-out text, kept until the text or the box's width changes.
-    QStaticText m_text;
+    // The fitted lines, kept until the text or the box's size changes.
+    FittedText m_fitted;
+    QSize m_fittedFor;
+    // The release that ends a double click is no click of its own.
+    bool m_endsDoubleClick = false;
 };
 
 } // namespace dayvex

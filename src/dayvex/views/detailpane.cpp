@@ -5,6 +5,8 @@
 #include <dayvex/platform/format.h>
 #include <dayvex/views/appointmentbox.h>
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QTextEdit>
@@ -48,6 +50,36 @@ QString toDoText(const ToDo &todo, const QString &dateFormat)
     return lines.join(QStringLiteral("\r\n"));
 }
 
+namespace {
+QRectF keptInside(QRectF area, const QRectF &room)
+{
+    area.setWidth(qMin(area.width(), room.width()));
+    area.setHeight(qMin(area.height(), room.height()));
+    area.moveLeft(qBound(room.left(), area.left(), room.right() - area.width()));
+    area.moveTop(qBound(room.top(), area.top(), room.bottom() - area.height()));
+    return area;
+}
+} // namespace
+
+QRectF besideItem(const QRectF &item, const QSizeF &pane, const QRectF &room)
+{
+    QRectF area(QPointF(item.right(), item.top()), pane);
+    if (area.right() > room.right()) {
+        area.moveRight(item.left());
+        if (area.left() < room.left())
+            area.moveLeft(item.left());
+    }
+    return keptInside(area, room);
+}
+
+QRectF aboveList(const QRectF &list, const QSizeF &pane, const QRectF &room)
+{
+    // The left edge stays the list's: the width is cut where the list passes room.
+    const double height = qMax(0.0, qMin(pane.height(), list.top() - room.top()));
+    const double width = qMax(0.0, qMin(list.width(), room.right() - list.left()));
+    return keptInside(QRectF(list.left(), list.top() - height, width, height), room);
+}
+
 } // namespace detail
 
 namespace {
@@ -75,21 +107,34 @@ DetailPane::DetailPane(QWidget *parent)
     hide();
 }
 
-QSize DetailPane::defaultSize() const
+namespace {
+QRectF toTwips(const QRect &r, const TwipsScale &scale)
 {
-    const TwipsScale scale = TwipsScale::of(this);
-    return {scale.toPixels(PaneWidth), scale.toPixels(PaneHeight)};
+    return {scale.toTwips(r.x()), scale.toTwips(r.y()), scale.toTwips(r.width()), scale.toTwips(r.height())};
 }
 
-void DetailPane::showAt(QRect area, const QString &caption, const QString &text)
+QRect toPixels(const QRectF &r, const TwipsScale &scale)
 {
-    if (parentWidget()) {
-        const QRect room = parentWidget()->rect();
-        area.setWidth(qMin(area.width(), room.width()));
-        area.setHeight(qMin(area.height(), room.height()));
-        area.moveRight(qMin(area.right(), room.right()));
-        area.moveBottom(qMin(area.bottom(), room.bottom()));
-    }
+    return {scale.toPixels(r.x()), scale.toPixels(r.y()), scale.toPixels(r.width()), scale.toPixels(r.height())};
+}
+} // namespace
+
+QRect DetailPane::areaBeside(const QRect &item, const QRect &room) const
+{
+    const TwipsScale scale = TwipsScale::of(this);
+    return toPixels(detail::besideItem(toTwips(item, scale), QSizeF(PaneWidth, PaneHeight), toTwips(room, scale)),
+                    scale);
+}
+
+QRect DetailPane::areaAbove(const QRect &list, const QRect &room) const
+{
+    const TwipsScale scale = TwipsScale::of(this);
+    return toPixels(detail::aboveList(toTwips(list, scale), QSizeF(PaneWidth, PaneHeight), toTwips(room, scale)),
+                    scale);
+}
+
+void DetailPane::showAt(const QRect &area, const QString &caption, const QString &text)
+{
     setGeometry(area);
     setTitle(caption);
     m_txDesApp->clear();
@@ -101,6 +146,41 @@ void DetailPane::showAt(QRect area, const QString &caption, const QString &text)
 QString DetailPane::text() const
 {
     return m_txDesApp->toPlainText();
+}
+
+void DetailPane::showEvent(QShowEvent *event)
+{
+    QGroupBox::showEvent(event);
+    qApp->installEventFilter(this);
+}
+
+void DetailPane::hideEvent(QHideEvent *event)
+{
+    qApp->removeEventFilter(this);
+    QGroupBox::hideEvent(event);
+}
+
+bool DetailPane::eventFilter(QObject *watched, QEvent *event)
+{
+    if (!watched->isWidgetType())
+        return false;
+    auto *widget = static_cast<QWidget *>(watched);
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+        // A press anywhere but on the pane closes it, as a pop-up closes; the press goes on.
+        if (widget != this && !isAncestorOf(widget))
+            hide();
+        break;
+    case QEvent::KeyPress:
+        if (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape && widget->window() == window()) {
+            hide();
+            return true;
+        }
+        break;
+    default:
+        break;
+    }
+    return false;
 }
 
 void DetailPane::mouseReleaseEvent(QMouseEvent *event)

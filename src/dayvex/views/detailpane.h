@@ -26,18 +26,29 @@ DAYVEX_EXPORT QString listText(const QString &line);
 // Due date, state, short and long description, each as caption ": " value,
 // the dashed line before the long description, joined by CR LF.
 DAYVEX_EXPORT QString toDoText(const ToDo &todo, const QString &dateFormat);
+
+// Where the pane stands beside an item, all in twips in one coordinate system:
+// level with the item's top, right of it where room has the width, else left of
+// it, else over it; moved and cut so that it stays inside room.
+DAYVEX_EXPORT QRectF besideItem(const QRectF &item, const QSizeF &pane, const QRectF &room);
+// Above a list, at its left edge and as wide as it, so that no row of the list
+// is covered; as high as room leaves above the list, at most pane's height.
+DAYVEX_EXPORT QRectF aboveList(const QRectF &list, const QSizeF &pane, const QRectF &room);
 } // namespace detail
 
-// The floating pane that shows one appointment or to-do over the item it describes.
+// The floating pane that shows one appointment or to-do beside the item it
+// describes. Escape or a click anywhere else closes it.
 class DAYVEX_EXPORT DetailPane : public QGroupBox
 {
     Q_OBJECT
 public:
     explicit DetailPane(QWidget *parent = nullptr);
 
-    // Shows caption and text in area (parent coordinates), moved up and left as
-    // far as needed to stay inside the parent.
-    void showAt(QRect area, const QString &caption, const QString &text);
+    // Shows caption and text in area (parent coordinates, pixels).
+    void showAt(const QRect &area, const QString &caption, const QString &text);
+    // The area of the usual size beside item, or above a list, inside room (parent coordinates).
+    QRect areaBeside(const QRect &item, const QRect &room) const;
+    QRect areaAbove(const QRect &list, const QRect &room) const;
     // The pane's usual size.
     QSize defaultSize() const;
     QString text() const;
@@ -48,6 +59,9 @@ signals:
 
 protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     QLineEdit *m_txDat = nullptr;

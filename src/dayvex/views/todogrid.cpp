@@ -5,7 +5,10 @@
 #include <dayvex/views/todoorder.h>
 
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QKeyEvent>
 #include <QMouseEvent>
+#include <QToolTip>
 
 namespace dayvex {
 
@@ -24,12 +27,13 @@ ToDoGrid::ToDoGrid(QWidget *parent)
     horizontalHeader()->setMinimumSectionSize(0);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     horizontalHeader()->setHighlightSections(false);
+    // The description column ends at the viewport's edge, with or without a
+    // vertical scroll bar, so its text is never cut by the frame.
+    horizontalHeader()->setStretchLastSection(true);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setWordWrap(false);
-    // The columns add up to the grid's outer width; the frame would otherwise
-    // call for a scroll bar of a few pixels.
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setMouseTracking(true); // moving over the list hides the detail pane
 }
@@ -42,9 +46,9 @@ void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions, double widt
     setRowCount(0);
     setColumnWidth(0, 0);
     setColumnHidden(0, true);
-    setColumnWidth(1, scale.toPixels(300));
-    setColumnWidth(2, scale.toPixels(700));
-    setColumnWidth(3, qMax(0, scale.toPixels(width - 1000)));
+    setColumnWidth(PriorityColumn, scale.toPixels(300));
+    setColumnWidth(ProjectColumn, scale.toPixels(700));
+    setColumnWidth(DescriptionColumn, qMax(0, scale.toPixels(width - 1000)));
 
     QStringList headings{QString()};
     for (int i = 0; i < 3; ++i)
@@ -78,14 +82,41 @@ QString ToDoGrid::keyAt(int row) const
     return cell ? cell->text() : QString();
 }
 
-} // namespace dayvex
-
-namespace dayvex {
-
 void ToDoGrid::mouseMoveEvent(QMouseEvent *event)
 {
     ViewGrid::mouseMoveEvent(event);
+    // Some window systems repeat the position of a click as a move; only a real move counts.
+    const QPoint pos = event->position().toPoint();
+    if (pos == m_lastMove)
+        return;
+    m_lastMove = pos;
     emit hovered();
+}
+
+void ToDoGrid::keyPressEvent(QKeyEvent *event)
+{
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && currentRow() >= 0) {
+        emit enterPressed(currentRow());
+        return;
+    }
+    ViewGrid::keyPressEvent(event);
+}
+
+bool ToDoGrid::viewportEvent(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return ViewGrid::viewportEvent(event);
+    // The whole text of a cell, only where the column cuts it.
+    const auto *help = static_cast<QHelpEvent *>(event);
+    const QModelIndex index = indexAt(help->pos());
+    const QTableWidgetItem *cell = itemFromIndex(index);
+    const QRect rect = visualRect(index);
+    const int room = rect.width() - 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1);
+    if (cell && fontMetrics().horizontalAdvance(cell->text()) > room)
+        QToolTip::showText(help->globalPos(), cell->text(), viewport(), rect);
+    else
+        QToolTip::hideText();
+    return true;
 }
 
 } // namespace dayvex

@@ -14,6 +14,10 @@ class DAYVEX_EXPORT ToDoGrid : public ViewGrid
 {
     Q_OBJECT
 public:
+    static constexpr int PriorityColumn = 1;
+    static constexpr int ProjectColumn = 2;
+    static constexpr int DescriptionColumn = 3;
+
     explicit ToDoGrid(QWidget *parent = nullptr);
 
     // Rebuilds the rows from todos. captions: the headings of the priority,
@@ -25,10 +29,18 @@ public:
     QString keyAt(int row) const;
 
 signals:
+    // The pointer moved over the rows.
     void hovered();
+    // Enter or Return on the current row.
+    void enterPressed(int row);
 
 protected:
     void mouseMoveEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    bool viewportEvent(QEvent *event) override;
+
+private:
+    QPoint m_lastMove;
 };
 
 } // namespace dayvex

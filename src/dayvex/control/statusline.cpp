@@ -1,0 +1,68 @@
+#include "statusline.h"
+
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/platform/capslock.h>
+#include <dayvex/platform/clock.h>
+#include <dayvex/platform/format.h>
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QTimer>
+
+namespace dayvex {
+
+namespace {
+// The clock panels show minutes; the line of the current time moves by a pixel in about a minute.
+constexpr int ClockInterval = 30 * 1000;
+} // namespace
+
+StatusLine::StatusLine(QWidget *parent)
+    : QStatusBar(parent)
+{
+    setObjectName(QStringLiteral("StatusBar"));
+    setSizeGripEnabled(false);
+    const char *samples[] = {"CAPS", "27/03/2009", "14.57"};
+    for (int i = 0; i < 3; ++i) {
+        m_panels[i] = new QLabel(QString::fromLatin1(samples[i]), this);
+        m_panels[i]->setFrameShape(QFrame::StyledPanel);
+        if (i == 0)
+            addWidget(m_panels[i]);
+        else
+            addPermanentWidget(m_panels[i]);
+    }
+    m_clock = new QTimer(this);
+    m_clock->setInterval(ClockInterval);
+    connect(m_clock, &QTimer::timeout, this, [this] {
+        showNow();
+        emit ticked();
+    });
+    m_clock->start();
+    // Caps Lock changes with a key of this application, or while another one is active.
+    qApp->installEventFilter(this);
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, &StatusLine::showCapsLock);
+    showNow();
+}
+
+void StatusLine::showNow()
+{
+    const Date moment = now();
+    m_panels[1]->setText(formatDate(moment, sharedSettings().DateFormat));
+    m_panels[2]->setText(formatDate(moment, QStringLiteral("hh.nn")));
+    showCapsLock();
+}
+
+void StatusLine::showCapsLock()
+{
+    m_panels[0]->setEnabled(capsLockOn());
+}
+
+bool StatusLine::eventFilter(QObject *watched, QEvent *event)
+{
+    if ((event->type() == QEvent::KeyRelease || event->type() == QEvent::KeyPress)
+        && static_cast<QKeyEvent *>(event)->key() == Qt::Key_CapsLock && watched->isWidgetType())
+        showCapsLock();
+    return false;
+}
+
+} // namespace dayvex

@@ -1,0 +1,77 @@
+#include "textfit.h"
+
+namespace dayvex {
+
+namespace {
+const QString Ellipsis = QStringLiteral("…");
+
+// The length of the longest beginning of text that, followed by suffix, fits width.
+qsizetype fittingLength(const QString &text, const QString &suffix, double width, const TextWidth &measure)
+{
+    qsizetype low = 0, high = text.size();
+    while (low < high) {
+        const qsizetype mid = (low + high + 1) / 2;
+        if (measure(text.left(mid) + suffix) <= width)
+            low = mid;
+        else
+            high = mid - 1;
+    }
+    return low;
+}
+} // namespace
+
+QString elideRight(const QString &text, double width, const TextWidth &measure)
+{
+    if (measure(text) <= width)
+        return text;
+    if (measure(Ellipsis) > width)
+        return QString();
+    return text.left(fittingLength(text, Ellipsis, width, measure)).trimmed() + Ellipsis;
+}
+
+FittedText fitLines(const QString &text, double width, int maxLines, const TextWidth &measure)
+{
+    FittedText fitted;
+    if (maxLines <= 0 || text.isEmpty()) {
+        fitted.cut = !text.isEmpty();
+        return fitted;
+    }
+    QString rest = text.trimmed();
+    while (!rest.isEmpty()) {
+        if (fitted.lines.size() == maxLines - 1) {
+            // The last line there is room for.
+            const QString last = elideRight(rest, width, measure);
+            fitted.cut = last != rest;
+            fitted.lines << last;
+            return fitted;
+        }
+        qsizetype end = fittingLength(rest, QString(), width, measure);
+        if (end < rest.size()) {
+            // Back to the last blank within the line, unless the first word alone is too wide.
+            const qsizetype blank = rest.lastIndexOf(QLatin1Char(' '), end);
+            if (blank > 0)
+                end = blank;
+            else if (end == 0)
+                end = 1;
+        }
+        fitted.lines << rest.left(end).trimmed();
+        rest = rest.mid(end).trimmed();
+    }
+    return fitted;
+}
+
+QString firstThatFits(const QStringList &candidates, double width, const TextWidth &measure)
+{
+    for (const QString &candidate : candidates) {
+        if (measure(candidate) <= width)
+            return candidate;
+    }
+    return candidates.isEmpty() ? QString() : elideRight(candidates.last(), width, measure);
+}
+
+int linesBelow(int count, int firstShown, int rowsShown)
+{
+    return qMax(0, count - qMax(0, firstShown) - qMax(0, rowsShown));
+}
+
+} // namespace dayvex

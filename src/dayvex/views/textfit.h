@@ -1,0 +1,36 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+
+#include <QStringList>
+
+#include <functional>
+
+namespace dayvex {
+
+// How the views fit text into boxes, cells and list lines. The width of a text
+// comes from a measure, so that the arithmetic needs no font.
+using TextWidth = std::function<double(const QString &)>;
+
+struct FittedText
+{
+    QStringList lines;
+    bool cut = false; // some of the text is not shown
+};
+
+// Breaks text at blanks into lines no wider than width (a word wider than a
+// line is broken between characters) and keeps at most maxLines of them; when
+// text is left over, the last line shows as much of the rest as fits, then "…".
+DAYVEX_EXPORT FittedText fitLines(const QString &text, double width, int maxLines, const TextWidth &measure);
+
+// text, or its longest beginning followed by "…" that fits width ("" when not even "…" does).
+DAYVEX_EXPORT QString elideRight(const QString &text, double width, const TextWidth &measure);
+
+// The first of candidates (longest first) that fits width; the last one elided when none does.
+DAYVEX_EXPORT QString firstThatFits(const QStringList &candidates, double width, const TextWidth &measure);
+
+// The lines of a list that lie below what it shows: count lines, the first shown
+// at firstShown, rowsShown whole rows in view. The "+N" of a month day.
+DAYVEX_EXPORT int linesBelow(int count, int firstShown, int rowsShown);
+
+} // namespace dayvex
