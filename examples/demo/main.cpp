@@ -1,16 +1,84 @@
 #include "demowindow.h"
 
 #include <dayvex/control/zntdayvex.h>
-#include <dayvex/views/appointmentbox.h>
+#include <dayvex/views/agendagrid.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QKeyEvent>
 #include <QMouseEvent>
+#include <QScreen>
 #include <QSettings>
-#include <QTimer>
+#include <QTabBar>
+#include <QWindow>
 
 #include <cstdio>
+
+namespace {
+// Lets the window system and the event loop settle for a while.
+void settle(int milliseconds)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < milliseconds)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+void click(QWidget *widget, const QPoint &pos)
+{
+    const QPointF at(pos);
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+        QMouseEvent event(type, at, widget->mapToGlobal(at), Qt::LeftButton,
+                          type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(widget, &event);
+    }
+    settle(200);
+}
+
+// The window as the screen shows it: what a user sees, not a rendering of the widgets.
+bool save(QWidget &window, const QDir &dir, const char *name)
+{
+    const QString file = dir.filePath(QString::fromLatin1(name));
+    const QPixmap shot = window.screen()->grabWindow(window.winId());
+    if (shot.isNull() || !shot.save(file)) {
+        std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
+        return false;
+    }
+    std::printf("%s\n", qPrintable(file));
+    return true;
+}
+
+// The pictures of the README: the week at first show, the detail pane of a box,
+// the month and the day view, each reached as a user would.
+int screenshots(DemoWindow &window, const QDir &dir)
+{
+    window.show();
+    settle(1000);
+    if (!save(window, dir, "week.png"))
+        return 1;
+
+    auto *grid = window.control()->findChild<dayvex::AgendaGrid *>(QStringLiteral("Lista"));
+    for (int i = 0; i < grid->boxCount(); ++i) {
+        if (grid->box(i)->isVisible()) {
+            click(grid->box(i), QPoint(6, 6));
+            break;
+        }
+    }
+    if (!save(window, dir, "detail.png"))
+        return 1;
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QCoreApplication::sendEvent(grid, &escape);
+
+    auto *tabs = window.control()->findChild<QTabBar *>(QStringLiteral("TipoVis"));
+    click(tabs, tabs->tabRect(2).center());
+    if (!save(window, dir, "month.png"))
+        return 1;
+    click(tabs, tabs->tabRect(0).center());
+    return save(window, dir, "day.png") ? 0 : 1;
+}
+} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -22,7 +90,7 @@ int main(int argc, char *argv[])
     parser.setApplicationDescription(QStringLiteral("A host application for the Dayvex agenda control."));
     parser.addHelpOption();
     QCommandLineOption screenshot(QStringLiteral("screenshot"),
-                                  QStringLiteral("Render the window to PNG files in <dir> and exit."),
+                                  QStringLiteral("Show the window, save PNG pictures of it in <dir> and exit."),
                                   QStringLiteral("dir"));
     parser.addOption(screenshot);
     parser.process(app);
@@ -35,43 +103,10 @@ int main(int argc, char *argv[])
         window.show();
         return app.exec();
     }
-
     const QString dir = parser.value(screenshot);
     if (!QDir().mkpath(dir)) {
         std::fprintf(stderr, "cannot create %s\n", qPrintable(dir));
         return 1;
     }
-    window.show();
-    QCoreApplication::processEvents();
-    const std::pair<dayvex::zntPlanShowType, const char *> views[] = {
-        {dayvex::zntPlanShowDay, "day.png"}, {dayvex::zntPlanShowWeek, "week.png"}, {dayvex::zntPlanShowMonth, "month.png"}};
-    const auto save = [&](const char *name) {
-        QCoreApplication::processEvents();
-        const QString file = QDir(dir).filePath(QString::fromLatin1(name));
-        if (!window.grab().save(file)) {
-            std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
-            return false;
-        }
-        std::printf("%s\n", qPrintable(file));
-        return true;
-    };
-    for (const auto &[style, name] : views) {
-        window.control()->Refresh(style);
-        if (!save(name))
-            return 1;
-    }
-
-    // The week again, with the detail pane of its first appointment open, as a click shows it.
-    window.control()->Refresh(dayvex::zntPlanShowWeek);
-    auto *box = window.control()->findChild<dayvex::AppointmentBox *>(QStringLiteral("txApp"));
-    if (box) {
-        const QPointF inside(4, 4);
-        QMouseEvent press(QEvent::MouseButtonPress, inside, box->mapToGlobal(inside), Qt::LeftButton,
-                          Qt::LeftButton, Qt::NoModifier);
-        QMouseEvent release(QEvent::MouseButtonRelease, inside, box->mapToGlobal(inside), Qt::LeftButton,
-                            Qt::NoButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(box, &press);
-        QCoreApplication::sendEvent(box, &release);
-    }
-    return save("detail.png") ? 0 : 1;
+    return screenshots(window, QDir(dir));
 }

@@ -28,7 +28,6 @@ ControlLayout layOutControl(double W, double H, const LayoutDesign &d)
     l.lista = {d.listaLeft, d.listaTop, W - calendarWidth, H - 800};
 
     l.daFare = {l.calendar.left, l.calendar.bottom() + 50, calendarWidth + 20, H - d.calendarHeight - 470};
-    l.daFareDescriptionColumn = l.daFare.width - 1000;
 
     l.thisDay = {l.lista.right() - d.thisDayWidth, d.thisDayTop, d.thisDayWidth, d.thisDayHeight};
 

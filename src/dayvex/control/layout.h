@@ -59,7 +59,6 @@ struct ControlLayout
     TwipsRect calendar;
     TwipsRect lista;
     TwipsRect daFare;
-    double daFareDescriptionColumn = 0; // what the priority and project columns leave of DaFare
     TwipsRect thisDay;
     TwipsRect tipoVis;
     qint16 tabWidth = 0;

@@ -521,8 +521,7 @@ void zntDayvex::refillToDos()
 {
     const std::shared_ptr<DayvexData> plan = Plan();
     const std::shared_ptr<ToDoS> todos = plan ? plan->ToDoS() : std::make_shared<ToDoS>();
-    m_daFare->fill(*todos, {text(Text::PriorityShort), text(Text::Project), text(Text::ToDo)},
-                   TwipsScale::of(this).toTwips(m_daFare->width()));
+    m_daFare->fill(*todos, {text(Text::PriorityShort), text(Text::Project), text(Text::ToDo)});
 }
 
 void zntDayvex::drawAppointments()
@@ -826,9 +825,7 @@ void zntDayvex::layOutChildren()
     place(m_calendar, l.calendar);
     place(m_lista, l.lista);
     m_daFare->setColumnCount(4);
-    place(m_daFare, l.daFare);
-    // The description column takes the rest; the priority column keeps its 300 twips.
-    m_daFare->setColumnWidth(ToDoGrid::DescriptionColumn, qMax(0, scale.toPixels(l.daFareDescriptionColumn)));
+    place(m_daFare, l.daFare); // its description column stretches to what the others leave
     place(m_thisDay, l.thisDay);
     place(m_tipoVis, l.tipoVis);
     m_tipoVis->setStyleSheet(QStringLiteral("QTabBar::tab { width: %1px; }").arg(qMax(0, scale.toPixels(l.tabWidth))));

@@ -64,20 +64,47 @@ protected:
         const QVariant date = index.data(CellDateRole);
         if (!date.isValid())
             return;
-        const Date day(date.toDouble());
         if (isToday(index))
             option->font.setBold(true);
-        QStringList captions;
-        for (const QString &format : MonthCaptionFormats)
-            captions << formatDate(day, format);
-        const QFontMetricsF metrics(option->font);
         const double room = option->rect.width() - 2 * (m_grid->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
-        option->text = firstThatFits(captions, room, [&metrics](const QString &text) {
-            return metrics.horizontalAdvance(text);
-        });
+        option->text = formatDate(Date(date.toDouble()), captionFormat(option->font, room));
     }
 
 private:
+    // One caption form for the whole month, the longest in which every date fits
+    // (in bold, as today is shown), so that the cells read alike.
+    QString captionFormat(QFont font, double room) const
+    {
+        const QVariant first = m_grid->model()->index(0, 2).data(CellDateRole);
+        if (room == m_formatRoom && first == m_formatFirst)
+            return m_format;
+        font.setBold(true);
+        const QFontMetricsF metrics(font);
+        std::vector<QStringList> forms;
+        for (int row = 0; row < m_grid->rowCount(); row += 2) {
+            for (int column = 2; column < m_grid->columnCount(); ++column) {
+                const QVariant date = m_grid->model()->index(row, column).data(CellDateRole);
+                if (!date.isValid())
+                    continue;
+                QStringList texts;
+                for (const QString &format : MonthCaptionFormats)
+                    texts << formatDate(Date(date.toDouble()), format);
+                forms.push_back(texts);
+            }
+        }
+        const int form = firstFormThatFitsAll(forms, room, [&metrics](const QString &text) {
+            return metrics.horizontalAdvance(text);
+        });
+        m_formatRoom = room;
+        m_formatFirst = first;
+        m_format = MonthCaptionFormats[form];
+        return m_format;
+    }
+
+    mutable double m_formatRoom = -1;
+    mutable QVariant m_formatFirst;
+    mutable QString m_format;
+
     bool isToday(const QModelIndex &index) const
     {
         const QVariant date = index.data(CellDateRole);

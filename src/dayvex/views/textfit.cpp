@@ -1,5 +1,7 @@
 #include "textfit.h"
 
+#include <algorithm>
+
 namespace dayvex {
 
 namespace {
@@ -67,6 +69,21 @@ QString firstThatFits(const QStringList &candidates, double width, const TextWid
             return candidate;
     }
     return candidates.isEmpty() ? QString() : elideRight(candidates.last(), width, measure);
+}
+
+int firstFormThatFitsAll(const std::vector<QStringList> &forms, double width, const TextWidth &measure)
+{
+    qsizetype formCount = 0;
+    for (const QStringList &text : forms)
+        formCount = qMax(formCount, text.size());
+    for (qsizetype form = 0; form < formCount; ++form) {
+        const bool allFit = std::all_of(forms.begin(), forms.end(), [&](const QStringList &text) {
+            return form >= text.size() || measure(text[form]) <= width;
+        });
+        if (allFit)
+            return int(form);
+    }
+    return int(qMax<qsizetype>(0, formCount - 1));
 }
 
 int linesBelow(int count, int firstShown, int rowsShown)

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <vector>
 
 namespace dayvex {
 
@@ -28,6 +29,10 @@ DAYVEX_EXPORT QString elideRight(const QString &text, double width, const TextWi
 
 // The first of candidates (longest first) that fits width; the last one elided when none does.
 DAYVEX_EXPORT QString firstThatFits(const QStringList &candidates, double width, const TextWidth &measure);
+
+// For texts written in several forms (forms[i] holds text i in each form, longest
+// form first): the first form in which every text fits width; the last when none does.
+DAYVEX_EXPORT int firstFormThatFitsAll(const std::vector<QStringList> &forms, double width, const TextWidth &measure);
 
 // The lines of a list that lie below what it shows: count lines, the first shown
 // at firstShown, rowsShown whole rows in view. The "+N" of a month day.

@@ -68,12 +68,12 @@ qint32 timeRow(Date time, Date dayStart, qint16 step, bool week)
     return qint32(std::trunc(n / step)) + (week ? 2 : 0);
 }
 
-std::optional<double> nowLineOffset(Date time, Date dayStart, qint16 step, qint32 slots, double rowHeight)
+std::optional<double> nowLineOffset(Date time, Date dayStart, qint16 step, qint32 slotRows, double rowHeight)
 {
     if (step <= 0 || !time.isValid() || !dayStart.isValid())
         return std::nullopt;
     const double minutes = (time.timePart().value() - dayStart.timePart().value()) * 1440.0;
-    if (!(minutes >= 0 && minutes < double(slots) * step))
+    if (!(minutes >= 0 && minutes < double(slotRows) * step))
         return std::nullopt;
     return minutes / step * rowHeight;
 }

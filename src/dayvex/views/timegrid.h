@@ -46,8 +46,8 @@ DAYVEX_EXPORT qint32 timeRow(Date time, Date dayStart, qint16 step, bool week);
 // How far below the top of the first slot row the line of the current time
 // stands, in twips: slot k covers the step minutes from dayStart + k steps, and
 // the line moves through it minute by minute (at 1440 minutes a day, as a clock
-// does). None before dayStart or after the last of slots rows.
-DAYVEX_EXPORT std::optional<double> nowLineOffset(Date time, Date dayStart, qint16 step, qint32 slots,
+// does). None before dayStart or after the last of slotRows rows.
+DAYVEX_EXPORT std::optional<double> nowLineOffset(Date time, Date dayStart, qint16 step, qint32 slotRows,
                                                   double rowHeight);
 
 // Where the grid stands and how it is scrolled, in twips.

@@ -38,7 +38,7 @@ ToDoGrid::ToDoGrid(QWidget *parent)
     setMouseTracking(true); // moving over the list hides the detail pane
 }
 
-void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions, double width)
+void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions)
 {
     const TwipsScale scale = TwipsScale::of(this);
     setUpdatesEnabled(false);
@@ -48,7 +48,6 @@ void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions, double widt
     setColumnHidden(0, true);
     setColumnWidth(PriorityColumn, scale.toPixels(300));
     setColumnWidth(ProjectColumn, scale.toPixels(700));
-    setColumnWidth(DescriptionColumn, qMax(0, scale.toPixels(width - 1000)));
 
     QStringList headings{QString()};
     for (int i = 0; i < 3; ++i)

@@ -21,9 +21,9 @@ public:
     explicit ToDoGrid(QWidget *parent = nullptr);
 
     // Rebuilds the rows from todos. captions: the headings of the priority,
-    // project and description columns, shown in lower case. width: the grid's
-    // width in twips, from which the description column takes what is left.
-    void fill(const ToDoS &todos, const QStringList &captions, double width);
+    // project and description columns, shown in lower case. The description
+    // column takes what the others leave of the viewport.
+    void fill(const ToDoS &todos, const QStringList &captions);
 
     // The key of the to-do shown in row, empty for a row without one.
     QString keyAt(int row) const;
