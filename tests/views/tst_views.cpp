@@ -43,6 +43,9 @@ private slots:
     void rightClickMenus();
     void detailPane();
     void gesturesReachCommands();
+    void keyboard();
+    void monthSelection();
+    void capsPanelFollowsCapsLock();
 
 private:
     std::unique_ptr<zntDayvex> m_control;
@@ -299,6 +302,7 @@ void tst_Views::detailPane()
                            "---------------------------------------\ndescription: Ask for the offer\nand the dates");
     QCOMPARE(m_control->viewSelection().toDoKey, "t1");
     QCOMPARE(pane->x(), daFare()->x());
+    QVERIFY(pane->geometry().bottom() < daFare()->y()); // above the list: no row covered
     QTest::mouseMove(daFare()->viewport(), QPoint(5, daFare()->viewport()->height() - 5)); // clear of the pane
     QVERIFY(!pane->isVisible());
 }
@@ -320,6 +324,67 @@ void tst_Views::gesturesReachCommands()
     m_control->setDisableMenu(true);
     QTest::mouseDClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(10, 2));
     QCOMPARE(ran, QStringList({"mnModifica", "mnElimina", "mnNuovo", "mnNuovaAttività"}));
+}
+
+void tst_Views::keyboard()
+{
+    addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 60);
+    m_data->ToDoS()->Add("t1", {}, "Call", {}, Date(), 1, "P", false, Date(), Date());
+    m_control->Refresh(zntPlanShowWeek);
+    QVERIFY(lista()->selectedItems().isEmpty()); // nothing looks selected before a click
+    QStringList ran;
+    for (const char *name : {"mnModifica", "mnModificaAttività"})
+        connect(entry(name), &QAction::triggered, this, [&ran, name] { ran << QString::fromUtf8(name); });
+
+    QTest::keyClick(lista()->box(0), Qt::Key_Return);
+    QCOMPARE(m_control->viewSelection().appointmentKey, "a");
+    daFare()->setCurrentCell(0, 3);
+    QTest::keyClick(daFare(), Qt::Key_Enter);
+    QCOMPARE(ran, QStringList({"mnModifica", "mnModificaAttività"}));
+    QCOMPARE(m_control->viewSelection().toDoKey, "t1");
+
+    // The arrows move the date on show with the current cell, as a click would.
+    auto *calendar = m_control->findChild<MonthCalendar *>("Calendar");
+    QTest::mouseClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(4, 4));
+    QCOMPARE(calendar->selectedDate(), QDate(2000, 11, 29));
+    QTest::keyClick(lista(), Qt::Key_Right);
+    QCOMPARE(calendar->selectedDate(), QDate(2000, 11, 30));
+    QCOMPARE(m_control->viewSelection().listaColumn, 5);
+}
+
+void tst_Views::monthSelection()
+{
+    addAppointment(*m_data, "friday", at(QDate(2000, 12, 1), 9), 30);
+    addAppointment(*m_data, "saturday", at(QDate(2000, 12, 2), 9), 30);
+    m_control->Refresh(zntPlanShowMonth);
+    AgendaGrid *grid = lista();
+    QCOMPARE(grid->dayListCount(), 2);
+    DayList *friday = grid->dayList(0);
+    DayList *saturday = grid->dayList(1);
+    const QPoint firstLine = friday->visualItemRect(friday->item(0)).center();
+    QTest::mouseClick(friday->viewport(), Qt::LeftButton, {}, firstLine);
+    QTest::mouseClick(saturday->viewport(), Qt::LeftButton, {}, firstLine);
+    QVERIFY(friday->selectedItems().isEmpty());
+    QCOMPARE(saturday->selectedItems().size(), 1);
+    QCOMPARE(m_control->viewSelection().pressedListIndex, 1);
+
+    QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cellCentre(3, 2)); // an empty day
+    QVERIFY(grid->selectedItems().isEmpty());
+    QCOMPARE(grid->hasHeadingRow(), false);
+}
+
+void tst_Views::capsPanelFollowsCapsLock()
+{
+    bool on = true;
+    setCapsLockSource([&on] { return on; });
+    auto *caps = m_control->findChild<StatusLine *>("StatusBar")->panel(0);
+    QTest::keyClick(m_control.get(), Qt::Key_CapsLock);
+    QVERIFY(caps->isEnabled());
+    on = false;
+    QTest::keyClick(m_control.get(), Qt::Key_CapsLock);
+    QVERIFY(!caps->isEnabled());
+    QCOMPARE(caps->text(), "CAPS");
+    setCapsLockSource({});
 }
 
 QTEST_MAIN(tst_Views)

@@ -72,7 +72,8 @@ std::optional<double> nowLineOffset(Date time, Date dayStart, qint16 step, qint3
 {
     if (step <= 0 || !time.isValid() || !dayStart.isValid())
         return std::nullopt;
-    const double minutes = (time.timePart().value() - dayStart.timePart().value()) * 1440.0;
+    // In whole milliseconds: a day fraction would put 20:30 a hair before 20:30.
+    const double minutes = (time.toTime().msecsSinceStartOfDay() - dayStart.toTime().msecsSinceStartOfDay()) / 60000.0;
     if (!(minutes >= 0 && minutes < double(slotRows) * step))
         return std::nullopt;
     return minutes / step * rowHeight;
