@@ -40,3 +40,4 @@
 #include <dayvex/views/viewgrid.h>
 #include <dayvex/views/textfit.h>
 #include <dayvex/views/daylist.h>
+#include <dayvex/views/itemgestures.h>

@@ -660,18 +660,13 @@ void zntDayvex::connectGestures()
 
 void zntDayvex::watchBox(AppointmentBox *box)
 {
-    connect(box, &AppointmentBox::clicked, this, &zntDayvex::showBoxDetails);
-    connect(box, &AppointmentBox::doubleClicked, this, [this] {
-        runCommand(m_mnModifica);
-        m_frShowApp->hide();
-    });
-    connect(box, &AppointmentBox::deletePressed, this, [this] { runCommand(m_mnElimina); });
-    connect(box, &AppointmentBox::enterPressed, this, [this](AppointmentBox *pressed) {
-        m_selection.appointmentKey = pressed->entry().key;
+    const ItemGestures *gestures = box->gestures();
+    connect(gestures, &ItemGestures::clicked, this, [this, box] { showBoxDetails(box); });
+    connect(gestures, &ItemGestures::enterPressed, this, [this, box] {
+        m_selection.appointmentKey = box->entry().key;
         runCommand(m_mnModifica);
     });
-    connect(box, &AppointmentBox::rightReleased, this,
-            [this](AppointmentBox *, const QPoint &global) { popUpAppointmentMenu(true, global); });
+    watchAppointmentGestures(gestures);
 }
 
 void zntDayvex::watchDayList(DayList *list)
@@ -680,18 +675,25 @@ void zntDayvex::watchDayList(DayList *list)
         m_selection.pressedListIndex = pressed->index();
         m_selection.pressedLineIndex = line;
     });
-    connect(list, &DayList::clicked, this, [this](DayList *clicked) { showDayListDetails(clicked->index()); });
-    connect(list, &DayList::doubleClicked, this, [this] {
+    const ItemGestures *gestures = list->gestures();
+    connect(gestures, &ItemGestures::clicked, this, [this, list] { showDayListDetails(list->index()); });
+    connect(gestures, &ItemGestures::enterPressed, this, [this, list] {
+        if (selectDayLine(list->index()))
+            runCommand(m_mnModifica);
+    });
+    watchAppointmentGestures(gestures);
+}
+
+void zntDayvex::watchAppointmentGestures(const ItemGestures *gestures)
+{
+    connect(gestures, &ItemGestures::doubleClicked, this, [this] {
         runCommand(m_mnModifica);
         m_frShowApp->hide();
     });
-    connect(list, &DayList::deletePressed, this, [this] { runCommand(m_mnElimina); });
-    connect(list, &DayList::enterPressed, this, [this](DayList *pressed) {
-        if (selectDayLine(pressed->index()))
-            runCommand(m_mnModifica);
-    });
-    connect(list, &DayList::rightReleased, this,
-            [this](DayList *, const QPoint &global) { popUpAppointmentMenu(true, global); });
+    connect(gestures, &ItemGestures::deletePressed, this, [this] { runCommand(m_mnElimina); });
+    // Offered whatever DisableMenu says, unlike the grid's own menu.
+    connect(gestures, &ItemGestures::rightReleased, this,
+            [this](const QPoint &global) { popUpAppointmentMenu(true, global); });
 }
 
 void zntDayvex::popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos)

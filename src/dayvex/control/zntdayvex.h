@@ -23,6 +23,7 @@ class AgendaGrid;
 class AppointmentBox;
 class DayList;
 class DetailPane;
+class ItemGestures;
 class StatusLine;
 class MonthCalendar;
 class PropertyBag;
@@ -177,6 +178,7 @@ private:
     void connectGestures();
     void watchBox(AppointmentBox *box);
     void watchDayList(DayList *list);
+    void watchAppointmentGestures(const ItemGestures *gestures);
     void onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
     void listaClickAction();
     void showBoxDetails(AppointmentBox *box);

@@ -18,6 +18,7 @@ AppointmentBox::AppointmentBox(QWidget *parent)
     setFont(boxFont());
     setFocusPolicy(Qt::ClickFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    m_gestures = new ItemGestures(this);
 }
 
 QFont AppointmentBox::boxFont()
@@ -92,35 +93,18 @@ bool AppointmentBox::event(QEvent *event)
 
 void AppointmentBox::mouseReleaseEvent(QMouseEvent *event)
 {
-    if (std::exchange(m_endsDoubleClick, false) || !rect().contains(event->position().toPoint()))
-        return;
-    if (event->button() == Qt::LeftButton)
-        emit clicked(this);
-    else if (event->button() == Qt::RightButton)
-        emit rightReleased(this, event->globalPosition().toPoint());
+    m_gestures->mouseReleased(event, rect().contains(event->position().toPoint()));
 }
 
 void AppointmentBox::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    if (event->button() != Qt::LeftButton)
-        return;
-    m_endsDoubleClick = true;
-    emit doubleClicked(this);
+    m_gestures->mouseDoubleClicked(event);
 }
 
 void AppointmentBox::keyPressEvent(QKeyEvent *event)
 {
-    switch (event->key()) {
-    case Qt::Key_Delete:
-        emit deletePressed(this);
-        break;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        emit enterPressed(this);
-        break;
-    default:
+    if (!m_gestures->keyPressed(event))
         QWidget::keyPressEvent(event);
-    }
 }
 
 } // namespace dayvex

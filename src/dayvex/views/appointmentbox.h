@@ -3,6 +3,7 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/platform/date.h>
 
+#include <dayvex/views/itemgestures.h>
 #include <dayvex/views/textfit.h>
 
 #include <QWidget>
@@ -39,12 +40,8 @@ public:
     // The lines the box shows at its present size.
     const FittedText &shownText();
 
-signals:
-    void clicked(dayvex::AppointmentBox *box);
-    void doubleClicked(dayvex::AppointmentBox *box);
-    void rightReleased(dayvex::AppointmentBox *box, const QPoint &globalPos);
-    void deletePressed(dayvex::AppointmentBox *box);
-    void enterPressed(dayvex::AppointmentBox *box);
+    // Clicks, double clicks, right clicks, Delete and Enter on the box.
+    ItemGestures *gestures() const { return m_gestures; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -61,8 +58,7 @@ private:
     // The fitted lines, kept until the text or the box's size changes.
     FittedText m_fitted;
     QSize m_fittedFor;
-    // The release that ends a double click is no click of its own.
-    bool m_endsDoubleClick = false;
+    ItemGestures *m_gestures = nullptr;
 };
 
 } // namespace dayvex

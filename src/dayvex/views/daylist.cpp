@@ -49,6 +49,7 @@ DayList::DayList(int index, QWidget *parent)
     setTextElideMode(Qt::ElideRight);
     setUniformItemSizes(true);
     setItemDelegate(new ShortLineDelegate(this));
+    m_gestures = new ItemGestures(this);
 }
 
 int DayList::hiddenLines() const
@@ -69,36 +70,18 @@ void DayList::mousePressEvent(QMouseEvent *event)
 void DayList::mouseReleaseEvent(QMouseEvent *event)
 {
     QListWidget::mouseReleaseEvent(event);
-    if (std::exchange(m_endsDoubleClick, false))
-        return;
-    if (event->button() == Qt::LeftButton)
-        emit clicked(this);
-    else if (event->button() == Qt::RightButton)
-        emit rightReleased(this, event->globalPosition().toPoint());
+    m_gestures->mouseReleased(event);
 }
 
 void DayList::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    if (event->button() != Qt::LeftButton)
-        return;
-    m_endsDoubleClick = true;
-    emit doubleClicked(this);
+    m_gestures->mouseDoubleClicked(event);
 }
 
 void DayList::keyPressEvent(QKeyEvent *event)
 {
-    switch (event->key()) {
-    case Qt::Key_Delete:
-        emit deletePressed(this);
-        break;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        if (currentRow() >= 0)
-            emit enterPressed(this);
-        break;
-    default:
+    if (!m_gestures->keyPressed(event, currentRow() >= 0))
         QListWidget::keyPressEvent(event);
-    }
 }
 
 void DayList::paintEvent(QPaintEvent *event)

@@ -2,6 +2,8 @@
 
 #include <dayvex/dayvex_export.h>
 
+#include <dayvex/views/itemgestures.h>
+
 #include <QListWidget>
 
 namespace dayvex {
@@ -23,14 +25,12 @@ public:
     int index() const { return m_index; }
     // Lines below the last one in view.
     int hiddenLines() const;
+    // Clicks, double clicks, right clicks, Delete and Enter on the list.
+    ItemGestures *gestures() const { return m_gestures; }
 
 signals:
+    // A mouse button went down over line (-1 for none).
     void pressed(dayvex::DayList *list, int line);
-    void clicked(dayvex::DayList *list);
-    void doubleClicked(dayvex::DayList *list);
-    void rightReleased(dayvex::DayList *list, const QPoint &globalPos);
-    void deletePressed(dayvex::DayList *list);
-    void enterPressed(dayvex::DayList *list);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -42,7 +42,7 @@ protected:
 
 private:
     int m_index;
-    bool m_endsDoubleClick = false;
+    ItemGestures *m_gestures = nullptr;
 };
 
 } // namespace dayvex
