@@ -28,6 +28,10 @@
 #include <dayvex/control/twips.h>
 #include <dayvex/control/zntdayvex.h>
 #include <dayvex/editing/hostevents.h>
+#include <dayvex/editing/editinghost.h>
+#include <dayvex/editing/prompts.h>
+#include <dayvex/editing/appointmenteditor.h>
+#include <dayvex/editing/appointmentcommands.h>
 
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>

@@ -76,6 +76,11 @@ void tst_Views::init()
     m_control->resize(1000, 640);
     m_control->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_control.get()));
+    // These tests look at which command a gesture starts, not at the commands: the host vetoes them.
+    const auto veto = [](std::shared_ptr<Schedule> &, bool &, bool &Cancel) { Cancel = true; };
+    connect(m_control.get(), &zntDayvex::BeforeScheduleAdd, this, veto);
+    connect(m_control.get(), &zntDayvex::BeforeScheduleChange, this, veto);
+    connect(m_control.get(), &zntDayvex::BeforeScheduleDelete, this, veto);
 }
 
 void tst_Views::cleanup()

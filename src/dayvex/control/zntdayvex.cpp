@@ -6,6 +6,7 @@
 #include "statusline.h"
 #include "twips.h"
 
+#include <dayvex/editing/appointmentcommands.h>
 #include <dayvex/i18n/language.h>
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/clock.h>
@@ -54,9 +55,11 @@ zntDayvex::zntDayvex(QWidget *parent)
     std::tie(shared.DateFormat, shared.DateTimeFormat) = dateFormatsFor(QLocale());
     shared.Plan = std::make_shared<DayvexData>();
 
+    m_appointments = std::make_unique<AppointmentCommands>(*static_cast<EditingHost *>(this));
     createChildren();
     createMenus();
     connectGestures();
+    connectCommands();
 }
 
 zntDayvex::~zntDayvex() = default;
@@ -397,6 +400,72 @@ void zntDayvex::RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel)
     emit ValidateToDo(mToDo, Cancel);
 }
 
+void zntDayvex::RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) { emit ScheduleAdded(mSca); }
+void zntDayvex::RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) { emit ScheduleChanged(mSca); }
+void zntDayvex::RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) { emit ScheduleDeleted(mSca); }
+void zntDayvex::RaiseContactCodeChange(QString &Value) { emit ContactCodeChange(Value); }
+
+void zntDayvex::RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel)
+{
+    emit ValidateSchedule(mSca, Cancel);
+}
+
+void zntDayvex::RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel)
+{
+    emit ContactCodeLostFocus(Value, ContactDescription, Cancel);
+}
+
+void zntDayvex::RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription)
+{
+    emit ContactCodeDoubleClick(Value, ContactDescription);
+}
+
+// ---- commands ----
+
+QWidget *zntDayvex::dialogParent() const
+{
+    return window();
+}
+
+void zntDayvex::redraw()
+{
+    Refresh();
+}
+
+bool zntDayvex::commandInProgress() const
+{
+    return m_appointments->inProgress();
+}
+
+void zntDayvex::connectCommands()
+{
+    connect(m_mnNuovo, &QAction::triggered, this, [this] { runFromUser([this] { mnNuovo_Click(); }); });
+    connect(m_mnModifica, &QAction::triggered, this, [this] { runFromUser([this] { mnModifica_Click(); }); });
+    connect(m_mnElimina, &QAction::triggered, this, [this] { runFromUser([this] { mnElimina_Click(); }); });
+}
+
+void zntDayvex::mnNuovo_Click()
+{
+    // The calendar's day at the time of the grid's current row.
+    const int row = m_lista->currentRow();
+    const auto cell = [this, row](int column) {
+        const QTableWidgetItem *item = row >= 0 ? m_lista->item(row, column) : nullptr;
+        return item ? item->text() : QString();
+    };
+    m_appointments->newAppointment(proposedStart(Date::fromDate(m_calendar->selectedDate()), cell(0), cell(1),
+                                                 sharedSettings().DateFormat));
+}
+
+void zntDayvex::mnModifica_Click()
+{
+    m_appointments->modify(m_selection.appointmentKey);
+}
+
+void zntDayvex::mnElimina_Click()
+{
+    m_appointments->remove(m_selection.appointmentKey);
+}
+
 // ---- layout ----
 
 void zntDayvex::resizeEvent(QResizeEvent *event)
@@ -433,6 +502,9 @@ void zntDayvex::runFromUser(Step step)
         step();
     } catch (const Error &error) {
         qWarning("zntDayvex: error %d: %s", int(error.number()), qPrintable(error.description()));
+    } catch (const std::exception &error) {
+        // A host handler that throws: the gesture ends, the control goes on.
+        qWarning("zntDayvex: %s", error.what());
     }
 }
 

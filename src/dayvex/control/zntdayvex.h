@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/editing/editinghost.h>
 #include <dayvex/editing/hostevents.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
@@ -21,6 +22,7 @@ namespace dayvex {
 
 class AgendaGrid;
 class AppointmentBox;
+class AppointmentCommands;
 class DayList;
 class DetailPane;
 class ItemGestures;
@@ -41,7 +43,7 @@ enum zntPlanShowType : qint16 {
 // ReadProperties() after construction, assigns its DayvexData to Plan and calls
 // Refresh(). Settings marked shared live in sharedSettings() and are the same
 // for every instance in the process.
-class DAYVEX_EXPORT zntDayvex : public QWidget
+class DAYVEX_EXPORT zntDayvex : public QWidget, private EditingHost
 {
     Q_OBJECT
     Q_PROPERTY(bool DisableReminderPopUp READ DisableReminderPopUp WRITE setDisableReminderPopUp)
@@ -107,7 +109,7 @@ public:
 
     // Internal to the component: the raise operations of the event protocol.
     // The Before events start with both flags false and hand back the host's answer.
-    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca);
+    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) override;
     BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo);
     BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder);
     void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo);
@@ -119,6 +121,14 @@ public:
 
     // Internal to the component: what the commands act on, as the gestures left it.
     const ViewSelection &viewSelection() const { return m_selection; }
+
+    // Internal to the component: the appointment commands, as the menu entries
+    // and gestures run them. They throw dayvex::Error to a direct caller.
+    void mnNuovo_Click();
+    void mnModifica_Click();
+    void mnElimina_Click();
+    // True while a New or Modify command waits for its editor.
+    bool commandInProgress() const;
 
     // The date formats that start-up picks for a locale: day first when the
     // locale writes 3 December 2000 starting with "3", month first otherwise.
@@ -158,6 +168,19 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    // What the commands and editors ask of the control.
+    std::shared_ptr<DayvexData> editedPlan() const override { return Plan(); }
+    QWidget *dialogParent() const override;
+    void redraw() override;
+    void RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel) override;
+    void RaiseContactCodeChange(QString &Value) override;
+    void RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel) override;
+    void RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription) override;
+    void connectCommands();
+
     // The view switch of the tab strip, then the drawing steps of the views.
     void selectView();
     int selectedTab() const;
@@ -204,6 +227,7 @@ private:
     qint16 m_currentView = 0;
     bool m_inResize = false;
     ViewSelection m_selection;
+    std::unique_ptr<AppointmentCommands> m_appointments;
 
     // Children, named as the host and the language file know them.
     AgendaGrid *m_lista = nullptr;

@@ -1,0 +1,146 @@
+#include "appointmentcommands.h"
+
+#include "appointmenteditor.h"
+#include "editinghost.h"
+#include "prompts.h"
+
+#include <dayvex/i18n/language.h>
+#include <dayvex/platform/error.h>
+#include <dayvex/platform/format.h>
+
+#include <QScopeGuard>
+
+namespace dayvex {
+
+AppointmentCommands::AppointmentCommands(EditingHost &host)
+    : m_host(host)
+{
+}
+
+AppointmentCommands::~AppointmentCommands()
+{
+    // A command still waiting for its editor ends its wait and touches nothing more.
+    *m_alive = false;
+    delete m_editor.data();
+}
+
+Error AppointmentCommands::invalidSchedule()
+{
+    return Error::objectError(10, QStringLiteral("Valori errati nella definizione dell'oggetto Schedule."));
+}
+
+Date proposedStart(Date day, const QString &hour, const QString &minutes, const QString &dateFormat)
+{
+    const QString text = formatDate(day, dateFormat) + QLatin1Char(' ') + formatNumber(val(hour), QStringLiteral("00"))
+                         + QLatin1Char(':') + formatNumber(val(minutes), QStringLiteral("00"));
+    const DateOrder order = dateFormat.startsWith(QLatin1Char('m'), Qt::CaseInsensitive) ? DateOrder::MonthDayYear
+                                                                                          : DateOrder::DayMonthYear;
+    return toDate(text, order);
+}
+
+void AppointmentCommands::newAppointment(Date proposed)
+{
+    if (m_inProgress)
+        return;
+    m_inProgress = true;
+    const std::shared_ptr<bool> alive = m_alive;
+    const auto done = qScopeGuard([this, alive] {
+        if (*alive)
+            m_inProgress = false;
+    });
+
+    const std::shared_ptr<Schedules> schedules = m_host.editedPlan()->Schedules();
+    auto mSca = std::make_shared<Schedule>();
+    mSca->Key = schedules->NewKey();
+    // Start and end alike, as the menu has always proposed them.
+    mSca->StartDate = proposed;
+    mSca->EndDate = proposed;
+
+    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleAdd, mSca);
+    if (answer.Cancel)
+        return; // nothing changed, nothing redrawn
+    if (answer.ExternalHandled) {
+        if (!mSca)
+            mSca = std::make_shared<Schedule>();
+        if (mSca->Description.trimmed().isEmpty())
+            throw invalidSchedule();
+        try {
+            schedules->Add(mSca->Key, mSca->Owner, mSca->StartDate, mSca->EndDate, mSca->ContactCode, mSca->Contact,
+                           mSca->Category, mSca->Description, mSca->Place, mSca->ReminderDate, mSca->Tag,
+                           mSca->Color);
+        } catch (const Error &) {
+            throw invalidSchedule();
+        }
+        m_host.RaiseScheduleAdded(mSca);
+    } else {
+        runEditor(AppointmentEditor::NewKey, *mSca);
+        if (!*alive) // the control went away while the editor was open
+            return;
+    }
+    m_host.redraw();
+}
+
+void AppointmentCommands::modify(const QString &key)
+{
+    if (m_inProgress)
+        return;
+    m_inProgress = true;
+    const std::shared_ptr<bool> alive = m_alive;
+    const auto done = qScopeGuard([this, alive] {
+        if (*alive)
+            m_inProgress = false;
+    });
+
+    std::shared_ptr<Schedule> mSca = m_host.editedPlan()->Schedules()->Item(key);
+    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleChange, mSca);
+    if (answer.Cancel)
+        return;
+    if (answer.ExternalHandled) {
+        // The host has changed the live record itself.
+        if (!mSca || mSca->Description.trimmed().isEmpty())
+            throw invalidSchedule();
+        m_host.RaiseScheduleChanged(mSca);
+    } else {
+        runEditor(AppointmentEditor::formKeyOf(mSca->Key), *mSca);
+        if (!*alive)
+            return;
+    }
+    m_host.redraw();
+}
+
+void AppointmentCommands::remove(const QString &key)
+{
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    std::shared_ptr<Schedule> mSca = plan->Schedules()->Item(key);
+    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleDelete, mSca);
+    if (answer.Cancel)
+        return;
+    if (!answer.ExternalHandled) {
+        QString question = text(Text::DeletingAppointmentMsg);
+        if (question.isEmpty())
+            question = defaultText(Text::DeletingAppointmentMsg);
+        if (!askYesNo(m_host.dialogParent(), question, PromptIcon::Exclamation))
+            return;
+    }
+    // A missing alarm or form does not stop the deletion.
+    plan->Alarms()->Remove(Alarms::keyFor(QLatin1Char('S'), key));
+    // Forms tagged with the to-do letter, as the delete has always tested.
+    closeFormsTagged(Alarms::keyFor(QLatin1Char('T'), key));
+    plan->Schedules()->Remove(key);
+    m_host.RaiseScheduleDeleted(mSca);
+    m_host.redraw();
+}
+
+void AppointmentCommands::runEditor(const QString &formKey, const Schedule &values)
+{
+    auto *editor = new AppointmentEditor(m_host, m_host.dialogParent());
+    m_editor = editor;
+    editor->edit(formKey, values);
+    editor->show();
+    const std::shared_ptr<bool> alive = m_alive;
+    waitUntilHidden(editor);
+    if (*alive)
+        delete m_editor.data(); // unloaded once hidden
+}
+
+} // namespace dayvex

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/editing/appointmenteditor.h>
+#include <dayvex/platform/date.h>
+
+#include <QPointer>
+#include <QString>
+
+namespace dayvex {
+
+class EditingHost;
+class Error;
+
+// The New, Modify and Delete commands of the appointment menu. Each asks the
+// host first (Cancel ends it, ExternalHandled skips the control's own dialog),
+// keeps the appointments and their alarms in step and redraws at the end.
+// Errors reach the caller.
+class DAYVEX_EXPORT AppointmentCommands
+{
+public:
+    explicit AppointmentCommands(EditingHost &host);
+    ~AppointmentCommands();
+
+    // A new appointment starting and ending at proposed.
+    void newAppointment(Date proposed);
+    void modify(const QString &key);
+    void remove(const QString &key);
+
+    // True from the start of New or Modify until its editor is gone. A New or
+    // Modify asked for meanwhile is refused quietly.
+    bool inProgress() const { return m_inProgress; }
+    // The open editor (AppForm), if any.
+    AppointmentEditor *editor() const { return m_editor; }
+
+    // Error 0x8004000A: an externally handled appointment without a description.
+    static Error invalidSchedule();
+
+private:
+    void runEditor(const QString &formKey, const Schedule &values);
+
+    EditingHost &m_host;
+    bool m_inProgress = false;
+    QPointer<AppointmentEditor> m_editor;
+    // Cleared when the commands are destroyed under a running editor's wait.
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+};
+
+// The proposed start of a new appointment: day at the hour and minutes that the
+// grid's time columns show ("9" and "30" give 09:30; no number reads as 0).
+DAYVEX_EXPORT Date proposedStart(Date day, const QString &hour, const QString &minutes, const QString &dateFormat);
+
+} // namespace dayvex

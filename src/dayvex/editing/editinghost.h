@@ -1,0 +1,36 @@
+#pragma once
+
+#include <dayvex/editing/hostevents.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/model/records.h>
+
+#include <memory>
+
+class QWidget;
+
+namespace dayvex {
+
+// What the commands and editors need of the control: its data, its events and
+// its redraw. The control implements it; editing never includes the control.
+class EditingHost
+{
+public:
+    virtual ~EditingHost() = default;
+
+    virtual std::shared_ptr<DayvexData> editedPlan() const = 0;
+    // The window that editors and prompts stand over.
+    virtual QWidget *dialogParent() const = 0;
+    // Redraws the current view from the data.
+    virtual void redraw() = 0;
+
+    virtual BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) = 0;
+    virtual void RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) = 0;
+    virtual void RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) = 0;
+    virtual void RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) = 0;
+    virtual void RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel) = 0;
+    virtual void RaiseContactCodeChange(QString &Value) = 0;
+    virtual void RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel) = 0;
+    virtual void RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription) = 0;
+};
+
+} // namespace dayvex

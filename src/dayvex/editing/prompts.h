@@ -1,0 +1,38 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+
+#include <QString>
+
+#include <functional>
+
+class QWidget;
+
+namespace dayvex {
+
+// The Yes/No questions of the commands and editors: a modal message box with
+// No as the default button. Tests answer them through setPromptAnswerer; an
+// empty function brings the real message box back.
+enum class PromptIcon { None, Exclamation };
+using PromptAnswerer = std::function<bool(const QString &text, PromptIcon icon)>;
+DAYVEX_EXPORT void setPromptAnswerer(PromptAnswerer answerer);
+DAYVEX_EXPORT bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon);
+
+// The hourglass over the whole application while it lives; nests.
+class DAYVEX_EXPORT BusyCursor
+{
+public:
+    BusyCursor();
+    ~BusyCursor();
+    BusyCursor(const BusyCursor &) = delete;
+    BusyCursor &operator=(const BusyCursor &) = delete;
+};
+
+// Runs the event loop until form is hidden or destroyed, with form raised and
+// active: timers, host events and the user go on meanwhile.
+DAYVEX_EXPORT void waitUntilHidden(QWidget *form);
+
+// Closes and deletes the visible top-level widgets whose "Tag" property is tag.
+DAYVEX_EXPORT void closeFormsTagged(const QString &tag);
+
+} // namespace dayvex
