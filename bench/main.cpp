@@ -131,6 +131,15 @@ int runOne(int n, int v)
         auto *grid = control.findChild<ToDoGrid *>(QStringLiteral("DaFare"));
         grid->fill(*data->ToDoS(), {QStringLiteral("pri"), QStringLiteral("project"), QStringLiteral("to do")});
     }));
+
+    // A New command that the host handles: a key from every appointment, the add and the redraw.
+    QObject::connect(&control, &zntDayvex::BeforeScheduleAdd,
+                     [](std::shared_ptr<Schedule> &mSca, bool &ExternalHandled, bool &) {
+                         mSca->Description = QStringLiteral("bench");
+                         ExternalHandled = true;
+                     });
+    report(n, v, "command.newkey", measure(control, [&](int) { (void)data->Schedules()->NewKey(); }));
+    report(n, v, "command.new", measure(control, [&](int) { control.mnNuovo_Click(); }));
     return 0;
 }
 

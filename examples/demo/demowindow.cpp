@@ -11,6 +11,8 @@
 #include <QTime>
 #include <QVBoxLayout>
 
+#include <type_traits>
+
 using namespace dayvex;
 
 namespace {
@@ -97,6 +99,11 @@ void DemoWindow::connectEvents()
     auto before = [this](const char *name) {
         return [this, name](auto &record, bool &ExternalHandled, bool &Cancel) {
             answer(ExternalHandled, Cancel);
+            // A host that takes the editing over does its own: here it only names the appointment.
+            if constexpr (std::is_same_v<std::decay_t<decltype(*record)>, Schedule>) {
+                if (ExternalHandled && !Cancel && record && record->Description.trimmed().isEmpty())
+                    record->Description = QStringLiteral("(handled by the host)");
+            }
             log(QStringLiteral("%1 %2 -> ExternalHandled=%3 Cancel=%4")
                     .arg(QLatin1String(name), describe(record), ExternalHandled ? "True" : "False",
                          Cancel ? "True" : "False"));

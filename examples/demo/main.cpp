@@ -9,6 +9,8 @@
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPushButton>
+#include <QTimer>
 #include <QScreen>
 #include <QSettings>
 #include <QTabBar>
@@ -41,7 +43,9 @@ void click(QWidget *widget, const QPoint &pos)
 bool save(QWidget &window, const QDir &dir, const char *name)
 {
     const QString file = dir.filePath(QString::fromLatin1(name));
-    const QPixmap shot = window.screen()->grabWindow(window.winId());
+    // The screen's pixels where the window stands, with any editor open over it.
+    const QRect area = window.frameGeometry();
+    const QPixmap shot = window.screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
     if (shot.isNull() || !shot.save(file)) {
         std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
         return false;
@@ -70,6 +74,27 @@ int screenshots(DemoWindow &window, const QDir &dir)
         return 1;
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
     QCoreApplication::sendEvent(grid, &escape);
+
+    // A double click on a box opens the editor; the command waits until it closes.
+    bool saved = false;
+    QTimer::singleShot(800, &window, [&] {
+        for (QWidget *editor : QApplication::topLevelWidgets()) {
+            if (editor->objectName() == QLatin1String("frmAppuntamento") && editor->isVisible()) {
+                saved = save(window, dir, "editor.png");
+                click(editor->findChild<QPushButton *>(QStringLiteral("Fine")), QPoint(5, 5));
+            }
+        }
+    });
+    for (int i = 0; i < grid->boxCount(); ++i) {
+        if (grid->box(i)->isVisible()) {
+            QMouseEvent twice(QEvent::MouseButtonDblClick, QPointF(6, 6), grid->box(i)->mapToGlobal(QPointF(6, 6)),
+                              Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+            QCoreApplication::sendEvent(grid->box(i), &twice);
+            break;
+        }
+    }
+    if (!saved)
+        return 1;
 
     auto *tabs = window.control()->findChild<QTabBar *>(QStringLiteral("TipoVis"));
     click(tabs, tabs->tabRect(2).center());

@@ -107,7 +107,7 @@ void AppointmentEditor::createFields()
     m_salva = named(new QPushButton(caption(Text::Save, "&salva"), this), "Salva");
     m_elimina = named(new QPushButton(caption(Text::Delete, "&elimina"), this), "Elimina");
     m_fine = named(new QPushButton(caption(Text::Cancel, "&chiudi"), this), "Fine");
-    m_salva->setAutoDefault(false);
+    m_salva->setDefault(true); // Enter saves
     m_elimina->setAutoDefault(false);
     m_fine->setAutoDefault(false);
 

@@ -57,6 +57,14 @@ const FittedText &AppointmentBox::shownText()
         m_fitted = fitLines(m_entry.line, area.width(), lines,
                             [&metrics](const QString &text) { return metrics.horizontalAdvance(text); });
         m_fittedFor = size();
+        m_lines.clear();
+        for (const QString &line : m_fitted.lines) {
+            QStaticText laidOut(line);
+            laidOut.setTextFormat(Qt::PlainText);
+            laidOut.setPerformanceHint(QStaticText::AggressiveCaching);
+            laidOut.prepare(QTransform(), font());
+            m_lines.push_back(std::move(laidOut));
+        }
     }
     return m_fitted;
 }
@@ -71,11 +79,12 @@ void AppointmentBox::paintEvent(QPaintEvent *)
     painter.setPen(m_background.lightness() < 128 ? Qt::white : Qt::black);
     const QRect area = textArea();
     painter.setClipRect(area);
-    const QFontMetrics metrics(font());
-    int y = area.top();
-    for (const QString &line : shownText().lines) {
-        painter.drawText(QRect(area.left(), y, area.width(), metrics.height()), Qt::AlignLeft | Qt::AlignTop, line);
-        y += metrics.lineSpacing();
+    shownText();
+    const int spacing = QFontMetrics(font()).lineSpacing();
+    QPoint at = area.topLeft();
+    for (const QStaticText &line : m_lines) {
+        painter.drawStaticText(at, line);
+        at.ry() += spacing;
     }
 }
 

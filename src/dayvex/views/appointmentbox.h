@@ -6,7 +6,10 @@
 #include <dayvex/views/itemgestures.h>
 #include <dayvex/views/textfit.h>
 
+#include <QStaticText>
 #include <QWidget>
+
+#include <vector>
 
 namespace dayvex {
 
@@ -55,8 +58,9 @@ private:
 
     AgendaEntry m_entry;
     QColor m_background;
-    // The fitted lines, kept until the text or the box's size changes.
+    // The fitted lines and their laid-out glyphs, kept until the text or the box's size changes.
     FittedText m_fitted;
+    std::vector<QStaticText> m_lines;
     QSize m_fittedFor;
     ItemGestures *m_gestures = nullptr;
 };
