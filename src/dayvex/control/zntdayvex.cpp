@@ -497,15 +497,7 @@ void zntDayvex::resizeEvent(QResizeEvent *event)
 template <typename Step>
 void zntDayvex::runFromUser(Step step)
 {
-    // Nothing up the stack of a user's click or of a resize can take the error.
-    try {
-        step();
-    } catch (const Error &error) {
-        qWarning("zntDayvex: error %d: %s", int(error.number()), qPrintable(error.description()));
-    } catch (const std::exception &error) {
-        // A host handler that throws: the gesture ends, the control goes on.
-        qWarning("zntDayvex: %s", error.what());
-    }
+    runLoggingErrors("zntDayvex", step);
 }
 
 int zntDayvex::selectedTab() const

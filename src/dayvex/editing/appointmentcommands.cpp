@@ -8,9 +8,31 @@
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 
-#include <QScopeGuard>
 
 namespace dayvex {
+
+// Marks a New or Modify as running while it lives. It knows whether the
+// commands outlived the editor's wait, after which nothing of them may be touched.
+class AppointmentCommands::Running
+{
+public:
+    explicit Running(AppointmentCommands &commands)
+        : m_commands(commands)
+        , m_alive(commands.m_alive)
+    {
+        m_commands.m_inProgress = true;
+    }
+    ~Running()
+    {
+        if (*m_alive)
+            m_commands.m_inProgress = false;
+    }
+    bool commandsAlive() const { return *m_alive; }
+
+private:
+    AppointmentCommands &m_commands;
+    std::shared_ptr<bool> m_alive;
+};
 
 AppointmentCommands::AppointmentCommands(EditingHost &host)
     : m_host(host)
@@ -42,12 +64,7 @@ void AppointmentCommands::newAppointment(Date proposed)
 {
     if (m_inProgress)
         return;
-    m_inProgress = true;
-    const std::shared_ptr<bool> alive = m_alive;
-    const auto done = qScopeGuard([this, alive] {
-        if (*alive)
-            m_inProgress = false;
-    });
+    const Running running(*this);
 
     const std::shared_ptr<Schedules> schedules = m_host.editedPlan()->Schedules();
     auto mSca = std::make_shared<Schedule>();
@@ -74,7 +91,7 @@ void AppointmentCommands::newAppointment(Date proposed)
         m_host.RaiseScheduleAdded(mSca);
     } else {
         runEditor(AppointmentEditor::NewKey, *mSca);
-        if (!*alive) // the control went away while the editor was open
+        if (!running.commandsAlive()) // the control went away while the editor was open
             return;
     }
     m_host.redraw();
@@ -84,12 +101,7 @@ void AppointmentCommands::modify(const QString &key)
 {
     if (m_inProgress)
         return;
-    m_inProgress = true;
-    const std::shared_ptr<bool> alive = m_alive;
-    const auto done = qScopeGuard([this, alive] {
-        if (*alive)
-            m_inProgress = false;
-    });
+    const Running running(*this);
 
     std::shared_ptr<Schedule> mSca = m_host.editedPlan()->Schedules()->Item(key);
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleChange, mSca);
@@ -102,7 +114,7 @@ void AppointmentCommands::modify(const QString &key)
         m_host.RaiseScheduleChanged(mSca);
     } else {
         runEditor(AppointmentEditor::formKeyOf(mSca->Key), *mSca);
-        if (!*alive)
+        if (!running.commandsAlive())
             return;
     }
     m_host.redraw();

@@ -37,6 +37,7 @@ public:
     static Error invalidSchedule();
 
 private:
+    class Running;
     void runEditor(const QString &formKey, const Schedule &values);
 
     EditingHost &m_host;

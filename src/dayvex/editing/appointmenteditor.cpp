@@ -440,14 +440,7 @@ bool AppointmentEditor::eventFilter(QObject *watched, QEvent *event)
 template <typename Action>
 void AppointmentEditor::runFromButton(Action action)
 {
-    // Nothing above Qt's event loop can take an error raised by a click here.
-    try {
-        action();
-    } catch (const Error &error) {
-        qWarning("frmAppuntamento: error %d: %s", int(error.number()), qPrintable(error.description()));
-    } catch (const std::exception &error) {
-        qWarning("frmAppuntamento: %s", error.what());
-    }
+    runLoggingErrors("frmAppuntamento", action);
 }
 
 } // namespace dayvex

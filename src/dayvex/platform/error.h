@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QtGlobal>
 
 #include <exception>
 
@@ -47,5 +48,19 @@ private:
     QString m_source;
     QByteArray m_what;
 };
+
+// Runs step where nothing up the stack can take its error (a user's click,
+// a resize): an error, the component's or a host handler's, is logged under who.
+template <typename Step>
+void runLoggingErrors(const char *who, Step step)
+{
+    try {
+        step();
+    } catch (const Error &error) {
+        qWarning("%s: error %d: %s", who, int(error.number()), qPrintable(error.description()));
+    } catch (const std::exception &error) {
+        qWarning("%s: %s", who, error.what());
+    }
+}
 
 } // namespace dayvex
