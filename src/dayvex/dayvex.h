@@ -32,6 +32,10 @@
 #include <dayvex/editing/prompts.h>
 #include <dayvex/editing/appointmenteditor.h>
 #include <dayvex/editing/appointmentcommands.h>
+#include <dayvex/editing/commandflag.h>
+#include <dayvex/editing/editorform.h>
+#include <dayvex/editing/todoeditor.h>
+#include <dayvex/editing/todocommands.h>
 
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>

@@ -81,6 +81,9 @@ void tst_Views::init()
     connect(m_control.get(), &zntDayvex::BeforeScheduleAdd, this, veto);
     connect(m_control.get(), &zntDayvex::BeforeScheduleChange, this, veto);
     connect(m_control.get(), &zntDayvex::BeforeScheduleDelete, this, veto);
+    const auto vetoToDo = [](std::shared_ptr<ToDo> &, bool &, bool &Cancel) { Cancel = true; };
+    connect(m_control.get(), &zntDayvex::BeforeTodoChange, this, vetoToDo);
+    connect(m_control.get(), &zntDayvex::BeforeTodoDelete, this, vetoToDo);
 }
 
 void tst_Views::cleanup()

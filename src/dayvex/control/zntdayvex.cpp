@@ -7,6 +7,8 @@
 #include "twips.h"
 
 #include <dayvex/editing/appointmentcommands.h>
+#include <dayvex/editing/commandflag.h>
+#include <dayvex/editing/todocommands.h>
 #include <dayvex/i18n/language.h>
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/clock.h>
@@ -55,7 +57,9 @@ zntDayvex::zntDayvex(QWidget *parent)
     std::tie(shared.DateFormat, shared.DateTimeFormat) = dateFormatsFor(QLocale());
     shared.Plan = std::make_shared<DayvexData>();
 
-    m_appointments = std::make_unique<AppointmentCommands>(*static_cast<EditingHost *>(this));
+    m_commandRunning = std::make_unique<CommandFlag>();
+    m_appointments = std::make_unique<AppointmentCommands>(*static_cast<EditingHost *>(this), *m_commandRunning);
+    m_todos = std::make_unique<ToDoCommands>(*static_cast<EditingHost *>(this), *m_commandRunning);
     createChildren();
     createMenus();
     connectGestures();
@@ -434,7 +438,7 @@ void zntDayvex::redraw()
 
 bool zntDayvex::commandInProgress() const
 {
-    return m_appointments->inProgress();
+    return m_commandRunning->isSet();
 }
 
 void zntDayvex::connectCommands()
@@ -442,6 +446,43 @@ void zntDayvex::connectCommands()
     connect(m_mnNuovo, &QAction::triggered, this, [this] { runFromUser([this] { mnNuovo_Click(); }); });
     connect(m_mnModifica, &QAction::triggered, this, [this] { runFromUser([this] { mnModifica_Click(); }); });
     connect(m_mnElimina, &QAction::triggered, this, [this] { runFromUser([this] { mnElimina_Click(); }); });
+    connect(m_mnuAttivitaCompleta, &QAction::triggered, this,
+            [this] { runFromUser([this] { mnuAttivitaCompleta_Click(); }); });
+    connect(m_mnNuovaAttivita, &QAction::triggered, this, [this] { runFromUser([this] { mnNuovaAttivita_Click(); }); });
+    connect(m_mnModificaAttivita, &QAction::triggered, this,
+            [this] { runFromUser([this] { mnModificaAttivita_Click(); }); });
+    connect(m_mnEliminaAttivita, &QAction::triggered, this,
+            [this] { runFromUser([this] { mnEliminaAttivita_Click(); }); });
+}
+
+QString zntDayvex::currentToDoKey() const
+{
+    return m_daFare->keyAt(m_daFare->currentRow());
+}
+
+void zntDayvex::showToDoDone(const QString &key)
+{
+    m_daFare->showDone(key);
+}
+
+void zntDayvex::mnuAttivitaCompleta_Click()
+{
+    m_todos->markDone(currentToDoKey());
+}
+
+void zntDayvex::mnNuovaAttivita_Click()
+{
+    m_todos->newToDo();
+}
+
+void zntDayvex::mnModificaAttivita_Click()
+{
+    m_todos->modify(currentToDoKey());
+}
+
+void zntDayvex::mnEliminaAttivita_Click()
+{
+    m_todos->remove(currentToDoKey());
 }
 
 void zntDayvex::mnNuovo_Click()

@@ -23,6 +23,8 @@ namespace dayvex {
 class AgendaGrid;
 class AppointmentBox;
 class AppointmentCommands;
+class CommandFlag;
+class ToDoCommands;
 class DayList;
 class DetailPane;
 class ItemGestures;
@@ -110,12 +112,12 @@ public:
     // Internal to the component: the raise operations of the event protocol.
     // The Before events start with both flags false and hand back the host's answer.
     BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) override;
-    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo);
+    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo) override;
     BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder);
-    void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo);
-    void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo);
-    void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel);
-    void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo);
+    void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) override;
+    void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) override;
+    void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) override;
+    void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) override;
     void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca);
     void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo);
 
@@ -127,7 +129,12 @@ public:
     void mnNuovo_Click();
     void mnModifica_Click();
     void mnElimina_Click();
-    // True while a New or Modify command waits for its editor.
+    // Internal to the component: the to-do commands, on the to-do of the list's current row.
+    void mnuAttivitaCompleta_Click();
+    void mnNuovaAttivita_Click();
+    void mnModificaAttivita_Click();
+    void mnEliminaAttivita_Click();
+    // True while a New or Modify command of either kind waits for its editor.
     bool commandInProgress() const;
 
     // The date formats that start-up picks for a locale: day first when the
@@ -172,6 +179,9 @@ private:
     std::shared_ptr<DayvexData> editedPlan() const override { return Plan(); }
     QWidget *dialogParent() const override;
     void redraw() override;
+    void refillToDoList() override { refillToDos(); }
+    void showToDoDone(const QString &key) override;
+    QString currentToDoKey() const;
     void RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) override;
     void RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) override;
     void RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) override;
@@ -227,7 +237,10 @@ private:
     qint16 m_currentView = 0;
     bool m_inResize = false;
     ViewSelection m_selection;
+    // The flag outlives the commands, which end the waits of their editors.
+    std::unique_ptr<CommandFlag> m_commandRunning;
     std::unique_ptr<AppointmentCommands> m_appointments;
+    std::unique_ptr<ToDoCommands> m_todos;
 
     // Children, named as the host and the language file know them.
     AgendaGrid *m_lista = nullptr;

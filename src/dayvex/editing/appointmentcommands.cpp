@@ -11,39 +11,15 @@
 
 namespace dayvex {
 
-// Marks a New or Modify as running while it lives. It knows whether the
-// commands outlived the editor's wait, after which nothing of them may be touched.
-class AppointmentCommands::Running
-{
-public:
-    explicit Running(AppointmentCommands &commands)
-        : m_commands(commands)
-        , m_alive(commands.m_alive)
-    {
-        m_commands.m_inProgress = true;
-    }
-    ~Running()
-    {
-        if (*m_alive)
-            m_commands.m_inProgress = false;
-    }
-    bool commandsAlive() const { return *m_alive; }
-
-private:
-    AppointmentCommands &m_commands;
-    std::shared_ptr<bool> m_alive;
-};
-
-AppointmentCommands::AppointmentCommands(EditingHost &host)
+AppointmentCommands::AppointmentCommands(EditingHost &host, CommandFlag &running)
     : m_host(host)
+    , m_running(running)
 {
 }
 
 AppointmentCommands::~AppointmentCommands()
 {
-    // A command still waiting for its editor ends its wait and touches nothing more.
-    *m_alive = false;
-    delete m_editor.data();
+    delete m_editor.data(); // ends the wait of a command still running
 }
 
 Error AppointmentCommands::invalidSchedule()
@@ -62,9 +38,9 @@ Date proposedStart(Date day, const QString &hour, const QString &minutes, const 
 
 void AppointmentCommands::newAppointment(Date proposed)
 {
-    if (m_inProgress)
+    if (m_running.isSet())
         return;
-    const Running running(*this);
+    const RunningCommand running(m_running);
 
     const std::shared_ptr<Schedules> schedules = m_host.editedPlan()->Schedules();
     auto mSca = std::make_shared<Schedule>();
@@ -90,8 +66,7 @@ void AppointmentCommands::newAppointment(Date proposed)
         }
         m_host.RaiseScheduleAdded(mSca);
     } else {
-        runEditor(AppointmentEditor::NewKey, *mSca);
-        if (!running.commandsAlive()) // the control went away while the editor was open
+        if (!runEditor(running, AppointmentEditor::NewKey, *mSca))
             return;
     }
     m_host.redraw();
@@ -99,9 +74,9 @@ void AppointmentCommands::newAppointment(Date proposed)
 
 void AppointmentCommands::modify(const QString &key)
 {
-    if (m_inProgress)
+    if (m_running.isSet())
         return;
-    const Running running(*this);
+    const RunningCommand running(m_running);
 
     std::shared_ptr<Schedule> mSca = m_host.editedPlan()->Schedules()->Item(key);
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleChange, mSca);
@@ -113,8 +88,7 @@ void AppointmentCommands::modify(const QString &key)
             throw invalidSchedule();
         m_host.RaiseScheduleChanged(mSca);
     } else {
-        runEditor(AppointmentEditor::formKeyOf(mSca->Key), *mSca);
-        if (!running.commandsAlive())
+        if (!runEditor(running, AppointmentEditor::formKeyOf(mSca->Key), *mSca))
             return;
     }
     m_host.redraw();
@@ -143,16 +117,17 @@ void AppointmentCommands::remove(const QString &key)
     m_host.redraw();
 }
 
-void AppointmentCommands::runEditor(const QString &formKey, const Schedule &values)
+bool AppointmentCommands::runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values)
 {
     auto *editor = new AppointmentEditor(m_host, m_host.dialogParent());
     m_editor = editor;
     editor->edit(formKey, values);
     editor->show();
-    const std::shared_ptr<bool> alive = m_alive;
     waitUntilHidden(editor);
-    if (*alive)
-        delete m_editor.data(); // unloaded once hidden
+    if (!running.controlAlive())
+        return false; // the commands went with it
+    delete m_editor.data(); // unloaded once hidden
+    return true;
 }
 
 } // namespace dayvex

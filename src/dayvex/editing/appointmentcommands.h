@@ -2,6 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/editing/appointmenteditor.h>
+#include <dayvex/editing/commandflag.h>
 #include <dayvex/platform/date.h>
 
 #include <QPointer>
@@ -19,7 +20,7 @@ class Error;
 class DAYVEX_EXPORT AppointmentCommands
 {
 public:
-    explicit AppointmentCommands(EditingHost &host);
+    AppointmentCommands(EditingHost &host, CommandFlag &running);
     ~AppointmentCommands();
 
     // A new appointment starting and ending at proposed.
@@ -27,9 +28,6 @@ public:
     void modify(const QString &key);
     void remove(const QString &key);
 
-    // True from the start of New or Modify until its editor is gone. A New or
-    // Modify asked for meanwhile is refused quietly.
-    bool inProgress() const { return m_inProgress; }
     // The open editor (AppForm), if any.
     AppointmentEditor *editor() const { return m_editor; }
 
@@ -38,13 +36,14 @@ public:
 
 private:
     class Running;
-    void runEditor(const QString &formKey, const Schedule &values);
+    // Shows the editor and waits; false when the control went away meanwhile.
+    bool runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values);
 
     EditingHost &m_host;
-    bool m_inProgress = false;
+    // Set from the start of a New or Modify (of either kind) until its editor is
+    // gone; a New or Modify asked for meanwhile is refused quietly.
+    CommandFlag &m_running;
     QPointer<AppointmentEditor> m_editor;
-    // Cleared when the commands are destroyed under a running editor's wait.
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };
 
 // The proposed start of a new appointment: day at the hour and minutes that the

@@ -1,27 +1,21 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/editing/editorform.h>
 #include <dayvex/model/records.h>
-
-#include <QDialog>
 
 class QCheckBox;
 class QComboBox;
 class QDateEdit;
 class QLabel;
 class QLineEdit;
-class QPushButton;
 class QTimeEdit;
 
 namespace dayvex {
 
-class EditingHost;
-
 // frmAppuntamento: the dialog in which the user creates, changes or deletes one
-// appointment. Save stores through the host's data and events and closes the
-// editor; Delete asks, removes and closes; Fine closes, asking first when
-// fields were changed. It is shown without modality by the New and Modify commands.
-class DAYVEX_EXPORT AppointmentEditor : public QDialog
+// appointment, shown without modality by the New and Modify commands.
+class DAYVEX_EXPORT AppointmentEditor : public EditorForm
 {
     Q_OBJECT
 public:
@@ -35,39 +29,22 @@ public:
     // What the editor edits: formKey is NewKey or formKeyOf(values.Key); values
     // are the record's fields, or a new appointment's proposed times.
     void edit(const QString &formKey, const Schedule &values);
-    QString formKey() const { return m_formKey; }
-    bool hasUnsavedChanges() const { return m_unsaved; }
-
-    // The three buttons.
-    void save();
-    void deleteAppointment();
-    void finish();
 
 protected:
-    void showEvent(QShowEvent *event) override;
-    void closeEvent(QCloseEvent *event) override;
-    void reject() override;
+    void load() override;
+    void store() override;
+    void removeRecord() override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void createFields();
     void layOut();
-    void activate();
-    void markChanged();
-    void keepDatesInOrder(bool startChanged);
+    void keepDatesInOrder();
     void contactCodeEdited();
     void contactCodeDoubleClicked();
-    bool contactCodeLeft();
-    bool mayClose();
-    template <typename Action>
-    void runFromButton(Action action);
+    void contactCodeLeft();
 
-    EditingHost &m_host;
-    QString m_formKey;
     Schedule m_values;
-    bool m_unsaved = false;
-    bool m_filling = false;
-    bool m_activated = false;
 
     QComboBox *m_cbCategorie = nullptr;
     QComboBox *m_cbUtente = nullptr;
@@ -83,9 +60,6 @@ private:
     QLabel *m_contattoLabel = nullptr;
     QCheckBox *m_promemoria = nullptr;
     QComboBox *m_tempoPromemoria = nullptr;
-    QPushButton *m_salva = nullptr;
-    QPushButton *m_elimina = nullptr;
-    QPushButton *m_fine = nullptr;
 };
 
 } // namespace dayvex

@@ -22,6 +22,9 @@ public:
     virtual QWidget *dialogParent() const = 0;
     // Redraws the current view from the data.
     virtual void redraw() = 0;
+    // Refills the to-do list; greys the row of a to-do marked done.
+    virtual void refillToDoList() = 0;
+    virtual void showToDoDone(const QString &key) = 0;
 
     virtual BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) = 0;
     virtual void RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) = 0;
@@ -31,6 +34,12 @@ public:
     virtual void RaiseContactCodeChange(QString &Value) = 0;
     virtual void RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel) = 0;
     virtual void RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription) = 0;
+
+    virtual BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo) = 0;
+    virtual void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) = 0;
+    virtual void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) = 0;
+    virtual void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) = 0;
+    virtual void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) = 0;
 };
 
 } // namespace dayvex

@@ -9,6 +9,14 @@ QString Alarms::keyFor(QChar kind, const QString &recordKey)
     return kind + recordKey.trimmed();
 }
 
+void Alarms::addFor(QChar kind, const QString &recordKey, Date due)
+{
+    if (!(due.value() > 0.0))
+        return;
+    const QString key = keyFor(kind, recordKey);
+    Add(key, QString(kind), recordKey, due, false, key);
+}
+
 std::shared_ptr<Alarm> Alarms::Add(const QString &Key, const QString &AlarmType,
                                    const QString &AlarmEventKey, Date AlarmDateTime,
                                    bool AlarmChanged, const QString &sKey, const QString &Tag)

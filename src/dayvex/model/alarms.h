@@ -22,6 +22,10 @@ public:
                                const QString &AlarmEventKey, Date AlarmDateTime, bool AlarmChanged,
                                const QString &sKey, const QString &Tag = QString());
 
+    // The alarm of a record (kind "S" appointment, "T" to-do) due at due, when
+    // due is later than the zero date; nothing otherwise.
+    void addFor(QChar kind, const QString &recordKey, Date due);
+
     // A missing alarm is not an error here.
     void Remove(qint32 position);
     void Remove(const QString &key);

@@ -81,6 +81,18 @@ QString ToDoGrid::keyAt(int row) const
     return cell ? cell->text() : QString();
 }
 
+void ToDoGrid::showDone(const QString &key)
+{
+    for (int row = 0; row < rowCount(); ++row) {
+        if (keyAt(row) != key)
+            continue;
+        for (int column = 0; column < columnCount(); ++column) {
+            if (QTableWidgetItem *cell = item(row, column))
+                cell->setForeground(DoneColor);
+        }
+    }
+}
+
 void ToDoGrid::mouseMoveEvent(QMouseEvent *event)
 {
     ViewGrid::mouseMoveEvent(event);

@@ -27,6 +27,8 @@ public:
 
     // The key of the to-do shown in row, empty for a row without one.
     QString keyAt(int row) const;
+    // Greys the row of the to-do of key, as done ones are shown.
+    void showDone(const QString &key);
 
 signals:
     // The pointer moved over the rows.

@@ -1,0 +1,167 @@
+#include "editorform.h"
+
+#include "prompts.h"
+
+#include <dayvex/platform/error.h>
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QScopeGuard>
+
+namespace dayvex {
+
+namespace form {
+QString caption(Text key, const char *italian)
+{
+    const QString loaded = text(key);
+    return loaded.isEmpty() ? QString::fromUtf8(italian) : loaded;
+}
+
+QString qtDateFormat(const QString &format)
+{
+    QString qt = format;
+    return qt.replace(QLatin1Char('m'), QLatin1Char('M'));
+}
+
+Date joined(const QDate &day, const QTime &time)
+{
+    return Date::fromDateTime(QDateTime(day, QTime(time.hour(), time.minute())));
+}
+} // namespace form
+
+EditorForm::EditorForm(EditingHost &host, const QString &objectName, const QString &title, QWidget *parent)
+    : QDialog(parent)
+    , m_host(host)
+{
+    setObjectName(objectName);
+    setWindowTitle(title);
+    setModal(false);
+    m_salva = form::named(new QPushButton(form::caption(Text::Save, "&salva"), this), "Salva");
+    m_elimina = form::named(new QPushButton(form::caption(Text::Delete, "&elimina"), this), "Elimina");
+    m_fine = form::named(new QPushButton(form::caption(Text::Cancel, "&chiudi"), this), "Fine");
+    m_salva->setDefault(true); // Enter saves
+    m_elimina->setAutoDefault(false);
+    m_fine->setAutoDefault(false);
+    connect(m_salva, &QPushButton::clicked, this, [this] { save(); });
+    connect(m_elimina, &QPushButton::clicked, this, [this] { deleteRecord(); });
+    connect(m_fine, &QPushButton::clicked, this, [this] { finish(); });
+}
+
+void EditorForm::setFormKey(const QString &key)
+{
+    m_formKey = key;
+    m_loaded = false;
+    if (isVisible())
+        showEvent(nullptr);
+}
+
+bool EditorForm::isNew() const
+{
+    return m_formKey.trimmed() == QLatin1String("NEW");
+}
+
+void EditorForm::markChanged()
+{
+    if (!m_loading)
+        m_unsaved = true;
+}
+
+void EditorForm::showEvent(QShowEvent *event)
+{
+    if (event)
+        QDialog::showEvent(event);
+    if (m_loaded)
+        return;
+    m_loaded = true;
+    m_loading = true;
+    const auto loaded = qScopeGuard([this] { m_loading = false; });
+    BusyCursor busy;
+    runLoggingErrors(qPrintable(objectName()), [this] { load(); });
+    m_unsaved = false;
+}
+
+void EditorForm::closeDone()
+{
+    m_unsaved = false;
+    hide();
+}
+
+// A click here has nothing above it but Qt's event loop: errors are logged.
+void EditorForm::save()
+{
+    runLoggingErrors(qPrintable(objectName()), [this] { store(); });
+}
+
+void EditorForm::deleteRecord()
+{
+    runLoggingErrors(qPrintable(objectName()), [this] { removeRecord(); });
+}
+
+bool EditorForm::mayClose()
+{
+    return !m_unsaved
+           || askYesNo(this,
+                       form::caption(Text::UnsavedChangesMsg,
+                                     "There are unsaved changes. Are you shure you want to continue?"),
+                       PromptIcon::None);
+}
+
+void EditorForm::finish()
+{
+    if (mayClose())
+        closeDone();
+}
+
+void EditorForm::reject()
+{
+    finish(); // Escape closes as Fine does
+}
+
+void EditorForm::closeEvent(QCloseEvent *event)
+{
+    if (mayClose()) {
+        m_unsaved = false;
+        QDialog::closeEvent(event);
+    } else {
+        event->ignore();
+    }
+}
+
+QComboBox *EditorForm::leadTimes(QWidget *parent)
+{
+    auto *times = form::named(new QComboBox(parent), "TempoPromemoria");
+    for (int minutes = 5; minutes <= 60; minutes += 5)
+        times->addItem(QString::number(minutes));
+    return times;
+}
+
+void EditorForm::showLeadTime(QComboBox *times, int minutes)
+{
+    const QString text = QString::number(minutes);
+    if (times->findText(text) < 0)
+        times->addItem(text);
+    times->setCurrentText(text);
+}
+
+void EditorForm::fillList(QComboBox *list, const QStringList &items, const QString &current)
+{
+    list->clear();
+    list->addItems(items);
+    if (!list->isEditable() && list->findText(current) < 0)
+        list->addItem(current);
+    list->setCurrentText(current);
+}
+
+QBoxLayout *EditorForm::buttonRow()
+{
+    auto *row = new QHBoxLayout;
+    row->addStretch();
+    row->addWidget(m_salva);
+    row->addWidget(m_elimina);
+    row->addWidget(m_fine);
+    return row;
+}
+
+} // namespace dayvex

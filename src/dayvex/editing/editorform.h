@@ -1,0 +1,94 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/i18n/language.h>
+#include <dayvex/platform/date.h>
+
+#include <QDialog>
+
+class QBoxLayout;
+class QComboBox;
+class QPushButton;
+
+namespace dayvex {
+
+class EditingHost;
+
+// What the appointment and to-do editors share: the form key, the unsaved-changes
+// flag, the buttons Salva, Elimina and Fine, and how the form closes. Save and
+// Delete close the form when they have done their work; Fine, Escape and the
+// window's frame close it after asking, when fields were changed. The form is
+// loaded from its record when it is first shown.
+class DAYVEX_EXPORT EditorForm : public QDialog
+{
+    Q_OBJECT
+public:
+    QString formKey() const { return m_formKey; }
+    bool hasUnsavedChanges() const { return m_unsaved; }
+
+    // The three buttons.
+    void save();
+    void deleteRecord();
+    void finish();
+
+protected:
+    EditorForm(EditingHost &host, const QString &objectName, const QString &title, QWidget *parent);
+
+    // Fills the fields from the record, with no change counted.
+    virtual void load() = 0;
+    virtual void store() = 0;
+    virtual void removeRecord() = 0;
+
+    EditingHost &host() const { return m_host; }
+    void setFormKey(const QString &key);
+    bool isNew() const;
+    // For the fields' change handlers: a change while loading is none.
+    void markChanged();
+    bool loading() const { return m_loading; }
+    // Ends a successful save or delete.
+    void closeDone();
+
+    // The twelve lead times "5" to "60", showing minutes (added to the list when they are none of them).
+    static QComboBox *leadTimes(QWidget *parent);
+    static void showLeadTime(QComboBox *times, int minutes);
+    // A list that shows current even when it is not among items, so that saving keeps it.
+    static void fillList(QComboBox *list, const QStringList &items, const QString &current);
+    // The button row, right-aligned.
+    QBoxLayout *buttonRow();
+
+    QPushButton *m_salva = nullptr;
+    QPushButton *m_elimina = nullptr;
+    QPushButton *m_fine = nullptr;
+
+    void showEvent(QShowEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    void reject() override;
+
+private:
+    bool mayClose();
+
+    EditingHost &m_host;
+    QString m_formKey;
+    bool m_unsaved = false;
+    bool m_loading = false;
+    bool m_loaded = false;
+};
+
+// The editors' helpers.
+namespace form {
+// A language text, or the design's Italian caption while the table is empty.
+DAYVEX_EXPORT QString caption(Text key, const char *italian);
+// The control's date format in Qt's letters: "dd/mm/yyyy" shows as "dd/MM/yyyy".
+DAYVEX_EXPORT QString qtDateFormat(const QString &format);
+// A day and a time of day to the minute, as the editors store them.
+DAYVEX_EXPORT Date joined(const QDate &day, const QTime &time);
+
+template <typename Widget>
+Widget *named(Widget *widget, const char *name)
+{
+    widget->setObjectName(QString::fromUtf8(name));
+    return widget;
+}
+} // namespace form
+
+} // namespace dayvex
