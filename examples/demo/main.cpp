@@ -8,7 +8,10 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QKeyEvent>
+#include <QAction>
+#include <QMenu>
 #include <QMouseEvent>
+#include <QTableWidget>
 #include <QPushButton>
 #include <QTimer>
 #include <QScreen>
@@ -54,6 +57,19 @@ bool save(QWidget &window, const QDir &dir, const char *name)
     return true;
 }
 
+// Saves the window once the editor called name is open over it, then closes the editor.
+void saveEditorWhenOpen(QWidget &window, const QDir &dir, const char *name, const char *file, bool &saved)
+{
+    QTimer::singleShot(800, &window, [&window, dir, name, file, &saved] {
+        for (QWidget *editor : QApplication::topLevelWidgets()) {
+            if (editor->objectName() == QString::fromUtf8(name) && editor->isVisible()) {
+                saved = save(window, dir, file);
+                click(editor->findChild<QPushButton *>(QStringLiteral("Fine")), QPoint(5, 5));
+            }
+        }
+    });
+}
+
 // The pictures of the README: the week at first show, the detail pane of a box,
 // the month and the day view, each reached as a user would.
 int screenshots(DemoWindow &window, const QDir &dir)
@@ -77,14 +93,7 @@ int screenshots(DemoWindow &window, const QDir &dir)
 
     // A double click on a box opens the editor; the command waits until it closes.
     bool saved = false;
-    QTimer::singleShot(800, &window, [&] {
-        for (QWidget *editor : QApplication::topLevelWidgets()) {
-            if (editor->objectName() == QLatin1String("frmAppuntamento") && editor->isVisible()) {
-                saved = save(window, dir, "editor.png");
-                click(editor->findChild<QPushButton *>(QStringLiteral("Fine")), QPoint(5, 5));
-            }
-        }
-    });
+    saveEditorWhenOpen(window, dir, "frmAppuntamento", "editor.png", saved);
     for (int i = 0; i < grid->boxCount(); ++i) {
         if (grid->box(i)->isVisible()) {
             QMouseEvent twice(QEvent::MouseButtonDblClick, QPointF(6, 6), grid->box(i)->mapToGlobal(QPointF(6, 6)),
@@ -93,6 +102,23 @@ int screenshots(DemoWindow &window, const QDir &dir)
             break;
         }
     }
+    if (!saved)
+        return 1;
+
+    // The to-do menu of a to-do, then its editor.
+    auto *todos = window.control()->findChild<QTableWidget *>(QStringLiteral("DaFare"));
+    const QPoint row = todos->visualItemRect(todos->item(1, 3)).center();
+    QMouseEvent right(QEvent::MouseButtonRelease, QPointF(row), todos->viewport()->mapToGlobal(QPointF(row)),
+                      Qt::RightButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(todos->viewport(), &right);
+    settle(300);
+    if (!save(window, dir, "todo-menu.png"))
+        return 1;
+    auto *menu = window.control()->findChild<QMenu *>(QString::fromUtf8("mnuAttività"));
+    menu->hide();
+    saved = false;
+    saveEditorWhenOpen(window, dir, "frmAttività", "todo-editor.png", saved);
+    window.control()->findChild<QAction *>(QString::fromUtf8("mnModificaAttività"))->trigger();
     if (!saved)
         return 1;
 

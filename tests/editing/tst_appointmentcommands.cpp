@@ -1,3 +1,5 @@
+#include "editordriver.h"
+
 #include <dayvex/dayvex.h>
 
 #include <QApplication>
@@ -26,22 +28,7 @@ enum class InEditor { Nothing, SaveWithReminder, SaveBlank, Close };
 
 AppointmentEditor *openEditor()
 {
-    for (QWidget *window : QApplication::topLevelWidgets()) {
-        if (window->objectName() == "frmAppuntamento" && window->isVisible())
-            return static_cast<AppointmentEditor *>(window);
-    }
-    return nullptr;
-}
-
-template <typename Widget>
-Widget *field(QWidget *editor, const char *name)
-{
-    return editor->findChild<Widget *>(QString::fromLatin1(name));
-}
-
-void press(QWidget *editor, const char *button)
-{
-    QTest::mouseClick(field<QPushButton>(editor, button), Qt::LeftButton);
+    return static_cast<AppointmentEditor *>(EditorDriver::openForm("frmAppuntamento"));
 }
 } // namespace
 
@@ -70,32 +57,19 @@ private slots:
 
 private:
     // Runs action on the editor as soon as it shows, from inside the command's wait.
-    // Polls until the test function ends (a vetoed command opens no editor).
     void whenEditorOpens(std::function<void(AppointmentEditor *)> action)
     {
-        QTimer::singleShot(0, this, [this, action, test = m_test] {
-            if (test != m_test)
-                return;
-            if (AppointmentEditor *editor = openEditor())
-                action(editor);
-            else
-                whenEditorOpens(action);
-        });
+        m_driver.whenOpen("frmAppuntamento",
+                          [action](QDialog *form) { action(static_cast<AppointmentEditor *>(form)); });
     }
-    void answerPrompts(bool yes)
-    {
-        setPromptAnswerer([this, yes](const QString &text, PromptIcon icon) {
-            m_prompts << QStringLiteral("%1 %2").arg(text).arg(icon == PromptIcon::Exclamation ? "!" : "-");
-            return yes;
-        });
-    }
+    void answerPrompts(bool yes) { m_driver.answerPrompts(yes); }
     Schedule &live() { return *m_data->Schedules()->Item("7"); }
 
     std::unique_ptr<zntDayvex> m_control;
     std::shared_ptr<DayvexData> m_data;
     QStringList m_log;
-    QStringList m_prompts;
-    int m_test = 0;
+    EditorDriver m_driver;
+    QStringList &m_prompts = m_driver.prompts;
     BeforeAnswer m_answer;
     std::function<void(std::shared_ptr<Schedule> &)> m_hostEdit;
 };
@@ -111,10 +85,8 @@ void tst_AppointmentCommands::init()
     resetLanguage();
     LoadLanguage();
     m_log.clear();
-    m_prompts.clear();
     m_answer = {};
     m_hostEdit = nullptr;
-    ++m_test;
     m_control = std::make_unique<zntDayvex>();
     m_control->InitProperties();
     m_control->setStartDay(at(15));
@@ -153,8 +125,7 @@ void tst_AppointmentCommands::init()
 
 void tst_AppointmentCommands::cleanup()
 {
-    setPromptAnswerer({});
-    ++m_test;
+    m_driver.stop();
     m_control.reset();
     QVERIFY(!QApplication::overrideCursor());
 }

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <dayvex/editing/prompts.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+#include <functional>
+
+// Drives the editors and questions of the commands as a user would, from
+// inside the command's wait for its editor.
+class EditorDriver : public QObject
+{
+public:
+    static QDialog *openForm(const QString &name)
+    {
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            if (window->objectName() == name && window->isVisible())
+                return qobject_cast<QDialog *>(window);
+        }
+        return nullptr;
+    }
+
+    // Runs action on the form as soon as it shows, until stop().
+    void whenOpen(const QString &name, std::function<void(QDialog *)> action)
+    {
+        QTimer::singleShot(0, this, [this, name, action, round = m_round] {
+            if (round != m_round)
+                return;
+            if (QDialog *form = openForm(name))
+                action(form);
+            else
+                whenOpen(name, action);
+        });
+    }
+
+    // Answers every question with yes or no and notes it as "text !" (exclamation icon) or "text -".
+    void answerPrompts(bool yes)
+    {
+        dayvex::setPromptAnswerer([this, yes](const QString &text, dayvex::PromptIcon icon) {
+            prompts << text + (icon == dayvex::PromptIcon::Exclamation ? " !" : " -");
+            return yes;
+        });
+    }
+
+    void stop()
+    {
+        ++m_round;
+        prompts.clear();
+        dayvex::setPromptAnswerer({});
+    }
+
+    QStringList prompts;
+
+private:
+    int m_round = 0;
+};
+
+template <typename Widget>
+Widget *field(QWidget *form, const char *name)
+{
+    return form->findChild<Widget *>(QString::fromUtf8(name));
+}
+
+inline void press(QWidget *form, const char *button)
+{
+    QTest::mouseClick(field<QPushButton>(form, button), Qt::LeftButton);
+}
