@@ -10,6 +10,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
+#include <QPointer>
 #include <QTimer>
 
 #include <functional>
@@ -51,6 +52,7 @@ private slots:
     void editorDeleteAndUnsavedChanges();
     void missingKeyChangesNothing();
     void secondCommandRefused();
+    void controlDestroyedWhileEditorOpen();
     void throwingHostLeavesNoHalfChange();
     void realMessageBox();
     void contactCodeEvents();
@@ -362,6 +364,20 @@ void tst_AppointmentCommands::secondCommandRefused()
     m_control->mnModifica_Click();
     QCOMPARE(editors, 1);
     QCOMPARE(m_log, QStringList{"BeforeScheduleChange"});
+}
+
+void tst_AppointmentCommands::controlDestroyedWhileEditorOpen()
+{
+    QPointer<AppointmentEditor> editor;
+    whenEditorOpens([&](AppointmentEditor *open) {
+        editor = open;
+        m_control.reset(); // the host closes its form
+    });
+    zntDayvex *control = m_control.get();
+    control->mnNuovo_Click(); // returns without touching the control
+    QVERIFY(!m_control);
+    QVERIFY(!editor);
+    QCOMPARE(m_data->Schedules()->Count(), 1);
 }
 
 void tst_AppointmentCommands::throwingHostLeavesNoHalfChange()

@@ -102,10 +102,7 @@ void AppointmentCommands::remove(const QString &key)
     if (answer.Cancel)
         return;
     if (!answer.ExternalHandled) {
-        QString question = text(Text::DeletingAppointmentMsg);
-        if (question.isEmpty())
-            question = defaultText(Text::DeletingAppointmentMsg);
-        if (!askYesNo(m_host.dialogParent(), question, PromptIcon::Exclamation))
+        if (!confirm(m_host.dialogParent(), Text::DeletingAppointmentMsg, PromptIcon::Exclamation))
             return;
     }
     // A missing alarm or form does not stop the deletion.

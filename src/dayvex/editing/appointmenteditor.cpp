@@ -238,10 +238,8 @@ void AppointmentEditor::store()
         stored->Place = working->Place;
         stored->ReminderDate = working->ReminderDate;
         const Schedule saved = *stored;
-        const auto replaceAlarm = qScopeGuard([&] {
-            alarms->Remove(Alarms::keyFor(QLatin1Char('S'), saved.Key));
-            alarms->addFor(QLatin1Char('S'), saved.Key, saved.ReminderDate);
-        });
+        const auto replaceAlarm =
+            qScopeGuard([&] { alarms->replaceFor(QLatin1Char('S'), saved.Key, saved.ReminderDate); });
         host().RaiseScheduleChanged(stored);
     }
     setFormKey(QString());
@@ -250,8 +248,7 @@ void AppointmentEditor::store()
 
 void AppointmentEditor::removeRecord()
 {
-    if (!askYesNo(this, caption(Text::DeletingAppointmentMsg, "Deleting selected appointment. Confirm?"),
-                  PromptIcon::None))
+    if (!confirm(this, Text::DeletingAppointmentMsg, PromptIcon::None))
         return;
     const std::shared_ptr<DayvexData> plan = host().editedPlan();
     std::shared_ptr<Schedule> removed = plan->Schedules()->Item(m_values.Key);

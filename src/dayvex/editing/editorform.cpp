@@ -101,11 +101,7 @@ void EditorForm::deleteRecord()
 
 bool EditorForm::mayClose()
 {
-    return !m_unsaved
-           || askYesNo(this,
-                       form::caption(Text::UnsavedChangesMsg,
-                                     "There are unsaved changes. Are you shure you want to continue?"),
-                       PromptIcon::None);
+    return !m_unsaved || confirm(this, Text::UnsavedChangesMsg, PromptIcon::None);
 }
 
 void EditorForm::finish()

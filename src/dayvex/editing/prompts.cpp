@@ -54,6 +54,12 @@ bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon)
     return box.exec() == QMessageBox::Yes;
 }
 
+bool confirm(QWidget *parent, Text message, PromptIcon icon)
+{
+    const QString loaded = text(message);
+    return askYesNo(parent, loaded.isEmpty() ? defaultText(message) : loaded, icon);
+}
+
 BusyCursor::BusyCursor()
 {
     QApplication::setOverrideCursor(Qt::WaitCursor);

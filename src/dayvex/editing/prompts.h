@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/i18n/language.h>
 
 #include <QString>
 
@@ -17,6 +18,8 @@ enum class PromptIcon { None, Exclamation };
 using PromptAnswerer = std::function<bool(const QString &text, PromptIcon icon)>;
 DAYVEX_EXPORT void setPromptAnswerer(PromptAnswerer answerer);
 DAYVEX_EXPORT bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon);
+// askYesNo with a message of the language table (its English default before the table is loaded).
+DAYVEX_EXPORT bool confirm(QWidget *parent, Text message, PromptIcon icon);
 
 // The hourglass over the whole application while it lives; nests.
 class DAYVEX_EXPORT BusyCursor

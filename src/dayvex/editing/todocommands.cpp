@@ -89,10 +89,7 @@ void ToDoCommands::remove(const QString &key)
     if (answer.Cancel)
         return;
     if (!answer.ExternalHandled) {
-        QString question = text(Text::DeletingToDoMsg);
-        if (question.isEmpty())
-            question = defaultText(Text::DeletingToDoMsg);
-        if (!askYesNo(m_host.dialogParent(), question, PromptIcon::None))
+        if (!confirm(m_host.dialogParent(), Text::DeletingToDoMsg, PromptIcon::None))
             return;
     }
     // A missing alarm or form does not stop the deletion.

@@ -198,10 +198,8 @@ void ToDoEditor::store()
         stored->ReminderDate = working->ReminderDate;
         stored->ShortDesc = working->ShortDesc;
         const ToDo saved = *stored;
-        const auto replaceAlarm = qScopeGuard([&] {
-            alarms->Remove(Alarms::keyFor(QLatin1Char('T'), saved.Key));
-            alarms->addFor(QLatin1Char('T'), saved.Key, saved.ReminderDate);
-        });
+        const auto replaceAlarm =
+            qScopeGuard([&] { alarms->replaceFor(QLatin1Char('T'), saved.Key, saved.ReminderDate); });
         host().RaiseToDoChanged(stored);
     }
     closeDone();
@@ -209,8 +207,7 @@ void ToDoEditor::store()
 
 void ToDoEditor::removeRecord()
 {
-    if (!askYesNo(this, caption(Text::DeletingToDoMsg, "Deleting selected to do activity. Confirm?"),
-                  PromptIcon::None))
+    if (!confirm(this, Text::DeletingToDoMsg, PromptIcon::None))
         return;
     const std::shared_ptr<DayvexData> plan = host().editedPlan();
     std::shared_ptr<ToDo> removed = plan->ToDoS()->Item(m_values.Key);

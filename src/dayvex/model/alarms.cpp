@@ -17,6 +17,12 @@ void Alarms::addFor(QChar kind, const QString &recordKey, Date due)
     Add(key, QString(kind), recordKey, due, false, key);
 }
 
+void Alarms::replaceFor(QChar kind, const QString &recordKey, Date due)
+{
+    Remove(keyFor(kind, recordKey));
+    addFor(kind, recordKey, due);
+}
+
 std::shared_ptr<Alarm> Alarms::Add(const QString &Key, const QString &AlarmType,
                                    const QString &AlarmEventKey, Date AlarmDateTime,
                                    bool AlarmChanged, const QString &sKey, const QString &Tag)
