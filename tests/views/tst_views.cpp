@@ -1,6 +1,8 @@
 #include <dayvex/dayvex.h>
 
+#include <QApplication>
 #include <QCalendarWidget>
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
@@ -341,15 +343,24 @@ void tst_Views::keyboard()
     m_control->Refresh(zntPlanShowWeek);
     QVERIFY(lista()->selectedItems().isEmpty()); // nothing looks selected before a click
     QStringList ran;
-    for (const char *name : {"mnModifica", "mnModificaAttività"})
+    for (const char *name : {"mnModifica", "mnModificaAttività", "mnEliminaAttività"})
         connect(entry(name), &QAction::triggered, this, [&ran, name] { ran << QString::fromUtf8(name); });
 
     QTest::keyClick(lista()->box(0), Qt::Key_Return);
     QCOMPARE(m_control->viewSelection().appointmentKey, "a");
     daFare()->setCurrentCell(0, 3);
     QTest::keyClick(daFare(), Qt::Key_Enter);
-    QCOMPARE(ran, QStringList({"mnModifica", "mnModificaAttività"}));
+    QTest::keyClick(daFare(), Qt::Key_Delete);
+    QCOMPARE(ran, QStringList({"mnModifica", "mnModificaAttività", "mnEliminaAttività"}));
     QCOMPARE(m_control->viewSelection().toDoKey, "t1");
+
+    // The menu key opens the menu of what has the focus, as a right click would.
+    QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, QPoint(2, 2));
+    QApplication::sendEvent(lista()->box(0), &menuKey);
+    auto *menu = m_control->findChild<QMenu *>("mnAppuntamento");
+    QVERIFY(menu->isVisible());
+    QVERIFY(entry("mnElimina")->isEnabled());
+    menu->hide();
 
     // The arrows move the date on show with the current cell, as a click would.
     auto *calendar = m_control->findChild<MonthCalendar *>("Calendar");

@@ -756,6 +756,11 @@ void zntDayvex::connectGestures()
         if (!m_selection.toDoKey.isEmpty())
             runCommand(m_mnModificaAttivita);
     });
+    connect(m_daFare, &ToDoGrid::deletePressed, this, [this](int row) {
+        m_selection.toDoKey = m_daFare->keyAt(row);
+        if (!m_selection.toDoKey.isEmpty())
+            runCommand(m_mnEliminaAttivita);
+    });
 
     connect(m_frShowApp, &DetailPane::clicked, this, [this] {
         // The pane stands over the to-do list when it shows a to-do.

@@ -3,6 +3,7 @@
 #include <dayvex/platform/color.h>
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -108,6 +109,12 @@ void AppointmentBox::mouseReleaseEvent(QMouseEvent *event)
 void AppointmentBox::mouseDoubleClickEvent(QMouseEvent *event)
 {
     m_gestures->mouseDoubleClicked(event);
+}
+
+void AppointmentBox::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        m_gestures->menuKeyPressed(mapToGlobal(rect().center()));
 }
 
 void AppointmentBox::keyPressEvent(QKeyEvent *event)

@@ -3,6 +3,7 @@
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/textfit.h>
 
+#include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -82,6 +83,12 @@ void DayList::keyPressEvent(QKeyEvent *event)
 {
     if (!m_gestures->keyPressed(event, currentRow() >= 0))
         QListWidget::keyPressEvent(event);
+}
+
+void DayList::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->reason() == QContextMenuEvent::Keyboard && currentItem())
+        m_gestures->menuKeyPressed(viewport()->mapToGlobal(visualItemRect(currentItem()).center()));
 }
 
 void DayList::paintEvent(QPaintEvent *event)

@@ -23,6 +23,8 @@ public:
     void mouseDoubleClicked(const QMouseEvent *event);
     // Whether the key was one of the item's; Enter counts only where there is something to open.
     bool keyPressed(const QKeyEvent *event, bool canOpen = true);
+    // The menu key acts as a right click at globalPos.
+    void menuKeyPressed(const QPoint &globalPos) { emit rightReleased(globalPos); }
 
 signals:
     void clicked();

@@ -110,6 +110,10 @@ void ToDoGrid::keyPressEvent(QKeyEvent *event)
         emit enterPressed(currentRow());
         return;
     }
+    if (event->key() == Qt::Key_Delete && currentRow() >= 0) {
+        emit deletePressed(currentRow());
+        return;
+    }
     ViewGrid::keyPressEvent(event);
 }
 

@@ -33,8 +33,9 @@ public:
 signals:
     // The pointer moved over the rows.
     void hovered();
-    // Enter or Return on the current row.
+    // Enter or Return, and Delete, on the current row.
     void enterPressed(int row);
+    void deletePressed(int row);
 
 protected:
     void mouseMoveEvent(QMouseEvent *event) override;

@@ -3,6 +3,7 @@
 #include <dayvex/control/twips.h>
 #include <dayvex/views/timegrid.h>
 
+#include <QContextMenuEvent>
 #include <QMouseEvent>
 
 namespace dayvex {
@@ -28,6 +29,15 @@ void ViewGrid::mouseReleaseEvent(QMouseEvent *event)
 {
     QTableWidget::mouseReleaseEvent(event);
     emit released(event->position().toPoint(), event->button(), event->globalPosition().toPoint());
+}
+
+void ViewGrid::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->reason() != QContextMenuEvent::Keyboard)
+        return;
+    const QModelIndex current = currentIndex();
+    const QPoint at = current.isValid() ? visualRect(current).center() : QPoint(1, 1);
+    emit released(at, Qt::RightButton, viewport()->mapToGlobal(at));
 }
 
 void ViewGrid::mouseDoubleClickEvent(QMouseEvent *event)

@@ -26,6 +26,8 @@ signals:
 protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
+    // The menu key acts as a right click on the current cell.
+    void contextMenuEvent(QContextMenuEvent *event) override;
 };
 
 } // namespace dayvex
