@@ -355,7 +355,7 @@ void tst_Views::keyboard()
     QCOMPARE(m_control->viewSelection().toDoKey, "t1");
 
     // The menu key opens the menu of what has the focus, as a right click would.
-    QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, QPoint(2, 2));
+    QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, QPoint(2, 2), lista()->box(0)->mapToGlobal(QPoint(2, 2)));
     QApplication::sendEvent(lista()->box(0), &menuKey);
     auto *menu = m_control->findChild<QMenu *>("mnAppuntamento");
     QVERIFY(menu->isVisible());
