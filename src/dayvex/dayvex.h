@@ -36,6 +36,10 @@
 #include <dayvex/editing/editorform.h>
 #include <dayvex/editing/todoeditor.h>
 #include <dayvex/editing/todocommands.h>
+#include <dayvex/reminders/reminderhost.h>
+#include <dayvex/reminders/remindersound.h>
+#include <dayvex/reminders/reminderpopup.h>
+#include <dayvex/reminders/alarmscan.h>
 
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>

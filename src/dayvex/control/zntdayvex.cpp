@@ -10,6 +10,7 @@
 #include <dayvex/editing/commandflag.h>
 #include <dayvex/editing/todocommands.h>
 #include <dayvex/i18n/language.h>
+#include <dayvex/reminders/alarmscan.h>
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/clock.h>
 #include <dayvex/platform/format.h>
@@ -60,6 +61,7 @@ zntDayvex::zntDayvex(QWidget *parent)
     m_commandRunning = std::make_unique<CommandFlag>();
     m_appointments = std::make_unique<AppointmentCommands>(*static_cast<EditingHost *>(this), *m_commandRunning);
     m_todos = std::make_unique<ToDoCommands>(*static_cast<EditingHost *>(this), *m_commandRunning);
+    m_alarmScan = std::make_unique<AlarmScan>(*static_cast<ReminderHost *>(this));
     createChildren();
     createMenus();
     connectGestures();
@@ -106,6 +108,7 @@ void zntDayvex::createChildren()
     m_timer = new QTimer(this);
     m_timer->setObjectName(QStringLiteral("Timer"));
     m_timer->setInterval(AlarmTimerInterval);
+    connect(m_timer, &QTimer::timeout, this, [this] { m_alarmScan->tickFromTimer(); });
     m_timer->start();
 }
 
@@ -453,6 +456,11 @@ void zntDayvex::connectCommands()
             [this] { runFromUser([this] { mnModificaAttivita_Click(); }); });
     connect(m_mnEliminaAttivita, &QAction::triggered, this,
             [this] { runFromUser([this] { mnEliminaAttivita_Click(); }); });
+}
+
+void zntDayvex::scanAlarms()
+{
+    m_alarmScan->tick();
 }
 
 QString zntDayvex::currentToDoKey() const

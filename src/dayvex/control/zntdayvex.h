@@ -6,6 +6,7 @@
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/date.h>
+#include <dayvex/reminders/reminderhost.h>
 #include <dayvex/views/viewselection.h>
 
 #include <QWidget>
@@ -21,6 +22,7 @@ class QTimer;
 namespace dayvex {
 
 class AgendaGrid;
+class AlarmScan;
 class AppointmentBox;
 class AppointmentCommands;
 class CommandFlag;
@@ -45,7 +47,7 @@ enum zntPlanShowType : qint16 {
 // ReadProperties() after construction, assigns its DayvexData to Plan and calls
 // Refresh(). Settings marked shared live in sharedSettings() and are the same
 // for every instance in the process.
-class DAYVEX_EXPORT zntDayvex : public QWidget, private EditingHost
+class DAYVEX_EXPORT zntDayvex : public QWidget, private EditingHost, private ReminderHost
 {
     Q_OBJECT
     Q_PROPERTY(bool DisableReminderPopUp READ DisableReminderPopUp WRITE setDisableReminderPopUp)
@@ -67,7 +69,7 @@ public:
     explicit zntDayvex(QWidget *parent = nullptr);
     ~zntDayvex() override;
 
-    bool DisableReminderPopUp() const { return m_disableReminderPopUp; }
+    bool DisableReminderPopUp() const override { return m_disableReminderPopUp; }
     void setDisableReminderPopUp(bool value);
     bool DisableMenu() const { return m_disableMenu; }
     void setDisableMenu(bool value);
@@ -88,7 +90,7 @@ public:
     void setMultiUserEnabled(bool value);
     bool ContactCodeEnabled() const;
     void setContactCodeEnabled(bool value);
-    QString ReminderSoundFile() const { return m_reminderSoundFile; }
+    QString ReminderSoundFile() const override { return m_reminderSoundFile; }
     void setReminderSoundFile(const QString &value);
     QString DefaultOwner() const;
     void setDefaultOwner(const QString &value);
@@ -113,13 +115,13 @@ public:
     // The Before events start with both flags false and hand back the host's answer.
     BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) override;
     BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo) override;
-    BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder);
+    BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) override;
     void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) override;
     void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) override;
     void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) override;
     void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) override;
-    void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca);
-    void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo);
+    void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) override;
 
     // Internal to the component: what the commands act on, as the gestures left it.
     const ViewSelection &viewSelection() const { return m_selection; }
@@ -134,6 +136,9 @@ public:
     void mnNuovaAttivita_Click();
     void mnModificaAttivita_Click();
     void mnEliminaAttivita_Click();
+    // Internal to the component: one tick of the alarm timer, as the Timer child runs it.
+    // Throws dayvex::Error 5 when a due alarm's record is gone.
+    void scanAlarms();
     // True while a New or Modify command of either kind waits for its editor.
     bool commandInProgress() const;
 
@@ -180,6 +185,7 @@ private:
     QWidget *dialogParent() const override;
     void redraw() override;
     void refillToDoList() override { refillToDos(); }
+    QWidget *reminderOwner() override { return this; }
     void showToDoDone(const QString &key) override;
     QString currentToDoKey() const;
     void RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) override;
@@ -241,6 +247,7 @@ private:
     std::unique_ptr<CommandFlag> m_commandRunning;
     std::unique_ptr<AppointmentCommands> m_appointments;
     std::unique_ptr<ToDoCommands> m_todos;
+    std::unique_ptr<AlarmScan> m_alarmScan;
 
     // Children, named as the host and the language file know them.
     AgendaGrid *m_lista = nullptr;

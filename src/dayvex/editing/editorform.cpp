@@ -15,8 +15,7 @@ namespace dayvex {
 namespace form {
 QString caption(Text key, const char *italian)
 {
-    const QString loaded = text(key);
-    return loaded.isEmpty() ? QString::fromUtf8(italian) : loaded;
+    return textOr(key, italian);
 }
 
 QString qtDateFormat(const QString &format)

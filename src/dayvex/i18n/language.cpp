@@ -156,4 +156,10 @@ void resetLanguage()
     state() = LanguageState();
 }
 
+QString textOr(Text key, const char *fallback)
+{
+    const QString loaded = text(key);
+    return loaded.isEmpty() ? QString::fromUtf8(fallback) : loaded;
+}
+
 } // namespace dayvex

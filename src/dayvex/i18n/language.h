@@ -25,6 +25,8 @@ DAYVEX_EXPORT QString defaultText(Text text);
 
 // The loaded text; empty until the first LoadLanguage().
 DAYVEX_EXPORT QString text(Text text);
+// The loaded text, or fallback (a form's design caption) while the table is empty.
+DAYVEX_EXPORT QString textOr(Text key, const char *fallback);
 
 // Fills the table from the language file: LanguageFileName when it is not
 // blank, otherwise "Languagefile.txt" in the component folder.

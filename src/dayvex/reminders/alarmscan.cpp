@@ -1,0 +1,96 @@
+#include "alarmscan.h"
+
+#include "reminderhost.h"
+#include "reminderpopup.h"
+#include "remindersound.h"
+
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/platform/clock.h>
+#include <dayvex/platform/error.h>
+
+#include <QApplication>
+#include <QScopedValueRollback>
+#include <QWidget>
+
+namespace dayvex {
+
+AlarmScan::AlarmScan(ReminderHost &host)
+    : m_host(host)
+{
+}
+
+QWidget *AlarmScan::openForm(const QString &key)
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *form : windows) {
+        const QVariant tag = form->property("Tag");
+        if (form->isVisible() && tag.isValid() && tag.toString() == key)
+            return form;
+    }
+    return nullptr;
+}
+
+void AlarmScan::tick()
+{
+    if (m_running)
+        return;
+    const QScopedValueRollback<bool> running(m_running, true);
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    if (!plan)
+        return;
+    const Date moment = now();
+    // The list as the tick found it: a handler may rebuild it meanwhile.
+    const std::shared_ptr<Alarms> list = plan->Alarms();
+    const std::vector<std::shared_ptr<Alarm>> alarms(list->begin(), list->end());
+    int opened = 0;
+    for (std::shared_ptr<Alarm> alarm : alarms) {
+        const double due = alarm->AlarmDateTime.value();
+        if (!(due <= moment.value()) || due == 0.0 || alarm->Showing)
+            continue;
+        m_failingAlarm = alarm->Key;
+        QWidget *form = openForm(alarm->Key);
+        const bool onScreen = form != nullptr;
+        const BeforeAnswer answer = m_host.raiseReminderAlarm(alarm, form);
+        if (answer.Cancel)
+            return;
+        if (!alarm)
+            continue; // the host let go of it
+        if (answer.ExternalHandled) {
+            // The host may have moved the alarm; its record follows.
+            if (alarm->Key.startsWith(QLatin1Char('S')))
+                plan->Schedules()->Item(alarm->AlarmEventKey)->ReminderDate = alarm->AlarmDateTime;
+            else
+                plan->ToDoS()->Item(alarm->AlarmEventKey)->ReminderDate = alarm->AlarmDateTime;
+            continue;
+        }
+        if (m_host.DisableReminderPopUp() || onScreen)
+            continue;
+        auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, sharedSettings().DateFormat),
+                                        m_host.reminderOwner());
+        popup->show();
+        QCoreApplication::processEvents(); // painted before the sound holds the tick
+        if (reminderSound().hasOutputDevice())
+            reminderSound().play(m_host.ReminderSoundFile());
+        if (++opened == MaxNewPopUpsPerTick)
+            return;
+    }
+    m_failingAlarm.clear();
+}
+
+void AlarmScan::tickFromTimer()
+{
+    // Nothing above a timer can take an error, and the timer goes on: say it once.
+    try {
+        tick();
+    } catch (const Error &error) {
+        if (!m_reported.contains(m_failingAlarm)) {
+            m_reported.insert(m_failingAlarm);
+            qWarning("zntDayvex: alarm %s: error %d: %s", qPrintable(m_failingAlarm), int(error.number()),
+                     qPrintable(error.description()));
+        }
+    } catch (const std::exception &error) {
+        qWarning("zntDayvex: alarm scan: %s", error.what());
+    }
+}
+
+} // namespace dayvex

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <dayvex/editing/hostevents.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/model/records.h>
+
+#include <memory>
+
+class QWidget;
+
+namespace dayvex {
+
+// What the alarm scan and the reminder pop-up need of the control.
+class ReminderHost
+{
+public:
+    virtual ~ReminderHost() = default;
+
+    virtual std::shared_ptr<DayvexData> editedPlan() const = 0;
+    // The widget that owns the pop-ups: they go when it goes.
+    virtual QWidget *reminderOwner() = 0;
+    virtual bool DisableReminderPopUp() const = 0;
+    virtual QString ReminderSoundFile() const = 0;
+
+    virtual BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) = 0;
+    virtual void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) = 0;
+    virtual void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) = 0;
+};
+
+} // namespace dayvex

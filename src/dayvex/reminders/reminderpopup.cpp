@@ -1,0 +1,116 @@
+#include "reminderpopup.h"
+
+#include "reminderhost.h"
+
+#include <dayvex/i18n/language.h>
+#include <dayvex/platform/clock.h>
+#include <dayvex/platform/error.h>
+#include <dayvex/platform/format.h>
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace dayvex {
+
+ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat)
+{
+    const QString separator = QStringLiteral(": ");
+    if (alarm.AlarmType == QLatin1String("S")) {
+        const std::shared_ptr<Schedule> appointment = data.Schedules()->Item(alarm.AlarmEventKey);
+        return {formatDate(appointment->StartDate, dateFormat), textOr(Text::Event, "Appointment"),
+                {textOr(Text::Place, "place") + separator + appointment->Place,
+                 textOr(Text::Contact, "contact") + separator + appointment->Contact, appointment->Description}};
+    }
+    const std::shared_ptr<ToDo> todo = data.ToDoS()->Item(alarm.AlarmEventKey);
+    return {formatDate(todo->DueTo, dateFormat), textOr(Text::ToDo, "To do activity"),
+            {textOr(Text::Project, "project") + separator + todo->Project, todo->ShortDesc}};
+}
+
+ReminderPopup::ReminderPopup(ReminderHost &host, const QString &alarmKey, const ReminderText &text, QWidget *owner)
+    : QWidget(owner, Qt::Window | Qt::WindowStaysOnTopHint)
+    , m_host(host)
+{
+    setObjectName(QStringLiteral("frmPromemoria"));
+    setProperty("Tag", alarmKey);
+    setAttribute(Qt::WA_DeleteOnClose);
+    // It comes up over the user's work without taking the keyboard from it.
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setWindowTitle(textOr(Text::Reminder, "reminder"));
+
+    m_kind = new QLabel(QStringLiteral("tipo: ") + text.kind, this);
+    m_kind->setObjectName(QStringLiteral("lblTipo"));
+    QFont bold = m_kind->font();
+    bold.setBold(true);
+    m_kind->setFont(bold);
+    auto *dateCaption = new QLabel(textOr(Text::DateTime, "date/time"), this);
+    dateCaption->setObjectName(QStringLiteral("Label1"));
+    m_date = new QLabel(text.date, this);
+    m_date->setObjectName(QStringLiteral("lblData"));
+    m_details = new QLabel(text.details.join(QStringLiteral("\r\n")), this);
+    m_details->setObjectName(QStringLiteral("lblDescrizione"));
+    m_details->setWordWrap(true);
+    m_details->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_cmdRipeti = new QPushButton(textOr(Text::RemindMeIn5Minutes, "remind me in 5 minutes"), this);
+    m_cmdRipeti->setObjectName(QStringLiteral("cmdRipeti"));
+    m_cmdNonRipetere = new QPushButton(textOr(Text::DontRemind, "don't remind anymore"), this);
+    m_cmdNonRipetere->setObjectName(QStringLiteral("cmdNonRipetere"));
+    connect(m_cmdRipeti, &QPushButton::clicked, this,
+            [this] { runLoggingErrors("frmPromemoria", [this] { remindLater(); }); });
+    connect(m_cmdNonRipetere, &QPushButton::clicked, this,
+            [this] { runLoggingErrors("frmPromemoria", [this] { dontRemind(); }); });
+
+    auto *dateRow = new QHBoxLayout;
+    dateRow->addWidget(dateCaption);
+    dateRow->addWidget(m_date, 1);
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_cmdRipeti);
+    buttons->addWidget(m_cmdNonRipetere);
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(m_kind);
+    layout->addLayout(dateRow);
+    layout->addWidget(m_details, 1);
+    layout->addLayout(buttons);
+    layout->setSizeConstraint(QLayout::SetMinimumSize);
+}
+
+QString ReminderPopup::alarmKey() const
+{
+    return property("Tag").toString();
+}
+
+void ReminderPopup::remindLater()
+{
+    moveAlarm(true);
+}
+
+void ReminderPopup::dontRemind()
+{
+    moveAlarm(false);
+}
+
+void ReminderPopup::moveAlarm(bool again)
+{
+    // The window closes whatever happens below: a gone alarm or record leaves nothing to do.
+    const std::unique_ptr<ReminderPopup, void (*)(ReminderPopup *)> closing(this, [](ReminderPopup *popup) {
+        popup->close();
+    });
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    const std::shared_ptr<Alarm> alarm = plan ? plan->Alarms()->find(alarmKey()) : nullptr;
+    if (!alarm)
+        return; // the list was rebuilt meanwhile
+    alarm->AlarmDateTime = again ? now().addMinutes(5) : Date();
+    if (alarm->Key.startsWith(QLatin1Char('S'))) {
+        std::shared_ptr<Schedule> appointment = plan->Schedules()->Item(alarm->AlarmEventKey);
+        appointment->ReminderDate = alarm->AlarmDateTime;
+        m_host.RaiseAlarmChange(appointment);
+    } else {
+        std::shared_ptr<ToDo> todo = plan->ToDoS()->Item(alarm->AlarmEventKey);
+        todo->ReminderDate = alarm->AlarmDateTime;
+        m_host.RaiseToDoAlarmChange(todo);
+    }
+}
+
+} // namespace dayvex

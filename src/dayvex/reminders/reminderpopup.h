@@ -1,0 +1,55 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/model/dayvexdata.h>
+
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+
+namespace dayvex {
+
+class ReminderHost;
+
+// What the reminder shows of its appointment or to-do, in this order: the date
+// (start or due) in the date format, the kind ("Event" or "ToDo"), then the
+// place and contact lines of an appointment or the project line of a to-do, and
+// the description. The kind is the alarm's type ("S" an appointment, any other
+// a to-do). Throws Error 5 when the record is gone.
+struct ReminderText
+{
+    QString date;
+    QString kind;
+    QStringList details;
+};
+DAYVEX_EXPORT ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat);
+
+// frmPromemoria: a small window over every other window that shows one due
+// alarm, with "remind me in 5 minutes" and "don't remind anymore". Its "Tag"
+// property is its alarm's key, by which the scan finds it. It deletes itself
+// when closed; closing it by its frame changes nothing.
+class DAYVEX_EXPORT ReminderPopup : public QWidget
+{
+    Q_OBJECT
+public:
+    ReminderPopup(ReminderHost &host, const QString &alarmKey, const ReminderText &text, QWidget *owner = nullptr);
+
+    QString alarmKey() const;
+    // The two buttons: the alarm and its record's reminder move five minutes
+    // past now, or to the empty date; the host hears of it; the window closes.
+    void remindLater();
+    void dontRemind();
+
+private:
+    void moveAlarm(bool again);
+
+    ReminderHost &m_host;
+    QLabel *m_kind = nullptr;
+    QLabel *m_date = nullptr;
+    QLabel *m_details = nullptr;
+    QPushButton *m_cmdRipeti = nullptr;
+    QPushButton *m_cmdNonRipetere = nullptr;
+};
+
+} // namespace dayvex
