@@ -1,6 +1,7 @@
 #include "demowindow.h"
 
 #include <dayvex/control/zntdayvex.h>
+#include <dayvex/platform/clock.h>
 #include <dayvex/views/agendagrid.h>
 
 #include <QApplication>
@@ -127,7 +128,19 @@ int screenshots(DemoWindow &window, const QDir &dir)
     if (!save(window, dir, "month.png"))
         return 1;
     click(tabs, tabs->tabRect(0).center());
-    return save(window, dir, "day.png") ? 0 : 1;
+    if (!save(window, dir, "day.png"))
+        return 1;
+
+    // The reminder due a minute after start, a minute early: the clock is moved on.
+    dayvex::setClockSource([] { return QDateTime::currentDateTime().addSecs(65); });
+    window.control()->scanAlarms();
+    settle(300);
+    for (QWidget *popup : QApplication::topLevelWidgets()) {
+        if (popup->objectName() == QLatin1String("frmPromemoria") && popup->isVisible())
+            return save(window, dir, "reminder.png") ? 0 : 1; // the pop-up stands over the window
+    }
+    std::fprintf(stderr, "no reminder opened\n");
+    return 1;
 }
 } // namespace
 

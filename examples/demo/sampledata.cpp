@@ -1,5 +1,7 @@
 #include "sampledata.h"
 
+#include <dayvex/platform/clock.h>
+
 #include <QRandomGenerator>
 
 using namespace dayvex;
@@ -33,7 +35,7 @@ void fillSampleData(DayvexData &data, const QDate &day)
         schedules->Add(key, data.Users()->Item(1 + n % 4)->Key, s, s.addMinutes(minutes),
                        QString::number(100 + n), contacts.at(n % contacts.size()),
                        categories.at(n % categories.size()), topics.at(n % topics.size()),
-                       places.at(n % places.size()), n % 5 == 0 ? s.addMinutes(-15) : Date(),
+                       places.at(n % places.size()), n % 5 == 0 && s > now() ? s.addMinutes(-15) : Date(),
                        QString(), n % 3 == 0 ? 0xC8F0FF : n % 3 == 1 ? 0xD8F5D8 : 0);
         ++n;
     };
@@ -48,6 +50,11 @@ void fillSampleData(DayvexData &data, const QDate &day)
         const QDate d = first.addDays(random.bounded(first.daysInMonth()));
         add(d, 8 + random.bounded(11), random.bounded(2) * 30, 30 * (1 + random.bounded(4)));
     }
+
+    // One reminder falls due a minute after start: its pop-up shows what reminders look like.
+    const Date soon = Date::fromDateTime(now().toDateTime().addSecs(60));
+    schedules->Add(schedules->NewKey(), data.Users()->Item(1)->Key, soon.addMinutes(15), soon.addMinutes(45), "200",
+                   "Dott.ssa Galli", "Lavoro", "Telefonata di verifica", "Ufficio", soon);
 
     const char *jobs[] = {"Preparare offerta", "Rinnovare dominio", "Chiudere trimestre",
                           "Ordinare scatoloni", "Aggiornare listino", "Scrivere verbale",

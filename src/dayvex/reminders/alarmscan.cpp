@@ -67,7 +67,7 @@ void AlarmScan::tick()
             continue;
         auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, sharedSettings().DateFormat),
                                         m_host.reminderOwner());
-        popup->show();
+        popup->showNear(m_host.reminderOwner(), opened);
         QCoreApplication::processEvents(); // painted before the sound holds the tick
         if (reminderSound().hasOutputDevice())
             reminderSound().play(m_host.ReminderSoundFile());

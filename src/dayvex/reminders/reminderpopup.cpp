@@ -76,6 +76,18 @@ ReminderPopup::ReminderPopup(ReminderHost &host, const QString &alarmKey, const 
     layout->setSizeConstraint(QLayout::SetMinimumSize);
 }
 
+void ReminderPopup::showNear(QWidget *near, int cascade)
+{
+    adjustSize();
+    if (near) {
+        const int step = fontMetrics().height() + 8;
+        QRect area(QPoint(), size());
+        area.moveCenter(near->window()->frameGeometry().center() + QPoint(step, step) * cascade);
+        move(area.topLeft());
+    }
+    show();
+}
+
 QString ReminderPopup::alarmKey() const
 {
     return property("Tag").toString();

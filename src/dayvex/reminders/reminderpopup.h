@@ -36,6 +36,8 @@ public:
     ReminderPopup(ReminderHost &host, const QString &alarmKey, const ReminderText &text, QWidget *owner = nullptr);
 
     QString alarmKey() const;
+    // Shows the window over the middle of near's window, cascade steps down and right.
+    void showNear(QWidget *near, int cascade);
     // The two buttons: the alarm and its record's reminder move five minutes
     // past now, or to the empty date; the host hears of it; the window closes.
     void remindLater();
