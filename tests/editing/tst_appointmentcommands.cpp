@@ -356,6 +356,9 @@ void tst_AppointmentCommands::secondCommandRefused()
     whenEditorOpens([&](AppointmentEditor *editor) {
         m_control->mnNuovo_Click();
         m_control->mnModifica_Click();
+        answerPrompts(true);
+        m_control->mnElimina_Click(); // the record open in the editor is not deleted under it
+        QVERIFY(m_data->Schedules()->find("7"));
         for (QWidget *window : QApplication::topLevelWidgets())
             editors += window->objectName() == "frmAppuntamento" ? 1 : 0;
         QVERIFY(m_control->commandInProgress());
@@ -399,6 +402,27 @@ void tst_AppointmentCommands::throwingHostLeavesNoHalfChange()
     m_hostEdit = [](std::shared_ptr<Schedule> &) { throw std::runtime_error("host failed"); };
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, m_control->mnModifica_Click());
     QVERIFY(!m_control->commandInProgress());
+    m_hostEdit = nullptr;
+
+    // A handler that fails after the store: stored once, its alarm with it, the form done.
+    // A stale alarm under the key the new appointment gets is replaced, not a duplicate.
+    m_data->Alarms()->Add("S8", "S", "8", at(7), false, "S8");
+    connect(m_control.get(), &zntDayvex::ScheduleAdded, this,
+            [](std::shared_ptr<Schedule> &) { throw std::runtime_error("host failed"); });
+    QObject::disconnect(m_control.get(), &zntDayvex::ValidateSchedule, this, nullptr);
+    bool closed = false;
+    whenEditorOpens([&closed](AppointmentEditor *editor) {
+        QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "Pranzo");
+        field<QCheckBox>(editor, "Promemoria")->setChecked(true);
+        QTest::ignoreMessage(QtWarningMsg, "frmAppuntamento: host failed");
+        press(editor, "Salva");
+        closed = !editor->isVisible();
+    });
+    m_control->mnNuovo_Click();
+    QVERIFY(closed);
+    QCOMPARE(m_data->Schedules()->Count(), 2);
+    QCOMPARE(m_data->Alarms()->Item("S8")->AlarmDateTime.value(),
+             m_data->Schedules()->Item("8")->ReminderDate.value());
 }
 
 void tst_AppointmentCommands::realMessageBox()

@@ -7,6 +7,8 @@
 #include <QTest>
 #include <QTimer>
 
+#include <functional>
+
 using namespace dayvex;
 
 namespace {
@@ -23,8 +25,14 @@ class CountingSound : public ReminderSound
 {
 public:
     bool hasOutputDevice() const override { return device; }
-    void play(const QString &fileName) override { played << fileName; }
+    void play(const QString &fileName) override
+    {
+        played << fileName;
+        if (whilePlaying)
+            whilePlaying();
+    }
     bool device = true;
+    std::function<void()> whilePlaying;
     QStringList played;
 };
 
@@ -58,6 +66,7 @@ private slots:
     void closedByFrameChangesNothing();
     void storm();
     void goneRecord();
+    void controlGoesDuringTheSound();
     void popUpText();
     void wavLength();
 
@@ -278,6 +287,18 @@ void tst_Reminders::goneRecord()
     QTest::failOnWarning(QRegularExpression("alarm S1"));
     QTest::qWait(100);
     QVERIFY(m_control->GlobalAlarmsEnable());
+}
+
+void tst_Reminders::controlGoesDuringTheSound()
+{
+    addAppointment("1", at(9, 0));
+    addAppointment("2", at(9, 30));
+    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
+    m_sound->whilePlaying = [this] { m_control.reset(); }; // the host closes its window meanwhile
+    zntDayvex *control = m_control.get();
+    control->scanAlarms(); // ends without touching what went
+    QVERIFY(!m_control);
+    QCOMPARE(m_sound->played.size(), 1);
 }
 
 void tst_Reminders::popUpText()

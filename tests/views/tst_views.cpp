@@ -387,6 +387,15 @@ void tst_Views::monthSelection()
     QCOMPARE(saturday->selectedItems().size(), 1);
     QCOMPARE(m_control->viewSelection().pressedListIndex, 1);
 
+    // Delete acts on the line the keyboard selected, not on the one clicked before.
+    addAppointment(*m_data, "saturday late", at(QDate(2000, 12, 2), 18), 30);
+    m_control->Refresh();
+    saturday = grid->dayList(1);
+    QTest::mouseClick(saturday->viewport(), Qt::LeftButton, {}, firstLine);
+    QTest::keyClick(saturday, Qt::Key_Down);
+    QTest::keyClick(saturday, Qt::Key_Delete);
+    QCOMPARE(m_control->viewSelection().appointmentKey, "saturday late");
+
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cellCentre(3, 2)); // an empty day
     QVERIFY(grid->selectedItems().isEmpty());
     QCOMPARE(grid->hasHeadingRow(), false);

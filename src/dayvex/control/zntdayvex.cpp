@@ -780,11 +780,10 @@ void zntDayvex::watchBox(AppointmentBox *box)
 {
     const ItemGestures *gestures = box->gestures();
     connect(gestures, &ItemGestures::clicked, this, [this, box] { showBoxDetails(box); });
-    connect(gestures, &ItemGestures::enterPressed, this, [this, box] {
+    watchAppointmentGestures(gestures, [this, box] {
         m_selection.appointmentKey = box->entry().key;
-        runCommand(m_mnModifica);
+        return true;
     });
-    watchAppointmentGestures(gestures);
 }
 
 void zntDayvex::watchDayList(DayList *list)
@@ -795,23 +794,30 @@ void zntDayvex::watchDayList(DayList *list)
     });
     const ItemGestures *gestures = list->gestures();
     connect(gestures, &ItemGestures::clicked, this, [this, list] { showDayListDetails(list->index()); });
-    connect(gestures, &ItemGestures::enterPressed, this, [this, list] {
-        if (selectDayLine(list->index()))
-            runCommand(m_mnModifica);
-    });
-    watchAppointmentGestures(gestures);
+    watchAppointmentGestures(gestures, [this, list] { return selectDayLine(list->index()); });
 }
 
-void zntDayvex::watchAppointmentGestures(const ItemGestures *gestures)
+void zntDayvex::watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select)
 {
-    connect(gestures, &ItemGestures::doubleClicked, this, [this] {
-        runCommand(m_mnModifica);
+    // The item acted on is the one the gesture is on, whatever was clicked before.
+    connect(gestures, &ItemGestures::doubleClicked, this, [this, select] {
+        if (select())
+            runCommand(m_mnModifica);
         m_frShowApp->hide();
     });
-    connect(gestures, &ItemGestures::deletePressed, this, [this] { runCommand(m_mnElimina); });
+    connect(gestures, &ItemGestures::enterPressed, this, [this, select] {
+        if (select())
+            runCommand(m_mnModifica);
+    });
+    connect(gestures, &ItemGestures::deletePressed, this, [this, select] {
+        if (select())
+            runCommand(m_mnElimina);
+    });
     // Offered whatever DisableMenu says, unlike the grid's own menu.
-    connect(gestures, &ItemGestures::rightReleased, this,
-            [this](const QPoint &global) { popUpAppointmentMenu(true, global); });
+    connect(gestures, &ItemGestures::rightReleased, this, [this, select](const QPoint &global) {
+        select();
+        popUpAppointmentMenu(true, global);
+    });
 }
 
 void zntDayvex::popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos)

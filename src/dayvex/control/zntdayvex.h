@@ -11,6 +11,7 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
 class QAction;
@@ -217,7 +218,8 @@ private:
     void connectGestures();
     void watchBox(AppointmentBox *box);
     void watchDayList(DayList *list);
-    void watchAppointmentGestures(const ItemGestures *gestures);
+    // select makes the gesture's appointment the selected one; false when there is none.
+    void watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select);
     void onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
     void listaClickAction();
     void showBoxDetails(AppointmentBox *box);

@@ -96,6 +96,9 @@ void AppointmentCommands::modify(const QString &key)
 
 void AppointmentCommands::remove(const QString &key)
 {
+    // The editor open on it has the user's input: its own Delete is the way.
+    if (m_editor && m_editor->recordKey() == key)
+        return;
     const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
     std::shared_ptr<Schedule> mSca = plan->Schedules()->Item(key);
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleDelete, mSca);
@@ -117,14 +120,9 @@ void AppointmentCommands::remove(const QString &key)
 bool AppointmentCommands::runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values)
 {
     auto *editor = new AppointmentEditor(m_host, m_host.dialogParent());
-    m_editor = editor;
     editor->edit(formKey, values);
-    editor->show();
-    waitUntilHidden(editor);
-    if (!running.controlAlive())
-        return false; // the commands went with it
-    delete m_editor.data(); // unloaded once hidden
-    return true;
+    m_editor = editor;
+    return showUntilHidden(editor, running);
 }
 
 } // namespace dayvex

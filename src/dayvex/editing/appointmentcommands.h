@@ -35,7 +35,6 @@ public:
     static Error invalidSchedule();
 
 private:
-    class Running;
     // Shows the editor and waits; false when the control went away meanwhile.
     bool runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values);
 

@@ -217,15 +217,11 @@ void AppointmentEditor::store()
     BusyCursor busy;
     const std::shared_ptr<DayvexData> plan = host().editedPlan();
     const std::shared_ptr<Schedules> schedules = plan->Schedules();
-    const std::shared_ptr<Alarms> alarms = plan->Alarms();
     std::shared_ptr<Schedule> stored;
     if (isNew()) {
         stored = schedules->Add(schedules->NewKey(), working->Owner, working->StartDate, working->EndDate,
                                 working->ContactCode, working->Contact, working->Category, working->Description,
                                 working->Place, working->ReminderDate, working->Tag, working->Color);
-        // The alarm goes with the record even when the host's handler throws.
-        const auto addAlarm = qScopeGuard([&] { alarms->addFor(QLatin1Char('S'), stored->Key, stored->ReminderDate); });
-        host().RaiseScheduleAdded(stored);
     } else {
         stored = schedules->Item(m_values.Key);
         stored->Owner = working->Owner;
@@ -237,13 +233,19 @@ void AppointmentEditor::store()
         stored->Description = working->Description;
         stored->Place = working->Place;
         stored->ReminderDate = working->ReminderDate;
-        const Schedule saved = *stored;
-        const auto replaceAlarm =
-            qScopeGuard([&] { alarms->replaceFor(QLatin1Char('S'), saved.Key, saved.ReminderDate); });
-        host().RaiseScheduleChanged(stored);
     }
-    setFormKey(QString());
-    closeDone();
+    // Stored: the alarm follows and the form is done, even when the host's handler throws.
+    const bool added = isNew();
+    const Schedule saved = *stored;
+    const auto done = qScopeGuard([this, plan, saved] {
+        setAlarmQuietly(*plan->Alarms(), QLatin1Char('S'), saved.Key, saved.ReminderDate);
+        closeDone();
+        setFormKey(QString());
+    });
+    if (added)
+        host().RaiseScheduleAdded(stored);
+    else
+        host().RaiseScheduleChanged(stored);
 }
 
 void AppointmentEditor::removeRecord()

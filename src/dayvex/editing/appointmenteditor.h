@@ -29,6 +29,7 @@ public:
     // What the editor edits: formKey is NewKey or formKeyOf(values.Key); values
     // are the record's fields, or a new appointment's proposed times.
     void edit(const QString &formKey, const Schedule &values);
+    QString recordKey() const override { return isNew() ? QString() : m_values.Key; }
 
 protected:
     void load() override;

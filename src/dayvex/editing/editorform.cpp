@@ -1,5 +1,6 @@
 #include "editorform.h"
 
+#include "commandflag.h"
 #include "prompts.h"
 
 #include <dayvex/platform/error.h>
@@ -7,10 +8,22 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QPointer>
 #include <QPushButton>
 #include <QScopeGuard>
 
 namespace dayvex {
+
+bool showUntilHidden(EditorForm *editor, const RunningCommand &running)
+{
+    const QPointer<EditorForm> shown(editor);
+    editor->show();
+    waitUntilHidden(editor);
+    if (!running.controlAlive())
+        return false;
+    delete shown.data(); // unloaded once hidden
+    return true;
+}
 
 namespace form {
 QString caption(Text key, const char *italian)

@@ -24,6 +24,8 @@ class DAYVEX_EXPORT EditorForm : public QDialog
     Q_OBJECT
 public:
     QString formKey() const { return m_formKey; }
+    // The collection key of the record edited; empty for a new one.
+    virtual QString recordKey() const = 0;
     bool hasUnsavedChanges() const { return m_unsaved; }
 
     // The three buttons.
@@ -73,6 +75,11 @@ private:
     bool m_loading = false;
     bool m_loaded = false;
 };
+
+class RunningCommand;
+// Shows editor and waits until it is hidden, then deletes it. False when the
+// control went away meanwhile (the editor with it): the caller touches nothing more.
+DAYVEX_EXPORT bool showUntilHidden(EditorForm *editor, const RunningCommand &running);
 
 // The editors' helpers.
 namespace form {

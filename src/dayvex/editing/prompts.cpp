@@ -6,6 +6,8 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <dayvex/platform/error.h>
+
 namespace dayvex {
 
 namespace {
@@ -29,7 +31,8 @@ public:
 protected:
     bool eventFilter(QObject *, QEvent *event) override
     {
-        if (event->type() == QEvent::Hide)
+        // A minimised window is hidden by the window system; only a hide of ours ends the wait.
+        if (event->type() == QEvent::Hide && !event->spontaneous())
             m_loop->quit();
         return false;
     }
@@ -48,10 +51,14 @@ bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon)
 {
     if (const PromptAnswerer &answerer = promptAnswerer())
         return answerer(text, icon);
-    QMessageBox box(icon == PromptIcon::Exclamation ? QMessageBox::Warning : QMessageBox::NoIcon,
-                    QGuiApplication::applicationDisplayName(), text, QMessageBox::Yes | QMessageBox::No, parent);
-    box.setDefaultButton(QMessageBox::No);
-    return box.exec() == QMessageBox::Yes;
+    // On the heap: a parent deleted while the box waits takes the box with it.
+    QPointer<QMessageBox> box =
+        new QMessageBox(icon == PromptIcon::Exclamation ? QMessageBox::Warning : QMessageBox::NoIcon,
+                        QGuiApplication::applicationDisplayName(), text, QMessageBox::Yes | QMessageBox::No, parent);
+    box->setDefaultButton(QMessageBox::No);
+    const bool yes = box->exec() == QMessageBox::Yes;
+    delete box.data();
+    return yes;
 }
 
 bool confirm(QWidget *parent, Text message, PromptIcon icon)
@@ -83,6 +90,11 @@ void waitUntilHidden(QWidget *form)
     loop.exec();
     if (watched)
         delete watcher;
+}
+
+void setAlarmQuietly(Alarms &alarms, QChar kind, const QString &recordKey, Date due) noexcept
+{
+    runLoggingErrors("zntDayvex: alarm", [&] { alarms.setFor(kind, recordKey, due); });
 }
 
 void closeFormsTagged(const QString &tag)

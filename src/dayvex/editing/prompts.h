@@ -2,6 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/i18n/language.h>
+#include <dayvex/model/alarms.h>
 
 #include <QString>
 
@@ -34,6 +35,10 @@ public:
 // Runs the event loop until form is hidden or destroyed, with form raised and
 // active: timers, host events and the user go on meanwhile.
 DAYVEX_EXPORT void waitUntilHidden(QWidget *form);
+
+// Alarms::setFor for the bookkeeping that must happen even while an error is on
+// its way: a failure is logged, never thrown.
+DAYVEX_EXPORT void setAlarmQuietly(Alarms &alarms, QChar kind, const QString &recordKey, Date due) noexcept;
 
 // Closes and deletes the visible top-level widgets whose "Tag" property is tag.
 DAYVEX_EXPORT void closeFormsTagged(const QString &tag);

@@ -54,8 +54,9 @@ void ToDoCommands::newToDo()
             todos->Add(todos->NewKey(), mToDo->Owner, mToDo->ShortDesc, mToDo->LongDesc, mToDo->DueTo,
                        mToDo->Priority, mToDo->Project, mToDo->Done, mToDo->DateDone, mToDo->ReminderDate, mToDo->Tag);
         {
+            // The alarm goes with the record even when the host's handler throws.
             const auto addAlarm = qScopeGuard(
-                [&] { plan->Alarms()->addFor(QLatin1Char('T'), stored->Key, stored->ReminderDate); });
+                [&] { setAlarmQuietly(*plan->Alarms(), QLatin1Char('T'), stored->Key, stored->ReminderDate); });
             m_host.RaiseTodoAdded(stored);
         }
         m_host.RaiseToDoChanged(stored);
@@ -83,6 +84,9 @@ void ToDoCommands::modify(const QString &key)
 
 void ToDoCommands::remove(const QString &key)
 {
+    // The editor open on it has the user's input: its own Delete is the way.
+    if (m_editor && m_editor->recordKey() == key)
+        return;
     const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
     std::shared_ptr<ToDo> mToDo = plan->ToDoS()->Item(key);
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeTodoDelete, mToDo);
@@ -105,14 +109,8 @@ bool ToDoCommands::runEditor(const RunningCommand &running, const QString &key)
 {
     auto owned = std::make_unique<ToDoEditor>(m_host, m_host.dialogParent());
     owned->edit(key); // the host may have removed the to-do meanwhile
-    ToDoEditor *editor = owned.release();
-    m_editor = editor;
-    editor->show();
-    waitUntilHidden(editor);
-    if (!running.controlAlive())
-        return false; // the commands went with it
-    delete m_editor.data(); // unloaded once hidden
-    return true;
+    m_editor = owned.get();
+    return showUntilHidden(owned.release(), running);
 }
 
 } // namespace dayvex

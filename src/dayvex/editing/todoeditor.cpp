@@ -177,15 +177,11 @@ void ToDoEditor::store()
         working = std::make_shared<ToDo>();
 
     BusyCursor busy;
-    const std::shared_ptr<Alarms> alarms = plan->Alarms();
     std::shared_ptr<ToDo> stored;
     if (isNew()) {
         stored = plan->ToDoS()->Add(working->Key, working->Owner, working->ShortDesc, working->LongDesc, working->DueTo,
                                     working->Priority, working->Project, working->Done, working->DateDone,
                                     working->ReminderDate, working->Tag);
-        // The alarm goes with the record even when the host's handler throws.
-        const auto addAlarm = qScopeGuard([&] { alarms->addFor(QLatin1Char('T'), stored->Key, stored->ReminderDate); });
-        host().RaiseTodoAdded(stored);
     } else {
         stored = plan->ToDoS()->Item(m_values.Key);
         stored->DateDone = working->DateDone;
@@ -197,12 +193,19 @@ void ToDoEditor::store()
         stored->Project = working->Project;
         stored->ReminderDate = working->ReminderDate;
         stored->ShortDesc = working->ShortDesc;
-        const ToDo saved = *stored;
-        const auto replaceAlarm =
-            qScopeGuard([&] { alarms->replaceFor(QLatin1Char('T'), saved.Key, saved.ReminderDate); });
-        host().RaiseToDoChanged(stored);
     }
-    closeDone();
+    // Stored: the alarm follows and the form is done, even when the host's handler throws.
+    const bool added = isNew();
+    const ToDo saved = *stored;
+    const auto done = qScopeGuard([this, plan, saved] {
+        setAlarmQuietly(*plan->Alarms(), QLatin1Char('T'), saved.Key, saved.ReminderDate);
+        closeDone();
+        setFormKey(QString());
+    });
+    if (added)
+        host().RaiseTodoAdded(stored);
+    else
+        host().RaiseToDoChanged(stored);
 }
 
 void ToDoEditor::removeRecord()

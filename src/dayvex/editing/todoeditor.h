@@ -27,6 +27,7 @@ public:
 
     // Edits the to-do of key, as ToDoS holds it, or a new one for NewKey.
     void edit(const QString &key);
+    QString recordKey() const override { return isNew() ? QString() : m_values.Key; }
 
 protected:
     void load() override;

@@ -9,18 +9,12 @@ QString Alarms::keyFor(QChar kind, const QString &recordKey)
     return kind + recordKey.trimmed();
 }
 
-void Alarms::addFor(QChar kind, const QString &recordKey, Date due)
+void Alarms::setFor(QChar kind, const QString &recordKey, Date due)
 {
-    if (!(due.value() > 0.0))
-        return;
     const QString key = keyFor(kind, recordKey);
-    Add(key, QString(kind), recordKey, due, false, key);
-}
-
-void Alarms::replaceFor(QChar kind, const QString &recordKey, Date due)
-{
-    Remove(keyFor(kind, recordKey));
-    addFor(kind, recordKey, due);
+    Remove(key); // a stale alarm of a removed record with the same key goes too
+    if (due.value() > 0.0)
+        Add(key, QString(kind), recordKey, due, false, key);
 }
 
 std::shared_ptr<Alarm> Alarms::Add(const QString &Key, const QString &AlarmType,

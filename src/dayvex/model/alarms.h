@@ -22,11 +22,9 @@ public:
                                const QString &AlarmEventKey, Date AlarmDateTime, bool AlarmChanged,
                                const QString &sKey, const QString &Tag = QString());
 
-    // The alarm of a record (kind "S" appointment, "T" to-do) due at due, when
-    // due is later than the zero date; nothing otherwise.
-    void addFor(QChar kind, const QString &recordKey, Date due);
-    // Drops the record's alarm, if any, and adds it again for due.
-    void replaceFor(QChar kind, const QString &recordKey, Date due);
+    // Sets the alarm of a record (kind "S" appointment, "T" to-do) to due: any
+    // alarm it had is dropped, and one is added when due is later than the zero date.
+    void setFor(QChar kind, const QString &recordKey, Date due);
 
     // A missing alarm is not an error here.
     void Remove(qint32 position);

@@ -9,7 +9,7 @@
 #include <dayvex/platform/error.h>
 
 #include <QApplication>
-#include <QScopedValueRollback>
+#include <QScopeGuard>
 #include <QWidget>
 
 namespace dayvex {
@@ -17,6 +17,11 @@ namespace dayvex {
 AlarmScan::AlarmScan(ReminderHost &host)
     : m_host(host)
 {
+}
+
+AlarmScan::~AlarmScan()
+{
+    *m_alive = false;
 }
 
 QWidget *AlarmScan::openForm(const QString &key)
@@ -34,7 +39,14 @@ void AlarmScan::tick()
 {
     if (m_running)
         return;
-    const QScopedValueRollback<bool> running(m_running, true);
+    // The host's handler, the painting and the sound run events: the control may
+    // go away meanwhile, and with it this scan. Then nothing of it is touched again.
+    const std::shared_ptr<bool> alive = m_alive;
+    m_running = true;
+    const auto done = qScopeGuard([this, alive] {
+        if (*alive)
+            m_running = false;
+    });
     const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
     if (!plan)
         return;
@@ -51,7 +63,7 @@ void AlarmScan::tick()
         QWidget *form = openForm(alarm->Key);
         const bool onScreen = form != nullptr;
         const BeforeAnswer answer = m_host.raiseReminderAlarm(alarm, form);
-        if (answer.Cancel)
+        if (!*alive || answer.Cancel)
             return;
         if (!alarm)
             continue; // the host let go of it
@@ -69,9 +81,12 @@ void AlarmScan::tick()
                                         m_host.reminderOwner());
         popup->showNear(m_host.reminderOwner(), opened);
         QCoreApplication::processEvents(); // painted before the sound holds the tick
+        if (!*alive)
+            return;
+        const QString sound = m_host.ReminderSoundFile();
         if (reminderSound().hasOutputDevice())
-            reminderSound().play(m_host.ReminderSoundFile());
-        if (++opened == MaxNewPopUpsPerTick)
+            reminderSound().play(sound);
+        if (!*alive || ++opened == MaxNewPopUpsPerTick)
             return;
     }
     m_failingAlarm.clear();

@@ -3,6 +3,8 @@
 #include <dayvex/dayvex_export.h>
 
 #include <QSet>
+
+#include <memory>
 #include <QString>
 
 class QWidget;
@@ -24,6 +26,7 @@ public:
     static constexpr int MaxNewPopUpsPerTick = 10;
 
     explicit AlarmScan(ReminderHost &host);
+    ~AlarmScan();
 
     // Runs one tick. An alarm whose record is gone ends it with Error 5.
     // A tick that starts while one runs (in a host handler or the sound) is skipped.
@@ -37,6 +40,8 @@ public:
 private:
     ReminderHost &m_host;
     bool m_running = false;
+    // Cleared when the scan goes with its control during a tick's handler or sound.
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
     QString m_failingAlarm; // the alarm of the error last logged
     QSet<QString> m_reported;
 };

@@ -49,8 +49,6 @@ public:
     // The area of the usual size beside item, or above a list, inside room (parent coordinates).
     QRect areaBeside(const QRect &item, const QRect &room) const;
     QRect areaAbove(const QRect &list, const QRect &room) const;
-    // The pane's usual size.
-    QSize defaultSize() const;
     QString text() const;
     QTextEdit *descriptionBox() const { return m_txDesApp; }
 
