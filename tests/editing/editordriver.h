@@ -1,5 +1,6 @@
 #pragma once
 
+#include <dayvex/editing/hostevents.h>
 #include <dayvex/editing/prompts.h>
 
 #include <QApplication>
@@ -9,6 +10,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <memory>
 
 // Drives the editors and questions of the commands as a user would, from
 // inside the command's wait for its editor.
@@ -57,6 +59,46 @@ public:
 
 private:
     int m_round = 0;
+};
+
+// Plays the host of the editing tests: notes each event's name, answers the
+// Before events as told and lets a test change the record there.
+template <typename Record>
+struct ScriptedHost
+{
+    QStringList log;
+    dayvex::BeforeAnswer answer;
+    std::function<void(std::shared_ptr<Record> &)> edit;
+    std::shared_ptr<Record> announced; // the record of the last after-event
+
+    void reset()
+    {
+        log.clear();
+        answer = {};
+        edit = nullptr;
+        announced.reset();
+    }
+    auto before(const char *name)
+    {
+        return [this, name](std::shared_ptr<Record> &record, bool &ExternalHandled, bool &Cancel) {
+            log << QString::fromLatin1(name);
+            ExternalHandled = answer.ExternalHandled;
+            Cancel = answer.Cancel;
+            if (edit)
+                edit(record);
+        };
+    }
+    auto after(const char *name)
+    {
+        return [this, name](std::shared_ptr<Record> &record) {
+            log << QString::fromLatin1(name);
+            announced = record;
+        };
+    }
+    auto validate(const char *name)
+    {
+        return [this, name](std::shared_ptr<Record> &, bool &) { log << QString::fromLatin1(name); };
+    }
 };
 
 template <typename Widget>

@@ -69,11 +69,12 @@ private:
 
     std::unique_ptr<zntDayvex> m_control;
     std::shared_ptr<DayvexData> m_data;
-    QStringList m_log;
     EditorDriver m_driver;
     QStringList &m_prompts = m_driver.prompts;
-    BeforeAnswer m_answer;
-    std::function<void(std::shared_ptr<Schedule> &)> m_hostEdit;
+    ScriptedHost<Schedule> m_host;
+    QStringList &m_log = m_host.log;
+    BeforeAnswer &m_answer = m_host.answer;
+    std::function<void(std::shared_ptr<Schedule> &)> &m_hostEdit = m_host.edit;
 };
 
 void tst_AppointmentCommands::initTestCase()
@@ -86,9 +87,7 @@ void tst_AppointmentCommands::init()
     resetSharedSettings();
     resetLanguage();
     LoadLanguage();
-    m_log.clear();
-    m_answer = {};
-    m_hostEdit = nullptr;
+    m_host.reset();
     m_control = std::make_unique<zntDayvex>();
     m_control->InitProperties();
     m_control->setStartDay(at(15));
@@ -102,25 +101,13 @@ void tst_AppointmentCommands::init()
     m_control->Refresh(zntPlanShowDay);
 
     zntDayvex *c = m_control.get();
-    auto before = [this](const char *name) {
-        return [this, name](std::shared_ptr<Schedule> &mSca, bool &ExternalHandled, bool &Cancel) {
-            m_log << QString::fromLatin1(name);
-            ExternalHandled = m_answer.ExternalHandled;
-            Cancel = m_answer.Cancel;
-            if (m_hostEdit)
-                m_hostEdit(mSca);
-        };
-    };
-    auto after = [this](const char *name) {
-        return [this, name](std::shared_ptr<Schedule> &) { m_log << QString::fromLatin1(name); };
-    };
-    connect(c, &zntDayvex::BeforeScheduleAdd, this, before("BeforeScheduleAdd"));
-    connect(c, &zntDayvex::BeforeScheduleChange, this, before("BeforeScheduleChange"));
-    connect(c, &zntDayvex::BeforeScheduleDelete, this, before("BeforeScheduleDelete"));
-    connect(c, &zntDayvex::ScheduleAdded, this, after("ScheduleAdded"));
-    connect(c, &zntDayvex::ScheduleChanged, this, after("ScheduleChanged"));
-    connect(c, &zntDayvex::ScheduleDeleted, this, after("ScheduleDeleted"));
-    connect(c, &zntDayvex::ValidateSchedule, this, after("ValidateSchedule"));
+    connect(c, &zntDayvex::BeforeScheduleAdd, this, m_host.before("BeforeScheduleAdd"));
+    connect(c, &zntDayvex::BeforeScheduleChange, this, m_host.before("BeforeScheduleChange"));
+    connect(c, &zntDayvex::BeforeScheduleDelete, this, m_host.before("BeforeScheduleDelete"));
+    connect(c, &zntDayvex::ScheduleAdded, this, m_host.after("ScheduleAdded"));
+    connect(c, &zntDayvex::ScheduleChanged, this, m_host.after("ScheduleChanged"));
+    connect(c, &zntDayvex::ScheduleDeleted, this, m_host.after("ScheduleDeleted"));
+    connect(c, &zntDayvex::ValidateSchedule, this, m_host.validate("ValidateSchedule"));
     // The box of appointment 7 is the selection.
     QTest::mouseClick(m_control->findChild<AppointmentBox *>("txApp"), Qt::LeftButton, {}, QPoint(3, 3));
 }

@@ -6,7 +6,6 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QTimeEdit>
 
@@ -42,7 +41,6 @@ private slots:
     void remove();
     void validateCancelAndOddPriority();
     void missingKeyChangesNothing();
-    void realMessageBox();
 
 private:
     ToDoGrid *list() const { return m_control->findChild<ToDoGrid *>("DaFare"); }
@@ -59,10 +57,11 @@ private:
     std::unique_ptr<zntDayvex> m_control;
     std::shared_ptr<DayvexData> m_data;
     EditorDriver m_driver;
-    QStringList m_log;
-    BeforeAnswer m_answer;
-    std::function<void(std::shared_ptr<ToDo> &)> m_hostEdit;
-    std::shared_ptr<ToDo> m_announced; // the record of the last after-event
+    ScriptedHost<ToDo> m_host;
+    QStringList &m_log = m_host.log;
+    BeforeAnswer &m_answer = m_host.answer;
+    std::function<void(std::shared_ptr<ToDo> &)> &m_hostEdit = m_host.edit;
+    std::shared_ptr<ToDo> &m_announced = m_host.announced;
 };
 
 void tst_ToDoCommands::initTestCase()
@@ -76,10 +75,7 @@ void tst_ToDoCommands::init()
     resetSharedSettings();
     resetLanguage();
     LoadLanguage();
-    m_log.clear();
-    m_answer = {};
-    m_hostEdit = nullptr;
-    m_announced.reset();
+    m_host.reset();
     m_control = std::make_unique<zntDayvex>();
     m_control->InitProperties();
     m_data = std::make_shared<DayvexData>();
@@ -95,30 +91,14 @@ void tst_ToDoCommands::init()
     m_control->Refresh(zntPlanShowDay);
 
     zntDayvex *c = m_control.get();
-    auto before = [this](const char *name) {
-        return [this, name](std::shared_ptr<ToDo> &mToDo, bool &ExternalHandled, bool &Cancel) {
-            m_log << QString::fromLatin1(name);
-            ExternalHandled = m_answer.ExternalHandled;
-            Cancel = m_answer.Cancel;
-            if (m_hostEdit)
-                m_hostEdit(mToDo);
-        };
-    };
-    auto after = [this](const char *name) {
-        return [this, name](std::shared_ptr<ToDo> &mToDo) {
-            m_log << QString::fromLatin1(name);
-            m_announced = mToDo;
-        };
-    };
-    connect(c, &zntDayvex::BeforeTodoAdd, this, before("BeforeTodoAdd"));
-    connect(c, &zntDayvex::BeforeTodoChange, this, before("BeforeTodoChange"));
-    connect(c, &zntDayvex::BeforeTodoDelete, this, before("BeforeTodoDelete"));
-    connect(c, &zntDayvex::BeforeTodoSetComplete, this, before("BeforeTodoSetComplete"));
-    connect(c, &zntDayvex::TodoAdded, this, after("TodoAdded"));
-    connect(c, &zntDayvex::ToDoChanged, this, after("ToDoChanged"));
-    connect(c, &zntDayvex::ToDoDeleted, this, after("ToDoDeleted"));
-    connect(c, &zntDayvex::ValidateToDo, this,
-            [this](std::shared_ptr<ToDo> &, bool &) { m_log << QStringLiteral("ValidateToDo"); });
+    connect(c, &zntDayvex::BeforeTodoAdd, this, m_host.before("BeforeTodoAdd"));
+    connect(c, &zntDayvex::BeforeTodoChange, this, m_host.before("BeforeTodoChange"));
+    connect(c, &zntDayvex::BeforeTodoDelete, this, m_host.before("BeforeTodoDelete"));
+    connect(c, &zntDayvex::BeforeTodoSetComplete, this, m_host.before("BeforeTodoSetComplete"));
+    connect(c, &zntDayvex::TodoAdded, this, m_host.after("TodoAdded"));
+    connect(c, &zntDayvex::ToDoChanged, this, m_host.after("ToDoChanged"));
+    connect(c, &zntDayvex::ToDoDeleted, this, m_host.after("ToDoDeleted"));
+    connect(c, &zntDayvex::ValidateToDo, this, m_host.validate("ValidateToDo"));
     list()->setCurrentCell(rowOf("1"), 3); // the to-do the commands act on
 }
 
@@ -327,25 +307,6 @@ void tst_ToDoCommands::missingKeyChangesNothing()
     }
     QVERIFY(m_log.isEmpty());
     QCOMPARE(m_data->ToDoS()->Count(), 1);
-}
-
-void tst_ToDoCommands::realMessageBox()
-{
-    QMessageBox::Icon icon = QMessageBox::Warning;
-    bool noByDefault = false;
-    QTimer::singleShot(0, this, [&] {
-        for (QWidget *window : QApplication::topLevelWidgets()) {
-            if (auto *box = qobject_cast<QMessageBox *>(window)) {
-                icon = box->icon();
-                noByDefault = box->defaultButton() == box->button(QMessageBox::No);
-                box->button(QMessageBox::No)->click();
-            }
-        }
-    });
-    m_control->mnEliminaAttivita_Click();
-    QCOMPARE(icon, QMessageBox::NoIcon);
-    QVERIFY(noByDefault);
-    QVERIFY(m_data->ToDoS()->find("1"));
 }
 
 QTEST_MAIN(tst_ToDoCommands)

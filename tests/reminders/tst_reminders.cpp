@@ -63,7 +63,6 @@ private slots:
     void openPopUpIsPassedOn();
     void buttons_data();
     void buttons();
-    void closedByFrameChangesNothing();
     void storm();
     void goneRecord();
     void controlGoesDuringTheSound();
@@ -198,9 +197,11 @@ void tst_Reminders::openPopUpIsPassedOn()
     QCOMPARE(popups().size(), 1);
     QCOMPARE(m_sound->played.size(), 1);
 
+    // Closed by its frame, it changes nothing: still due, it comes back at the next tick.
     m_sound->device = false; // with no device nothing is played
     popups().first()->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(9, 0).value());
     m_control->scanAlarms();
     QCOMPARE(popups().size(), 1);
     QCOMPARE(m_sound->played.size(), 1);
@@ -242,18 +243,6 @@ void tst_Reminders::buttons()
                                       : m_data->ToDoS()->Item("7")->ReminderDate;
     QCOMPARE(reminder.value(), after.value());
     QCOMPARE(changes, QStringList{appointment ? "AlarmChange 1" : "ToDoAlarmChange 7"});
-}
-
-void tst_Reminders::closedByFrameChangesNothing()
-{
-    addAppointment("1", at(9, 0));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_control->scanAlarms();
-    popups().first()->close();
-    QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(9, 0).value());
-    m_control->scanAlarms(); // still due: it comes back
-    QCOMPARE(popups().size(), 1);
-    QCOMPARE(m_sound->played.size(), 2);
 }
 
 void tst_Reminders::storm()

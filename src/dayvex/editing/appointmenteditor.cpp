@@ -234,30 +234,18 @@ void AppointmentEditor::store()
         stored->Place = working->Place;
         stored->ReminderDate = working->ReminderDate;
     }
-    // Stored: the alarm follows and the form is done, even when the host's handler throws.
-    const bool added = isNew();
-    const Schedule saved = *stored;
-    const auto done = qScopeGuard([this, plan, saved] {
-        setAlarmQuietly(*plan->Alarms(), QLatin1Char('S'), saved.Key, saved.ReminderDate);
-        closeDone();
-        setFormKey(QString());
+    finishStore(QLatin1Char('S'), *stored, [&, added = isNew()] {
+        if (added)
+            host().RaiseScheduleAdded(stored);
+        else
+            host().RaiseScheduleChanged(stored);
     });
-    if (added)
-        host().RaiseScheduleAdded(stored);
-    else
-        host().RaiseScheduleChanged(stored);
 }
 
 void AppointmentEditor::removeRecord()
 {
-    if (!confirm(this, Text::DeletingAppointmentMsg, PromptIcon::None))
-        return;
-    const std::shared_ptr<DayvexData> plan = host().editedPlan();
-    std::shared_ptr<Schedule> removed = plan->Schedules()->Item(m_values.Key);
-    plan->Alarms()->Remove(Alarms::keyFor(QLatin1Char('S'), m_values.Key));
-    plan->Schedules()->Remove(m_values.Key);
-    closeDone();
-    host().RaiseScheduleDeleted(removed);
+    confirmRemove(Text::DeletingAppointmentMsg, QLatin1Char('S'), *host().editedPlan()->Schedules(), m_values.Key,
+                  [this](std::shared_ptr<Schedule> removed) { host().RaiseScheduleDeleted(removed); });
 }
 
 void AppointmentEditor::contactCodeEdited()

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/editing/editinghost.h>
+#include <dayvex/editing/prompts.h>
 #include <dayvex/i18n/language.h>
 #include <dayvex/platform/date.h>
 
 #include <QDialog>
+#include <QScopeGuard>
 
 class QBoxLayout;
 class QComboBox;
@@ -50,6 +53,15 @@ protected:
     // Ends a successful save or delete.
     void closeDone();
 
+    // Once a record is stored: its alarm (kind "S" or "T") is set and the form is
+    // done, even when announce, the host's after-event, throws.
+    template <typename Record, typename Announce>
+    void finishStore(QChar kind, const Record &stored, Announce announce);
+    // Asks question; on yes removes the record of key from records with its
+    // alarm, closes the form and hands the removed record to announce.
+    template <typename Records, typename Announce>
+    void confirmRemove(Text question, QChar kind, Records &records, const QString &key, Announce announce);
+
     // The twelve lead times "5" to "60", showing minutes (added to the list when they are none of them).
     static QComboBox *leadTimes(QWidget *parent);
     static void showLeadTime(QComboBox *times, int minutes);
@@ -75,6 +87,30 @@ private:
     bool m_loading = false;
     bool m_loaded = false;
 };
+
+template <typename Record, typename Announce>
+void EditorForm::finishStore(QChar kind, const Record &stored, Announce announce)
+{
+    const std::shared_ptr<DayvexData> plan = host().editedPlan();
+    const auto done = qScopeGuard([this, plan, kind, key = stored.Key, due = stored.ReminderDate] {
+        setAlarmQuietly(*plan->Alarms(), kind, key, due);
+        closeDone();
+        setFormKey(QString());
+    });
+    announce();
+}
+
+template <typename Records, typename Announce>
+void EditorForm::confirmRemove(Text question, QChar kind, Records &records, const QString &key, Announce announce)
+{
+    if (!confirm(this, question, PromptIcon::None))
+        return;
+    auto removed = records.Item(key);
+    host().editedPlan()->Alarms()->Remove(Alarms::keyFor(kind, key));
+    records.Remove(key);
+    closeDone();
+    announce(removed);
+}
 
 class RunningCommand;
 // Shows editor and waits until it is hidden, then deletes it. False when the

@@ -194,30 +194,18 @@ void ToDoEditor::store()
         stored->ReminderDate = working->ReminderDate;
         stored->ShortDesc = working->ShortDesc;
     }
-    // Stored: the alarm follows and the form is done, even when the host's handler throws.
-    const bool added = isNew();
-    const ToDo saved = *stored;
-    const auto done = qScopeGuard([this, plan, saved] {
-        setAlarmQuietly(*plan->Alarms(), QLatin1Char('T'), saved.Key, saved.ReminderDate);
-        closeDone();
-        setFormKey(QString());
+    finishStore(QLatin1Char('T'), *stored, [&, added = isNew()] {
+        if (added)
+            host().RaiseTodoAdded(stored);
+        else
+            host().RaiseToDoChanged(stored);
     });
-    if (added)
-        host().RaiseTodoAdded(stored);
-    else
-        host().RaiseToDoChanged(stored);
 }
 
 void ToDoEditor::removeRecord()
 {
-    if (!confirm(this, Text::DeletingToDoMsg, PromptIcon::None))
-        return;
-    const std::shared_ptr<DayvexData> plan = host().editedPlan();
-    std::shared_ptr<ToDo> removed = plan->ToDoS()->Item(m_values.Key);
-    plan->Alarms()->Remove(Alarms::keyFor(QLatin1Char('T'), m_values.Key));
-    plan->ToDoS()->Remove(m_values.Key);
-    closeDone();
-    host().RaiseToDoDeleted(removed);
+    confirmRemove(Text::DeletingToDoMsg, QLatin1Char('T'), *host().editedPlan()->ToDoS(), m_values.Key,
+                  [this](std::shared_ptr<ToDo> removed) { host().RaiseToDoDeleted(removed); });
 }
 
 } // namespace dayvex
