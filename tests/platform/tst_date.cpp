@@ -18,6 +18,8 @@ private slots:
     void outOfRange();
     void minutesDoNotDrift();
     void arithmeticCrossesZero();
+    void arithmeticPastTheRange_data();
+    void arithmeticPastTheRange();
 };
 
 void tst_Date::conversion_data()
@@ -86,6 +88,35 @@ void tst_Date::arithmeticCrossesZero()
     QCOMPARE(evening.addMinutes(6 * 60).value(), 0.0);
     QCOMPARE(evening.addMinutes(7 * 60).toDateTime(), QDateTime(QDate(1899, 12, 30), QTime(1, 0)));
     QCOMPARE(Date(0.25).addMinutes(-12 * 60).value(), -1.75);
+}
+
+void tst_Date::arithmeticPastTheRange_data()
+{
+    // Counts whose milliseconds 64 bits cannot hold are out of range like any other.
+    QTest::addColumn<int>("unit"); // 0 days, 1 minutes, 2 seconds
+    QTest::addColumn<qint64>("count");
+    constexpr qint64 Min = std::numeric_limits<qint64>::min();
+    constexpr qint64 Max = std::numeric_limits<qint64>::max();
+    QTest::newRow("days, least") << 0 << Min;
+    QTest::newRow("days, most") << 0 << Max;
+    QTest::newRow("days, just past the years") << 0 << qint64(Date::MaxValue);
+    QTest::newRow("minutes, least") << 1 << Min;
+    QTest::newRow("minutes, most") << 1 << Max;
+    QTest::newRow("seconds, least") << 2 << Min;
+    QTest::newRow("seconds, sum overflows") << 2 << Max / 1000;
+}
+
+void tst_Date::arithmeticPastTheRange()
+{
+    QFETCH(int, unit);
+    QFETCH(qint64, count);
+    const Date start(36526);
+    try {
+        unit == 0 ? start.addDays(count) : unit == 1 ? start.addMinutes(count) : start.addSeconds(count);
+        QFAIL("no error");
+    } catch (const dayvex::Error &e) {
+        QCOMPARE(e.number(), int(dayvex::Error::Overflow));
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_Date)

@@ -101,19 +101,29 @@ int Date::minuteOfDay() const
     return t.hour() * 60 + t.minute();
 }
 
+Date Date::addMsecs(qint64 count, qint64 unit) const
+{
+    // A count past what 64 bits of milliseconds hold is as far out of range as any.
+    qint64 delta = 0;
+    qint64 msecs = 0;
+    if (__builtin_mul_overflow(count, unit, &delta) || __builtin_add_overflow(toMsecs(), delta, &msecs))
+        throw Error::overflow(QStringLiteral("date arithmetic left the years 100 to 9999"));
+    return fromMsecs(msecs);
+}
+
 Date Date::addDays(qint64 days) const
 {
-    return fromMsecs(toMsecs() + days * MsecsPerDay);
+    return addMsecs(days, MsecsPerDay);
 }
 
 Date Date::addMinutes(qint64 minutes) const
 {
-    return fromMsecs(toMsecs() + minutes * 60000);
+    return addMsecs(minutes, 60000);
 }
 
 Date Date::addSeconds(qint64 seconds) const
 {
-    return fromMsecs(toMsecs() + seconds * 1000);
+    return addMsecs(seconds, 1000);
 }
 
 } // namespace dayvex

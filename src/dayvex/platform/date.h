@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QMetaType>
 
+#include <cmath>
 #include <compare>
 
 namespace dayvex {
@@ -47,12 +48,16 @@ public:
     Date addMinutes(qint64 minutes) const;
     Date addSeconds(qint64 seconds) const;
 
+    // The date itself, or the empty date when a host stored NaN or an infinity.
+    Date finiteOrEmpty() const { return std::isfinite(m_value) ? *this : Date(); }
+
     friend constexpr bool operator==(Date a, Date b) { return a.m_value == b.m_value; }
     friend constexpr auto operator<=>(Date a, Date b) { return a.m_value <=> b.m_value; }
 
 private:
     qint64 toMsecs() const;               // linear milliseconds since 30 December 1899
     static Date fromMsecs(qint64 msecs);
+    Date addMsecs(qint64 count, qint64 unit) const;
 
     double m_value = 0.0;
 };
