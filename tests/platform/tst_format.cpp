@@ -3,6 +3,9 @@
 
 #include <QTest>
 
+#include <cmath>
+#include <limits>
+
 using namespace dayvex;
 
 Q_DECLARE_METATYPE(dayvex::DateOrder)
@@ -49,6 +52,11 @@ void tst_Format::formatDate()
     QFETCH(QString, expected);
     const Date date = Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(9, 5, 7)));
     QCOMPARE(dayvex::formatDate(date, pattern, QLocale(QLocale::English)), expected);
+    // What a host may store that is no moment shows as the empty date.
+    const QString empty = dayvex::formatDate(Date(), pattern, QLocale(QLocale::English));
+    QCOMPARE(dayvex::formatDate(Date(std::nan("")), pattern, QLocale(QLocale::English)), empty);
+    QCOMPARE(dayvex::formatDate(Date(-std::numeric_limits<double>::infinity()), pattern, QLocale(QLocale::English)), empty);
+    QVERIFY_THROWS_EXCEPTION(dayvex::Error, dayvex::formatDate(Date(1e7), pattern));
 }
 
 void tst_Format::formatNumber_data()

@@ -157,8 +157,9 @@ void AppointmentEditor::load()
     fillList(m_cbCategorie, categories, m_values.Category);
     fillList(m_cbLuogo, places, m_values.Place);
 
-    const QDateTime start = m_values.StartDate.toDateTime();
-    const QDateTime end = m_values.EndDate.toDateTime();
+    // A host's NaN shows as the empty date rather than leave the form unloaded.
+    const QDateTime start = m_values.StartDate.finiteOrEmpty().toDateTime();
+    const QDateTime end = m_values.EndDate.finiteOrEmpty().toDateTime();
     m_datIni->setDate(start.date());
     m_oraIni->setTime(start.time());
     m_datFine->setDate(end.date());
@@ -170,7 +171,7 @@ void AppointmentEditor::load()
     const bool reminded = m_values.ReminderDate.value() != 0.0;
     m_promemoria->setChecked(reminded);
     showLeadTime(m_tempoPromemoria,
-                 reminded ? qRound((m_values.StartDate.value() - m_values.ReminderDate.value()) * 1440.0) : 15);
+                 reminded ? form::minutesBetween(m_values.ReminderDate, m_values.StartDate) : 15);
 
     const bool contacts = sharedSettings().ContactCodeEnabled;
     for (QWidget *field : std::initializer_list<QWidget *>{m_codCont, m_contatto, m_codContLabel, m_contattoLabel})

@@ -12,6 +12,10 @@
 #include <QPushButton>
 #include <QScopeGuard>
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
 namespace dayvex {
 
 bool showUntilHidden(EditorForm *editor, const RunningCommand &running)
@@ -40,6 +44,15 @@ QString qtDateFormat(const QString &format)
 Date joined(const QDate &day, const QTime &time)
 {
     return Date::fromDateTime(QDateTime(day, QTime(time.hour(), time.minute())));
+}
+
+int minutesBetween(Date earlier, Date later)
+{
+    const double minutes = std::nearbyint((later.value() - earlier.value()) * 1440.0);
+    if (std::isnan(minutes))
+        return 0;
+    constexpr double Limit = std::numeric_limits<int>::max();
+    return int(std::clamp(minutes, -Limit, Limit));
 }
 } // namespace form
 

@@ -125,6 +125,9 @@ DAYVEX_EXPORT QString caption(Text key, const char *italian);
 DAYVEX_EXPORT QString qtDateFormat(const QString &format);
 // A day and a time of day to the minute, as the editors store them.
 DAYVEX_EXPORT Date joined(const QDate &day, const QTime &time);
+// Whole minutes from earlier to later, as a lead time shows them; a gap a host's
+// odd dates make too large for the list is cut to what an int holds, NaN to 0.
+DAYVEX_EXPORT int minutesBetween(Date earlier, Date later);
 
 template <typename Widget>
 Widget *named(Widget *widget, const char *name)

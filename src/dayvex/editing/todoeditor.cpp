@@ -139,7 +139,7 @@ void ToDoEditor::load()
         m_cbPriorita->addItem(priority);
     m_cbPriorita->setCurrentText(priority);
 
-    const QDateTime due = m_values.DueTo.toDateTime();
+    const QDateTime due = m_values.DueTo.finiteOrEmpty().toDateTime();
     m_datSca->setDate(due.date());
     m_oraSca->setTime(due.time());
     m_txDescBreve->setText(m_values.ShortDesc);
@@ -148,7 +148,7 @@ void ToDoEditor::load()
     const bool reminded = m_values.ReminderDate.value() != 0.0;
     m_promemoria->setChecked(reminded);
     showLeadTime(m_tempoPromemoria,
-                 reminded ? qRound((m_values.ReminderDate.value() - m_values.DueTo.value()) * 1440.0) : 15);
+                 reminded ? form::minutesBetween(m_values.DueTo, m_values.ReminderDate) : 15);
     m_elimina->setEnabled(!isNew() && !formKey().isEmpty());
     m_txDescBreve->setFocus();
 }

@@ -24,6 +24,7 @@ QString formatDate(Date date, const QString &pattern, const QLocale &locale)
 {
     // Date and time apart: a local QDateTime would consult the time zone on every
     // call and move times that fall in a daylight-saving gap.
+    date = date.finiteOrEmpty();
     const QDate d = date.toDate();
     const QTime t = date.toTime();
 

@@ -14,7 +14,8 @@ namespace dayvex {
 // mmmm (months; minutes right after an hour token), yy yyyy, h hh, n nn, s ss.
 // Tokens are case-insensitive ("H" is the hour without a leading zero); other
 // characters are copied, a backslash or double quotes make letters literal.
-// Names of days and months come from the locale.
+// Names of days and months come from the locale. A NaN or infinite date, which a
+// host may store, shows as the empty date; one outside the years 100 to 9999 throws.
 DAYVEX_EXPORT QString formatDate(Date date, const QString &pattern, const QLocale &locale = QLocale());
 
 // Formats a number by an integer pattern such as "#0", "00" or "0000000000000":
