@@ -4,6 +4,9 @@
 
 #include <QTest>
 
+#include <cmath>
+#include <limits>
+
 using namespace dayvex;
 
 namespace {
@@ -28,6 +31,7 @@ private slots:
     void keptInDueOrder();
     void removeAndDuplicates();
     void rebuiltFromRecords();
+    void oddDueTimes();
 };
 
 void tst_Alarms::keptInDueOrder()
@@ -72,6 +76,27 @@ void tst_Alarms::rebuiltFromRecords()
     QCOMPARE(keys(*rebuilt), QStringList({"S3", "S1", "T1"}));
     QCOMPARE(rebuilt->Item("T1")->AlarmType, "T");
     QCOMPARE(rebuilt->Item("S1")->AlarmEventKey, " 1");
+}
+
+void tst_Alarms::oddDueTimes()
+{
+    // A NaN due time sorts after every number, so that the order is total.
+    const double nan = std::nan("");
+    Alarms alarms;
+    addAlarm(alarms, "S1", nan);
+    addAlarm(alarms, "S2", 10.0);
+    addAlarm(alarms, "S3", nan);
+    addAlarm(alarms, "S4", 9.0);
+    QCOMPARE(keys(alarms), QStringList({"S4", "S2", "S1", "S3"}));
+
+    // A host's NaN or infinite reminder asks for no alarm, like the empty date.
+    Schedules schedules;
+    ToDoS todos;
+    for (const double due : {nan, std::numeric_limits<double>::infinity(), 36863.3, -std::numeric_limits<double>::infinity()})
+        schedules.Add(schedules.NewKey(), "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(due));
+    QCOMPARE(keys(*Alarms::fromRecords(schedules, todos)), QStringList({"S3"}));
+    alarms.setFor('T', "9", Date(nan));
+    QVERIFY(!alarms.find("T9"));
 }
 
 QTEST_GUILESS_MAIN(tst_Alarms)

@@ -13,7 +13,7 @@ void Alarms::setFor(QChar kind, const QString &recordKey, Date due)
 {
     const QString key = keyFor(kind, recordKey);
     Remove(key); // a stale alarm of a removed record with the same key goes too
-    if (due.value() > 0.0)
+    if (isPending(due))
         Add(key, QString(kind), recordKey, due, false, key);
 }
 
@@ -31,7 +31,7 @@ std::shared_ptr<Alarm> Alarms::Add(const QString &Key, const QString &AlarmType,
     alarm->Tag = Tag;
 
     for (const std::shared_ptr<Alarm> &existing : *this) {
-        if (existing->AlarmDateTime > AlarmDateTime) {
+        if (dueBefore(AlarmDateTime, existing->AlarmDateTime)) {
             // Found by the later alarm's Key property, which must equal its stored key.
             insertBefore(alarm, sKey, existing->Key);
             return alarm;
@@ -56,7 +56,7 @@ void Alarms::Remove(const QString &key)
 void Alarms::appendInOrder(std::vector<std::shared_ptr<Alarm>> alarms)
 {
     std::stable_sort(alarms.begin(), alarms.end(), [](const auto &a, const auto &b) {
-        return a->AlarmDateTime < b->AlarmDateTime;
+        return dueBefore(a->AlarmDateTime, b->AlarmDateTime);
     });
     for (std::shared_ptr<Alarm> &alarm : alarms) {
         try {

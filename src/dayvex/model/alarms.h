@@ -4,6 +4,7 @@
 #include <dayvex/model/records.h>
 #include <dayvex/platform/keyedcollection.h>
 
+#include <cmath>
 #include <vector>
 
 namespace dayvex {
@@ -26,6 +27,17 @@ public:
     // alarm it had is dropped, and one is added when due is later than the zero date.
     void setFor(QChar kind, const QString &recordKey, Date due);
 
+    // The order of the list: by due time, a NaN due time after every number, so
+    // that the order is total whatever a host stored.
+    static bool dueBefore(Date a, Date b)
+    {
+        if (std::isnan(a.value()))
+            return false;
+        return std::isnan(b.value()) || a < b;
+    }
+    // Whether a reminder date asks for an alarm: a moment after the empty date.
+    static bool isPending(Date due) { return std::isfinite(due.value()) && due.value() > 0.0; }
+
     // A missing alarm is not an error here.
     void Remove(qint32 position);
     void Remove(const QString &key);
@@ -44,7 +56,7 @@ std::shared_ptr<Alarms> Alarms::fromRecords(const ScheduleRange &schedules, cons
 {
     std::vector<std::shared_ptr<Alarm>> pending;
     auto collect = [&pending](QChar kind, const QString &key, Date due) {
-        if (due.value() <= 0.0)
+        if (!isPending(due))
             return;
         auto alarm = std::make_shared<Alarm>();
         alarm->Key = keyFor(kind, key);
