@@ -7,6 +7,9 @@
 
 #include <QTest>
 
+#include <cmath>
+#include <limits>
+
 using namespace dayvex;
 
 namespace {
@@ -42,6 +45,9 @@ private slots:
     void staggeredOverlap();
     void scrolledAndHidden();
     void occupancyLimit();
+    void wideScreens_data();
+    void wideScreens();
+    void oddTimesAndCells();
     void appointmentLineKeepsSeparators();
     void monthFirstCell_data();
     void monthFirstCell();
@@ -172,6 +178,45 @@ void tst_TimeGrid::occupancyLimit()
         QCOMPARE(e.number(), 9);
     }
     QCOMPARE(placeBoxes({{"15:00-15:30", 0}}, g).size(), size_t(1));
+}
+
+void tst_TimeGrid::wideScreens_data()
+{
+    QTest::addColumn<double>("columnWidth");
+    QTest::newRow("a laptop") << 12000.0;
+    QTest::newRow("2560 pixels") << 36000.0;
+    QTest::newRow("3840 pixels") << 56000.0;
+    QTest::newRow("a wall of screens") << 2.0e6;
+}
+
+void tst_TimeGrid::wideScreens()
+{
+    // Two overlapping boxes stand side by side in halves whatever the width.
+    QFETCH(double, columnWidth);
+    GridGeometry g = dayGrid();
+    g.colWidth[2] = columnWidth;
+    const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}}, g);
+    QCOMPARE(p[0].left, 830.0);
+    QCOMPARE(p[1].left, 830.0 + std::nearbyint(columnWidth / 2));
+    QCOMPARE(p[1].width, columnWidth / 2 + 10);
+}
+
+void tst_TimeGrid::oddTimesAndCells()
+{
+    // A host's NaN date counts as the empty date; a slot of no minutes is refused.
+    const double nan = std::nan("");
+    QCOMPARE(timeRow(Date(nan), time("08:00"), 30, false), timeRow(Date(), time("08:00"), 30, false));
+    QCOMPARE(timeRow(time("09:00"), Date(nan), 30, true), timeRow(time("09:00"), Date(), 30, true));
+    QVERIFY_THROWS_EXCEPTION(Error, timeRow(time("08:00"), time("08:00"), 0, false));
+    QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"09:00-10:00", 7}}, dayGrid()));
+    // A cell far below the month is past the years, not a wrapped int.
+    const Date shown = time("15/03/2026");
+    try {
+        clickedDate(3, shown, true, std::numeric_limits<qint32>::max(), 8);
+        QFAIL("no error");
+    } catch (const Error &e) {
+        QCOMPARE(e.number(), int(Error::Overflow));
+    }
 }
 
 void tst_TimeGrid::appointmentLineKeepsSeparators()

@@ -32,7 +32,7 @@ ControlLayout layOutControl(double W, double H, const LayoutDesign &d)
     l.thisDay = {l.lista.right() - d.thisDayWidth, d.thisDayTop, d.thisDayWidth, d.thisDayHeight};
 
     l.tipoVis = {d.tabsLeft, d.tabsTop, l.thisDay.left - d.tabsLeft - 30, d.tabsHeight};
-    l.tabWidth = qint16(std::trunc((l.tipoVis.width - 160) / 3));
+    l.tabWidth = qint32(std::trunc((l.tipoVis.width - 160) / 3));
     l.tabCaptions = l.tabWidth >= 1000;
     return l;
 }

@@ -61,7 +61,7 @@ struct ControlLayout
     TwipsRect daFare;
     TwipsRect thisDay;
     TwipsRect tipoVis;
-    qint16 tabWidth = 0;
+    qint32 tabWidth = 0; // wide enough for any screen
     bool tabCaptions = false;           // false: the tabs show empty captions
 };
 

@@ -62,7 +62,10 @@ std::vector<RowRun> hourRuns(const std::vector<SlotLabel> &labels)
 
 qint32 timeRow(Date time, Date dayStart, qint16 step, bool week)
 {
-    const double n = std::nearbyint((time.value() - dayStart.value()) * 1450.0 + step / 2.0);
+    if (step <= 0)
+        throw Error::invalidArgument(QStringLiteral("a slot of %1 minutes").arg(step));
+    const double n = std::nearbyint((time.finiteOrEmpty().value() - dayStart.finiteOrEmpty().value()) * 1450.0
+                                    + step / 2.0);
     if (std::fabs(n / step) > 32767)
         throw Error::overflow(QStringLiteral("row of %1 passes the grid").arg(time.value()));
     return qint32(std::trunc(n / step)) + (week ? 2 : 0);
@@ -82,16 +85,27 @@ std::optional<double> nowLineOffset(Date time, Date dayStart, qint16 step, qint3
 namespace {
 constexpr int OccupancyRows = 101;
 
+// Per row and day: how many boxes cover it, and how much of the column the boxes
+// placed so far have taken, in whole twips. Wide enough for any screen and plan.
 struct Occupancy
 {
-    std::array<std::array<qint16, 14>, OccupancyRows> cells{};
+    std::array<std::array<qint64, 7>, OccupancyRows> boxes{};
+    std::array<std::array<double, 7>, OccupancyRows> used{};
 
-    qint16 &at(qint32 row, int plane)
+    static size_t checked(qint32 row)
     {
         if (row < 0 || row >= OccupancyRows)
             throw Error::subscriptOutOfRange(QStringLiteral("row %1 is past the grid's 101 rows").arg(row));
-        return cells[size_t(row)][size_t(plane)];
+        return size_t(row);
     }
+    static size_t checkedDay(int day)
+    {
+        if (day < 0 || day > 6)
+            throw Error::subscriptOutOfRange(QStringLiteral("day %1 is none of the week's seven").arg(day));
+        return size_t(day);
+    }
+    qint64 &count(qint32 row, int day) { return boxes[checked(row)][checkedDay(day)]; }
+    double &taken(qint32 row, int day) { return used[checked(row)][checkedDay(day)]; }
 };
 
 struct Rows
@@ -143,7 +157,7 @@ std::vector<BoxPlacement> placeBoxes(const std::vector<BoxInput> &boxes, const G
         }
         if (p.visible) {
             for (qint32 r = rows.start; r < rows.end; ++r)
-                ++occupancy.at(r, boxes[i].day);
+                ++occupancy.count(r, boxes[i].day);
         }
     }
 
@@ -151,23 +165,23 @@ std::vector<BoxPlacement> placeBoxes(const std::vector<BoxInput> &boxes, const G
         BoxPlacement &p = placed[i];
         const int day = boxes[i].day;
         const Rows rows = boxRows(boxes[i], g, true);
-        qint16 maxCount = 1;
+        qint64 maxCount = 1;
         qint32 maxRow = 0;
         for (qint32 r = rows.start; r < rows.end; ++r) {
-            if (occupancy.at(r, day) > maxCount) {
-                maxCount = occupancy.at(r, day);
+            if (occupancy.count(r, day) > maxCount) {
+                maxCount = occupancy.count(r, day);
                 maxRow = r;
             }
         }
-        const double columnPos = g.colPos[size_t(day + 2)];
-        const double columnWidth = g.colWidth[size_t(day + 2)];
+        const double columnPos = g.colPos[Occupancy::checkedDay(day) + 2];
+        const double columnWidth = g.colWidth[Occupancy::checkedDay(day) + 2];
         if (maxCount > 1) {
-            p.width = g.colWidth[2] / maxCount + 10;
+            p.width = g.colWidth[2] / double(maxCount) + 10;
             for (qint32 r = rows.start; r < rows.end; ++r) {
-                const double share = columnWidth / maxCount;
-                qint16 &used = occupancy.at(r, day + 7);
-                used = qint16(std::nearbyint(used + share));
-                p.left = g.left + columnPos + occupancy.at(maxRow, day + 7) + 30 - share;
+                const double share = columnWidth / double(maxCount);
+                double &used = occupancy.taken(r, day);
+                used = std::nearbyint(used + share);
+                p.left = g.left + columnPos + occupancy.taken(maxRow, day) + 30 - share;
             }
         } else {
             p.left = g.left + columnPos + 30;
@@ -237,7 +251,7 @@ std::optional<Date> clickedDate(int view, Date shown, bool dayFirst, qint32 row,
     if (view == 2)
         return viewRange(2, shown, dayFirst).from.addDays(column - 2);
     if (view == 3)
-        return monthFirstCell(shown, dayFirst).addDays(7 * (row / 2) + (column - 2));
+        return monthFirstCell(shown, dayFirst).addDays(7 * (qint64(row) / 2) + (qint64(column) - 2));
     return std::nullopt;
 }
 
