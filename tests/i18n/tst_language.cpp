@@ -6,6 +6,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
 using namespace dayvex;
 
 class tst_Language : public QObject
@@ -85,6 +89,16 @@ void tst_Language::unreadableFiles()
     QByteArray huge("[S]\nA=1\n");
     huge.append(QByteArray(IniReader::MaxFileSize, ';'));
     QCOMPARE(IniReader::readValue(write("huge.ini", huge), "S", "A", "d"), "d");
+#ifdef Q_OS_UNIX
+    // Neither a FIFO with no writer nor an endless device holds the caller.
+    const QByteArray fifo = QFile::encodeName(m_dir.filePath("fifo.ini"));
+    QCOMPARE(::mkfifo(fifo.constData(), 0600), 0);
+    QCOMPARE(IniReader::readValue(QFile::decodeName(fifo), "S", "A", "d"), "d");
+    QCOMPARE(IniReader::readValue("/dev/zero", "S", "A", "d"), "d");
+    sharedSettings().LanguageFileName = QFile::decodeName(fifo);
+    LoadLanguage();
+    QCOMPARE(text(Text::Day), "day");
+#endif
 }
 
 void tst_Language::defaultsWithoutFile()

@@ -1,6 +1,7 @@
 #include "inireader.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QStringDecoder>
 
 namespace dayvex {
@@ -70,8 +71,11 @@ QString IniReader::decode(const QByteArray &bytes)
 QString IniReader::readValue(const QString &path, const QString &section, const QString &key,
                              const QString &defaultValue)
 {
+    // Only a regular file is read: a FIFO or a device would hold the caller for ever.
+    const QFileInfo info(path);
     QFile file(path);
-    if (path.isEmpty() || !file.open(QIODevice::ReadOnly) || file.size() > MaxFileSize)
+    if (path.isEmpty() || !info.isFile() || info.size() > MaxFileSize || !file.open(QIODevice::ReadOnly)
+        || file.size() > MaxFileSize)
         return defaultValue.left(MaxValueLength);
     const QString text = decode(file.read(MaxFileSize));
 

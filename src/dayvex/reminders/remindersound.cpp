@@ -42,8 +42,9 @@ bool ReminderSound::hasOutputDevice() const
 
 qint64 wavDurationMs(const QString &fileName)
 {
+    // A FIFO or a device could hold the tick for ever: only a regular file is a sound.
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly))
         return -1;
     const QByteArray header = file.read(12);
     if (header.size() < 12 || !header.startsWith("RIFF") || header.mid(8, 4) != "WAVE")
