@@ -3,6 +3,7 @@
 #include <QMetaMethod>
 #include <QTest>
 
+#include <functional>
 #include <stdexcept>
 
 using namespace dayvex;
@@ -15,6 +16,7 @@ private slots:
     void beforeAnswersAreReadBack_data();
     void beforeAnswersAreReadBack();
     void recordsAreReadBack();
+    void throwingHandlerReachesTheCaller_data();
     void throwingHandlerReachesTheCaller();
 };
 
@@ -116,22 +118,44 @@ void tst_Events::recordsAreReadBack()
     QVERIFY(answer.ExternalHandled && !answer.Cancel);
 }
 
+void tst_Events::throwingHandlerReachesTheCaller_data()
+{
+    QTest::addColumn<std::function<void()>>("fail");
+    QTest::addColumn<qint32>("number");
+    QTest::addColumn<QString>("description");
+    QTest::newRow("std::exception") << std::function<void()>([] { throw std::runtime_error("host refused"); })
+                                    << qint32(Error::AutomationError)
+                                    << "BeforeTodoDelete: Automation error: host refused";
+    QTest::newRow("anything") << std::function<void()>([] { throw 42; }) << qint32(Error::AutomationError)
+                              << "BeforeTodoDelete: Automation error: an exception of an unknown type";
+    QTest::newRow("dayvex::Error") << std::function<void()>([] { throw Error::duplicateKey(); })
+                                   << qint32(Error::DuplicateKey)
+                                   << "BeforeTodoDelete: " + Error::duplicateKey().description();
+}
+
 void tst_Events::throwingHandlerReachesTheCaller()
 {
-    // The host's exception comes back to the code that raised the event, and the
-    // control stays usable: the next raise reaches every handler again.
+    // Whatever the host throws comes back to the code that raised the event as an
+    // Error naming it, and the control stays usable: the next raise reaches every handler.
+    QFETCH(std::function<void()>, fail);
     zntDayvex control;
     int later = 0;
-    bool fail = true;
+    bool failing = true;
     connect(&control, &zntDayvex::BeforeTodoDelete, this, [&](std::shared_ptr<ToDo> &, bool &, bool &) {
-        if (fail)
-            throw std::runtime_error("host refused");
+        if (failing)
+            fail();
     });
     connect(&control, &zntDayvex::BeforeTodoDelete, this, [&](std::shared_ptr<ToDo> &, bool &, bool &) { ++later; });
     auto todo = std::make_shared<ToDo>();
-    QVERIFY_THROWS_EXCEPTION(std::runtime_error, control.raiseBefore(EventId::BeforeTodoDelete, todo));
+    try {
+        control.raiseBefore(EventId::BeforeTodoDelete, todo);
+        QFAIL("no error");
+    } catch (const Error &error) {
+        QTEST(error.number(), "number");
+        QTEST(error.description(), "description");
+    }
     QCOMPARE(later, 0);
-    fail = false;
+    failing = false;
     control.raiseBefore(EventId::BeforeTodoDelete, todo);
     QCOMPARE(later, 1);
 }

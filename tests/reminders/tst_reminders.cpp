@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <stdexcept>
 
 using namespace dayvex;
 
@@ -65,6 +66,7 @@ private slots:
     void buttons();
     void storm();
     void goneRecord();
+    void throwingHandler();
     void controlGoesDuringTheSound();
     void popUpText();
     void wavLength();
@@ -273,6 +275,30 @@ void tst_Reminders::goneRecord()
     timer->setInterval(10);
     m_control->setGlobalAlarmsEnable(true);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("alarm S1: error 5"));
+    QTest::failOnWarning(QRegularExpression("alarm S1"));
+    QTest::qWait(100);
+    QVERIFY(m_control->GlobalAlarmsEnable());
+}
+
+void tst_Reminders::throwingHandler()
+{
+    addAppointment("1", at(9, 0));
+    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
+    m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &) { throw std::runtime_error("host failed"); };
+    try {
+        m_control->scanAlarms();
+        QFAIL("no error");
+    } catch (const Error &error) {
+        QCOMPARE(error.number(), qint32(Error::AutomationError));
+        QVERIFY(error.description().startsWith("ReminderAlarm: "));
+    }
+    QVERIFY(popups().isEmpty());
+    QVERIFY(!m_data->Alarms()->Item("S1")->Showing);
+    QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate, at(9, 0));
+    // From the timer: said once, and the timer goes on.
+    m_control->findChild<QTimer *>("Timer")->setInterval(10);
+    m_control->setGlobalAlarmsEnable(true);
+    QTest::ignoreMessage(QtWarningMsg, "zntDayvex: alarm S1: error 440: ReminderAlarm: Automation error: host failed");
     QTest::failOnWarning(QRegularExpression("alarm S1"));
     QTest::qWait(100);
     QVERIFY(m_control->GlobalAlarmsEnable());

@@ -32,6 +32,9 @@
 #include <QTableWidget>
 #include <QTimer>
 
+// A host's event: the signal with its arguments, under the host-handler guard.
+#define DAYVEX_RAISE(event, ...) callHostHandler(#event, [&] { emit event(__VA_ARGS__); })
+
 namespace dayvex {
 
 namespace {
@@ -148,7 +151,7 @@ void zntDayvex::applyMenuCaptions()
 
 void zntDayvex::markChanged(const char *name)
 {
-    emit PropertyChanged(QString::fromLatin1(name));
+    DAYVEX_RAISE(PropertyChanged, QString::fromLatin1(name));
 }
 
 // ---- properties ----
@@ -357,21 +360,24 @@ void zntDayvex::WriteProperties(PropertyBag &bag) const
 
 // Emits one Before signal with both flags false and hands back what the host left in them.
 template <typename Record>
-static BeforeAnswer askHost(zntDayvex *control,
+static BeforeAnswer askHost(zntDayvex *control, const char *event,
                             void (zntDayvex::*signal)(std::shared_ptr<Record> &, bool &, bool &),
                             std::shared_ptr<Record> &record)
 {
     BeforeAnswer answer;
-    (control->*signal)(record, answer.ExternalHandled, answer.Cancel);
+    callHostHandler(event, [&] { (control->*signal)(record, answer.ExternalHandled, answer.Cancel); });
     return answer;
 }
+
+#define DAYVEX_ASK(event, record) \
+    case EventId::event: return askHost(this, #event, &zntDayvex::event, record)
 
 BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca)
 {
     switch (id) {
-    case EventId::BeforeScheduleAdd: return askHost(this, &zntDayvex::BeforeScheduleAdd, mSca);
-    case EventId::BeforeScheduleDelete: return askHost(this, &zntDayvex::BeforeScheduleDelete, mSca);
-    case EventId::BeforeScheduleChange: return askHost(this, &zntDayvex::BeforeScheduleChange, mSca);
+    DAYVEX_ASK(BeforeScheduleAdd, mSca);
+    DAYVEX_ASK(BeforeScheduleDelete, mSca);
+    DAYVEX_ASK(BeforeScheduleChange, mSca);
     default:
         throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of an appointment").arg(qint32(id)));
     }
@@ -380,51 +386,47 @@ BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca)
 BeforeAnswer zntDayvex::raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo)
 {
     switch (id) {
-    case EventId::BeforeTodoAdd: return askHost(this, &zntDayvex::BeforeTodoAdd, mToDo);
-    case EventId::BeforeTodoDelete: return askHost(this, &zntDayvex::BeforeTodoDelete, mToDo);
-    case EventId::BeforeTodoChange: return askHost(this, &zntDayvex::BeforeTodoChange, mToDo);
-    case EventId::BeforeTodoSetComplete: return askHost(this, &zntDayvex::BeforeTodoSetComplete, mToDo);
+    DAYVEX_ASK(BeforeTodoAdd, mToDo);
+    DAYVEX_ASK(BeforeTodoDelete, mToDo);
+    DAYVEX_ASK(BeforeTodoChange, mToDo);
+    DAYVEX_ASK(BeforeTodoSetComplete, mToDo);
     default:
         throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of a to-do").arg(qint32(id)));
     }
 }
+#undef DAYVEX_ASK
 
 BeforeAnswer zntDayvex::raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder)
 {
     BeforeAnswer answer;
-    emit ReminderAlarm(alrm, FormReminder, answer.ExternalHandled, answer.Cancel);
+    DAYVEX_RAISE(ReminderAlarm, alrm, FormReminder, answer.ExternalHandled, answer.Cancel);
     return answer;
 }
 
-void zntDayvex::RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) { emit TodoAdded(mToDo); }
-void zntDayvex::RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) { emit ToDoChanged(mToDo); }
-void zntDayvex::RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) { emit ToDoDeleted(mToDo); }
-void zntDayvex::RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) { emit AlarmChange(mSca); }
-void zntDayvex::RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) { emit ToDoAlarmChange(mToDo); }
-
-void zntDayvex::RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel)
-{
-    emit ValidateToDo(mToDo, Cancel);
-}
-
-void zntDayvex::RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) { emit ScheduleAdded(mSca); }
-void zntDayvex::RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) { emit ScheduleChanged(mSca); }
-void zntDayvex::RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) { emit ScheduleDeleted(mSca); }
-void zntDayvex::RaiseContactCodeChange(QString &Value) { emit ContactCodeChange(Value); }
+void zntDayvex::RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(TodoAdded, mToDo); }
+void zntDayvex::RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoChanged, mToDo); }
+void zntDayvex::RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoDeleted, mToDo); }
+void zntDayvex::RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(AlarmChange, mSca); }
+void zntDayvex::RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoAlarmChange, mToDo); }
+void zntDayvex::RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) { DAYVEX_RAISE(ValidateToDo, mToDo, Cancel); }
+void zntDayvex::RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleAdded, mSca); }
+void zntDayvex::RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleChanged, mSca); }
+void zntDayvex::RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleDeleted, mSca); }
+void zntDayvex::RaiseContactCodeChange(QString &Value) { DAYVEX_RAISE(ContactCodeChange, Value); }
 
 void zntDayvex::RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel)
 {
-    emit ValidateSchedule(mSca, Cancel);
+    DAYVEX_RAISE(ValidateSchedule, mSca, Cancel);
 }
 
 void zntDayvex::RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel)
 {
-    emit ContactCodeLostFocus(Value, ContactDescription, Cancel);
+    DAYVEX_RAISE(ContactCodeLostFocus, Value, ContactDescription, Cancel);
 }
 
 void zntDayvex::RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription)
 {
-    emit ContactCodeDoubleClick(Value, ContactDescription);
+    DAYVEX_RAISE(ContactCodeDoubleClick, Value, ContactDescription);
 }
 
 // ---- commands ----
@@ -711,7 +713,7 @@ void zntDayvex::onCalendarDateClicked(const QDate &date)
 {
     drawAppointments();
     Date NewDate = Date::fromDate(date);
-    emit DateSelected(NewDate);
+    DAYVEX_RAISE(DateSelected, NewDate);
 }
 
 void zntDayvex::onCalendarSelectionChanged()
@@ -733,9 +735,11 @@ void zntDayvex::connectGestures()
         runFromUser([&] { onListaReleased(pos, button, global); });
     });
     connect(m_lista, &AgendaGrid::doubleClickedAt, this, [this] {
-        runFromUser([this] { listaClickAction(); });
-        if (!m_disableMenu)
-            runCommand(m_mnNuovo);
+        runFromUser([this] {
+            listaClickAction();
+            if (!m_disableMenu)
+                runCommand(m_mnNuovo);
+        });
     });
     connect(m_lista, &AgendaGrid::keyboardMoved, this, [this] {
         // The arrow keys move the date on show as a click on the cell would.
@@ -779,7 +783,7 @@ void zntDayvex::connectGestures()
 void zntDayvex::watchBox(AppointmentBox *box)
 {
     const ItemGestures *gestures = box->gestures();
-    connect(gestures, &ItemGestures::clicked, this, [this, box] { showBoxDetails(box); });
+    connect(gestures, &ItemGestures::clicked, this, [this, box] { runFromUser([&] { showBoxDetails(box); }); });
     watchAppointmentGestures(gestures, [this, box] {
         m_selection.appointmentKey = box->entry().key;
         return true;
@@ -793,7 +797,8 @@ void zntDayvex::watchDayList(DayList *list)
         m_selection.pressedLineIndex = line;
     });
     const ItemGestures *gestures = list->gestures();
-    connect(gestures, &ItemGestures::clicked, this, [this, list] { showDayListDetails(list->index()); });
+    connect(gestures, &ItemGestures::clicked, this,
+            [this, list] { runFromUser([&] { showDayListDetails(list->index()); }); });
     watchAppointmentGestures(gestures, [this, list] { return selectDayLine(list->index()); });
 }
 
@@ -801,21 +806,27 @@ void zntDayvex::watchAppointmentGestures(const ItemGestures *gestures, std::func
 {
     // The item acted on is the one the gesture is on, whatever was clicked before.
     connect(gestures, &ItemGestures::doubleClicked, this, [this, select] {
-        if (select())
-            runCommand(m_mnModifica);
+        runFromUser([&] {
+            if (select())
+                runCommand(m_mnModifica);
+        });
         m_frShowApp->hide();
     });
     connect(gestures, &ItemGestures::enterPressed, this, [this, select] {
-        if (select())
-            runCommand(m_mnModifica);
+        runFromUser([&] {
+            if (select())
+                runCommand(m_mnModifica);
+        });
     });
     connect(gestures, &ItemGestures::deletePressed, this, [this, select] {
-        if (select())
-            runCommand(m_mnElimina);
+        runFromUser([&] {
+            if (select())
+                runCommand(m_mnElimina);
+        });
     });
     // Offered whatever DisableMenu says, unlike the grid's own menu.
     connect(gestures, &ItemGestures::rightReleased, this, [this, select](const QPoint &global) {
-        select();
+        runFromUser([&] { select(); });
         popUpAppointmentMenu(true, global);
     });
 }

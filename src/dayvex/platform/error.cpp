@@ -42,6 +42,21 @@ Error Error::duplicateKey()
                  PlatformSource);
 }
 
+Error Error::inHandler(const char *event, const Error &thrown)
+{
+    const QString prefix = QString::fromLatin1(event) + QStringLiteral(": ");
+    // Raised through several handlers, the name is said once.
+    if (thrown.description().startsWith(prefix))
+        return thrown;
+    return Error(thrown.number(), prefix + thrown.description(), thrown.source());
+}
+
+Error Error::inHandler(const char *event, const QString &what)
+{
+    return Error(AutomationError, QString::fromLatin1(event) + QStringLiteral(": Automation error: ") + what,
+                 PlatformSource);
+}
+
 Error Error::objectError(qint32 offset, const QString &description)
 {
     return Error(ObjectErrorBase + offset, description, ComponentSource);

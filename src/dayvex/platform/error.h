@@ -21,6 +21,7 @@ public:
         Overflow = 6,
         SubscriptOutOfRange = 9,
         DuplicateKey = 457,
+        AutomationError = 440,
     };
     // Base of the component's own errors (hexadecimal 80040000 as a signed 32-bit value).
     static constexpr qint32 ObjectErrorBase = qint32(0x80040000u);
@@ -39,6 +40,10 @@ public:
     static Error overflow(const QString &detail = {});
     static Error subscriptOutOfRange(const QString &detail = {});
     static Error duplicateKey();
+    // A host's handler of event failed: its own Error keeps its number and source
+    // and gains the event's name; anything else becomes an automation error.
+    static Error inHandler(const char *event, const Error &thrown);
+    static Error inHandler(const char *event, const QString &what);
     // An error of this component: the object-error base plus offset, source "zntDayvex.ocx".
     static Error objectError(qint32 offset, const QString &description);
 
@@ -49,8 +54,26 @@ private:
     QByteArray m_what;
 };
 
+// Raises event to the host's handlers through raise. Whatever a handler throws
+// leaves as a dayvex::Error naming the event, so that the step raising it stops
+// before its change and whoever logs it can say where it came from.
+template <typename Raise>
+void callHostHandler(const char *event, Raise raise)
+{
+    try {
+        raise();
+    } catch (const Error &error) {
+        throw Error::inHandler(event, error);
+    } catch (const std::exception &error) {
+        throw Error::inHandler(event, QString::fromLocal8Bit(error.what()));
+    } catch (...) {
+        throw Error::inHandler(event, QStringLiteral("an exception of an unknown type"));
+    }
+}
+
 // Runs step where nothing up the stack can take its error (a user's click,
-// a resize): an error, the component's or a host handler's, is logged under who.
+// a resize, a timer): an error, the component's or a host handler's, is logged
+// under who and goes no further; no exception may cross Qt's event loop.
 template <typename Step>
 void runLoggingErrors(const char *who, Step step)
 {
@@ -60,6 +83,8 @@ void runLoggingErrors(const char *who, Step step)
         qWarning("%s: error %d: %s", who, int(error.number()), qPrintable(error.description()));
     } catch (const std::exception &error) {
         qWarning("%s: %s", who, error.what());
+    } catch (...) {
+        qWarning("%s: an exception of an unknown type", who);
     }
 }
 

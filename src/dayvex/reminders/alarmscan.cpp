@@ -105,6 +105,8 @@ void AlarmScan::tickFromTimer()
         }
     } catch (const std::exception &error) {
         qWarning("zntDayvex: alarm scan: %s", error.what());
+    } catch (...) {
+        qWarning("zntDayvex: alarm scan: an exception of an unknown type");
     }
 }
 
