@@ -11,6 +11,9 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install ${DAYVEX_BUILD_DIR} --prefix ${prefix})
-run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${prefix})
+# An instrumented library loads only into a program built with the same sanitizers.
+string(REPLACE ";" " " flags "${CONSUMER_FLAGS}")
+run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${prefix}
+    "-DCMAKE_CXX_FLAGS=${flags}" "-DCMAKE_EXE_LINKER_FLAGS=${flags}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${WORK_DIR}/build/dayvex_consumer)
