@@ -1,0 +1,538 @@
+// A random user and a random host at once: clicks, keys, wheel, resizes,
+// property assignments, Refresh, record mutations, commands, editors, menus,
+// pop-ups and reminder ticks, drawn from one seed so that a failing run replays.
+//
+//   dayvex_monkey [--seed S] [--steps N] [--cancelling] [--trace]
+//
+// After every step: no crash and no sanitizer finding (the build aborts on one);
+// with --cancelling the host cancels every "Before" event and every reminder,
+// and its records must stay exactly as they were.
+
+#include <dayvex/dayvex.h>
+
+#include <QAbstractButton>
+#include <QAbstractScrollArea>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMetaProperty>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QWheelEvent>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <stdexcept>
+
+#include <sys/stat.h>
+
+using namespace dayvex;
+
+namespace {
+
+class SilentSound : public ReminderSound
+{
+public:
+    bool hasOutputDevice() const override { return true; }
+    void play(const QString &) override {}
+};
+
+// Every field of every appointment and to-do, dates by their bits (NaN equals NaN).
+QByteArray snapshot(DayvexData &plan)
+{
+    QByteArray out;
+    auto fields = [&out](const QMetaObject &meta, const void *record) {
+        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+            const QVariant value = meta.property(i).readOnGadget(record);
+            if (value.metaType() == QMetaType::fromType<Date>()) {
+                const double d = value.value<Date>().value();
+                out.append(reinterpret_cast<const char *>(&d), sizeof d);
+            } else {
+                out.append(value.toString().toUtf8());
+            }
+            out.append('\x1f');
+        }
+        out.append('\x1e');
+    };
+    for (const auto &schedule : *plan.Schedules())
+        fields(Schedule::staticMetaObject, schedule.get());
+    for (const auto &todo : *plan.ToDoS())
+        fields(ToDo::staticMetaObject, todo.get());
+    return out;
+}
+
+class Monkey : public QObject
+{
+public:
+    Monkey(quint64 seed, int steps, bool cancelling, bool trace)
+        : m_random(seed)
+        , m_seed(seed)
+        , m_steps(steps)
+        , m_cancelling(cancelling)
+        , m_trace(trace)
+    {
+        m_now = QDateTime(QDate(2026, 11, 16), QTime(8, 55));
+        setClockSource([this] { return m_now; });
+        setPromptAnswerer([this](const QString &, PromptIcon) { return chance(2); });
+        setReminderSound(std::make_shared<SilentSound>());
+        require(m_dir.isValid() && ::mkfifo(QFile::encodeName(m_dir.filePath("fifo")).constData(), 0600) == 0);
+
+        m_plan = std::make_shared<DayvexData>();
+        fill();
+        m_control = std::make_unique<zntDayvex>();
+        m_control->setPlan(m_plan);
+        m_control->setGlobalAlarmsEnable(false); // ticks come from the monkey, in step
+        m_control->resize(1200, 800);
+        m_control->show();
+        m_control->Refresh(zntPlanShowWeek);
+        answerEvents();
+        m_before = snapshot(*m_plan);
+    }
+
+    ~Monkey() override
+    {
+        setClockSource({});
+        setPromptAnswerer({});
+        setReminderSound({});
+    }
+
+    int run()
+    {
+        postStep();
+        qApp->exec();
+        closeEverything();
+        std::printf("dayvex_monkey: seed %llu, %d steps, %s host: no finding\n",
+                    static_cast<unsigned long long>(m_seed), m_done, m_cancelling ? "cancelling" : "random");
+        return 0;
+    }
+
+private:
+    static void require(bool ok)
+    {
+        if (!ok)
+            std::abort();
+    }
+
+    int pick(int n) { return int(m_random() % quint64(n)); }
+    bool chance(int n) { return pick(n) == 0; }
+    template <typename T, size_t N>
+    const T &any(const T (&items)[N]) { return items[pick(int(N))]; }
+
+    Date oddDate()
+    {
+        static const double Values[] = {0.0, -1.0, 1e7, -1e7, std::nan(""), std::numeric_limits<double>::infinity(),
+                                        46342.5, 46342.375, 46343.99, 2958465.9, -657434.0, 1.0 / 3};
+        return Date(any(Values));
+    }
+    Date around() { return Date(46342.0 + pick(28) - 7 + pick(96) / 96.0); } // 16 November 2026, give or take
+
+    void fill()
+    {
+        for (int i = 0; i < 300; ++i) {
+            const Date start = around();
+            m_plan->Schedules()->Add(QString::number(i + 1), i % 3 ? "Rossi" : "Bianchi", start,
+                                     Date(start.value() + (1 + pick(8)) / 48.0), "C" + QString::number(i), "Ferri",
+                                     i % 2 ? "Lavoro" : "Casa", "Riunione " + QString::number(i),
+                                     i % 4 ? "Sala A" : "", chance(4) ? Date(start.value() - 0.01) : Date());
+        }
+        for (int i = 0; i < 100; ++i)
+            m_plan->ToDoS()->Add(QString::number(i + 1), "Rossi", "Chiamare " + QString::number(i), "Dettagli",
+                                 around(), qint16(pick(4)), i % 2 ? "Sito" : "", chance(5), Date(),
+                                 chance(4) ? around() : Date());
+        m_plan->setAlarms(Alarms::fromRecords(*m_plan->Schedules(), *m_plan->ToDoS()));
+    }
+
+    // ---- the host ----
+
+    // What the host does with an event it can answer; it never does anything
+    // but cancel when the run checks that cancelling keeps the records.
+    void answer(const char *event, bool &externalHandled, bool &cancel)
+    {
+        if (m_cancelling) {
+            cancel = true;
+            return;
+        }
+        switch (pick(8)) {
+        case 0: cancel = true; break;
+        case 1: externalHandled = true; break;
+        case 2: throw std::runtime_error(event);
+        case 3: throw Error::invalidArgument(QString::fromLatin1(event));
+        case 4: throw 7;
+        default: break;
+        }
+    }
+
+    void answerEvents()
+    {
+        auto before = [this](const char *event) {
+            return [this, event](auto &record, bool &externalHandled, bool &cancel) {
+                if (!m_cancelling && chance(6) && record)
+                    mutate(*record);
+                answer(event, externalHandled, cancel);
+            };
+        };
+        zntDayvex *c = m_control.get();
+        connect(c, &zntDayvex::BeforeScheduleAdd, this, before("BeforeScheduleAdd"));
+        connect(c, &zntDayvex::BeforeScheduleChange, this, before("BeforeScheduleChange"));
+        connect(c, &zntDayvex::BeforeScheduleDelete, this, before("BeforeScheduleDelete"));
+        connect(c, &zntDayvex::BeforeTodoChange, this, before("BeforeTodoChange"));
+        connect(c, &zntDayvex::BeforeTodoDelete, this, before("BeforeTodoDelete"));
+        connect(c, &zntDayvex::BeforeTodoSetComplete, this, before("BeforeTodoSetComplete"));
+        connect(c, &zntDayvex::ValidateSchedule, this, [this](std::shared_ptr<Schedule> &, bool &cancel) {
+            bool ignored = false;
+            answer("ValidateSchedule", ignored, cancel);
+        });
+        connect(c, &zntDayvex::ValidateToDo, this, [this](std::shared_ptr<ToDo> &, bool &cancel) {
+            bool ignored = false;
+            answer("ValidateToDo", ignored, cancel);
+        });
+        connect(c, &zntDayvex::ReminderAlarm, this,
+                [this](std::shared_ptr<Alarm> &alarm, QWidget *&, bool &externalHandled, bool &cancel) {
+                    if (!m_cancelling && chance(4) && alarm)
+                        alarm->AlarmDateTime = oddDate();
+                    answer("ReminderAlarm", externalHandled, cancel);
+                });
+        connect(c, &zntDayvex::ScheduleAdded, this, [this](std::shared_ptr<Schedule> &) {
+            if (chance(10))
+                throw std::runtime_error("ScheduleAdded");
+        });
+        connect(c, &zntDayvex::ContactCodeLostFocus, this, [this](QString &, QString &description, bool &cancel) {
+            description = "Contatto";
+            cancel = chance(3);
+        });
+        connect(c, &zntDayvex::DateSelected, this, [this](Date &) {
+            if (chance(20))
+                throw std::runtime_error("DateSelected");
+        });
+    }
+
+    void mutate(Schedule &s)
+    {
+        switch (pick(4)) {
+        case 0: s.StartDate = oddDate(); break;
+        case 1: s.EndDate = oddDate(); break;
+        case 2: s.ReminderDate = oddDate(); break;
+        default: s.EndDate = Date(s.StartDate.value() - 0.1); break; // ends before it starts
+        }
+    }
+    void mutate(ToDo &t)
+    {
+        switch (pick(3)) {
+        case 0: t.DueTo = oddDate(); break;
+        case 1: t.ReminderDate = oddDate(); break;
+        default: t.Priority = qint16(pick(3) ? pick(5) : -32768); break;
+        }
+    }
+
+    // ---- the user ----
+
+    QWidget *activeWindow()
+    {
+        const QWidgetList windows = QApplication::topLevelWidgets();
+        QWidgetList visible;
+        for (QWidget *w : windows) {
+            if (w->isVisible() && w != m_control.get())
+                visible << w;
+        }
+        if (!visible.isEmpty() && !chance(4))
+            return visible.at(pick(int(visible.size())));
+        return m_control.get();
+    }
+
+    void mouse(QWidget *window)
+    {
+        const QPoint at(pick(qMax(1, window->width())), pick(qMax(1, window->height())));
+        QWidget *target = window->childAt(at);
+        if (!target)
+            target = window;
+        const QPoint local = target->mapFrom(window, at);
+        static const Qt::MouseButton Buttons[] = {Qt::LeftButton, Qt::LeftButton, Qt::RightButton};
+        const QPointer<QWidget> alive = target;
+        if (chance(3))
+            QTest::mouseDClick(target, Qt::LeftButton, {}, local);
+        else
+            QTest::mouseClick(target, any(Buttons), {}, local);
+        if (alive && chance(4))
+            QTest::mouseMove(alive, local + QPoint(pick(40) - 20, pick(40) - 20));
+    }
+
+    void key(QWidget *window)
+    {
+        static const Qt::Key Keys[] = {Qt::Key_Delete, Qt::Key_Escape, Qt::Key_Up, Qt::Key_Down, Qt::Key_Left,
+                                       Qt::Key_Right, Qt::Key_Return, Qt::Key_Enter, Qt::Key_Tab, Qt::Key_Menu,
+                                       Qt::Key_PageDown, Qt::Key_Space, Qt::Key_A, Qt::Key_1};
+        QWidget *target = QApplication::focusWidget();
+        if (!target || target->window() != window)
+            target = window;
+        QTest::keyClick(target, any(Keys));
+    }
+
+    void wheel(QWidget *window)
+    {
+        QWidget *target = window->childAt(pick(qMax(1, window->width())), pick(qMax(1, window->height())));
+        if (!target)
+            target = window;
+        const QPoint at = target->rect().center();
+        QWheelEvent event(at, target->mapToGlobal(at), {}, QPoint(0, pick(2) ? 120 : -360), Qt::NoButton, {},
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(target, &event);
+    }
+
+    void resizeControl()
+    {
+        static const QSize Sizes[] = {{1, 1}, {40, 30}, {300, 200}, {1200, 800}, {2600, 1400}, {3840, 2100},
+                                      {5000, 300}, {9000, 600}, {800, 3000}};
+        m_control->resize(chance(3) ? QSize(1 + pick(5000), 1 + pick(3000)) : any(Sizes));
+    }
+
+    void assignProperty()
+    {
+        static const char *const Times[] = {"08:00", "20:00", "00:00", "23:59", "25:99", "", "abc", "7", "12:30 PM"};
+        static const qint16 Steps[] = {-5, 0, 1, 5, 7, 30, 60, 1440, 32767};
+        zntDayvex &c = *m_control;
+        switch (pick(10)) {
+        case 0: c.setDayStartTime(QString::fromLatin1(any(Times))); break;
+        case 1: c.setDayEndTime(QString::fromLatin1(any(Times))); break;
+        case 2: c.setDayStepMinutes(any(Steps)); break;
+        case 3: c.setStartDay(chance(2) ? oddDate() : around()); break;
+        case 4: c.setMultiUserEnabled(chance(2)); break;
+        case 5: c.setContactCodeEnabled(chance(2)); break;
+        case 6: c.setDisableMenu(chance(3)); break;
+        case 7: c.setDisableReminderPopUp(chance(2)); break;
+        case 8: {
+            const QString files[] = {QString(), "/nonexistent/lang.ini", "/dev/null", m_dir.filePath("fifo")};
+            c.setLanguageFileName(any(files));
+            break;
+        }
+        default: c.setReminderSoundFile(chance(2) ? QString() : m_dir.filePath("fifo")); break;
+        }
+    }
+
+    void changeRecords()
+    {
+        const auto schedules = m_plan->Schedules();
+        const auto todos = m_plan->ToDoS();
+        switch (pick(5)) {
+        case 0:
+            if (schedules->Count() > 0)
+                mutate(*schedules->Item(1 + pick(schedules->Count())));
+            break;
+        case 1:
+            if (todos->Count() > 0)
+                mutate(*todos->Item(1 + pick(todos->Count())));
+            break;
+        case 2:
+            if (schedules->Count() > 0)
+                schedules->Remove(1 + pick(schedules->Count()));
+            break;
+        case 3:
+            schedules->Add(schedules->NewKey(), "Rossi", oddDate(), oddDate(), {}, {}, {}, "Strano", {}, oddDate());
+            break;
+        default:
+            if (todos->Count() > 0)
+                todos->Remove(1 + pick(todos->Count()));
+            break;
+        }
+    }
+
+    void command()
+    {
+        if (m_depth > 2)
+            return; // one editor inside another is enough
+        zntDayvex &c = *m_control;
+        switch (pick(7)) {
+        case 0: c.mnNuovo_Click(); break;
+        case 1: c.mnModifica_Click(); break;
+        case 2: c.mnElimina_Click(); break;
+        case 3: c.mnuAttivitaCompleta_Click(); break;
+        case 4: c.mnNuovaAttivita_Click(); break;
+        case 5: c.mnModificaAttivita_Click(); break;
+        default: c.mnEliminaAttivita_Click(); break;
+        }
+    }
+
+    void editorField(QWidget *form)
+    {
+        const QList<QWidget *> fields = form->findChildren<QWidget *>();
+        if (fields.isEmpty())
+            return;
+        QWidget *field = fields.at(pick(int(fields.size())));
+        static const char *const Texts[] = {"", "Pranzo", "x", "0", "C1", "  ", "\xc3\xa8\xe2\x82\xac"};
+        if (auto *date = qobject_cast<QDateTimeEdit *>(field)) {
+            date->setDateTime(chance(2) ? date->minimumDateTime() : QDateTime(QDate(2026, 11, 1 + pick(30)),
+                                                                             QTime(pick(24), pick(60))));
+        } else if (auto *line = qobject_cast<QLineEdit *>(field)) {
+            line->setFocus();
+            line->setText(QString::fromUtf8(any(Texts)));
+            if (chance(2))
+                QTest::keyClick(line, Qt::Key_Tab);
+        } else if (auto *combo = qobject_cast<QComboBox *>(field)) {
+            if (combo->count() > 0)
+                combo->setCurrentIndex(pick(combo->count()));
+            if (combo->isEditable() && chance(3))
+                combo->setEditText(QString::fromUtf8(any(Texts)));
+        } else if (auto *text = qobject_cast<QPlainTextEdit *>(field)) {
+            text->setPlainText(QString::fromUtf8(any(Texts)));
+        } else if (auto *button = qobject_cast<QAbstractButton *>(field)) {
+            if (button->isEnabled() && button->isVisible())
+                button->click();
+        }
+    }
+
+    void answerWindows()
+    {
+        for (QWidget *w : QApplication::topLevelWidgets()) {
+            if (!w->isVisible() || w == m_control.get())
+                continue;
+            if (auto *menu = qobject_cast<QMenu *>(w)) {
+                const QList<QAction *> actions = menu->actions();
+                if (!actions.isEmpty() && chance(2))
+                    actions.at(pick(int(actions.size())))->trigger();
+                menu->close();
+                return;
+            }
+            if (chance(2)) {
+                editorField(w);
+                return;
+            }
+            if (chance(4)) {
+                w->close();
+                return;
+            }
+        }
+    }
+
+    void tick()
+    {
+        m_now = m_now.addSecs(qint64(pick(3)) * 60 * (chance(5) ? 600 : 7));
+        if (chance(8))
+            m_now = m_now.addDays(-3);
+        m_control->scanAlarms();
+    }
+
+    void act()
+    {
+        QWidget *window = activeWindow();
+        switch (pick(16)) {
+        case 0: case 1: case 2: mouse(window); break;
+        case 3: case 4: key(window); break;
+        case 5: wheel(window); break;
+        case 6: resizeControl(); break;
+        case 7: assignProperty(); break;
+        case 8: m_control->Refresh(zntPlanShowType(pick(6) - 1)); break;
+        case 9:
+            if (!m_cancelling)
+                changeRecords();
+            break;
+        case 10: command(); break;
+        case 11: case 12: answerWindows(); break;
+        case 13: tick(); break;
+        case 14:
+            if (chance(10))
+                m_plan->setAlarms(Alarms::fromRecords(*m_plan->Schedules(), *m_plan->ToDoS()));
+            break;
+        default:
+            if (auto *grid = m_control->findChild<QAbstractScrollArea *>("Lista"))
+                grid->verticalScrollBar()->setValue(pick(grid->verticalScrollBar()->maximum() + 1));
+            break;
+        }
+    }
+
+    // Posted, not timed: a timer never fires again while its own slot waits in an
+    // editor's event loop, a posted step does.
+    void postStep()
+    {
+        QMetaObject::invokeMethod(this, [this] { step(); }, Qt::QueuedConnection);
+    }
+
+    void step()
+    {
+        if (m_done >= m_steps) {
+            closeEverything(); // lets waiting commands return
+            qApp->quit();
+            return;
+        }
+        postStep();
+        const int number = ++m_done;
+        if (m_trace)
+            std::fprintf(stderr, "step %d depth %d\n", number, m_depth);
+        ++m_depth;
+        try {
+            act();
+        } catch (const Error &) {
+            // a host call may be refused with an Error
+        }
+        --m_depth;
+        if (m_cancelling && snapshot(*m_plan) != m_before) {
+            std::fprintf(stderr, "dayvex_monkey: seed %llu step %d: a cancelling host's records changed\n",
+                         static_cast<unsigned long long>(m_seed), number);
+            std::abort();
+        }
+    }
+
+    void closeEverything()
+    {
+        for (QWidget *w : QApplication::topLevelWidgets()) {
+            if (w != m_control.get() && w->isVisible())
+                w->close();
+        }
+    }
+
+    std::mt19937_64 m_random;
+    quint64 m_seed;
+    int m_steps;
+    bool m_cancelling;
+    bool m_trace;
+    int m_done = 0;
+    int m_depth = 0;
+    QDateTime m_now;
+    QTemporaryDir m_dir;
+    std::shared_ptr<DayvexData> m_plan;
+    std::unique_ptr<zntDayvex> m_control;
+    QByteArray m_before;
+};
+
+} // namespace
+
+// The component logs what nothing could take (a failing handler, a refused
+// gesture); thousands of them say nothing here. Only --trace shows them.
+bool showMessages = false;
+void quietMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (showMessages || type == QtFatalMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(message));
+    if (type == QtFatalMsg)
+        std::abort();
+}
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    qInstallMessageHandler(quietMessages);
+    quint64 seed = 1;
+    int steps = 1000;
+    bool cancelling = false;
+    bool trace = false;
+    for (int i = 1; i < argc; ++i) {
+        if (!std::strcmp(argv[i], "--seed") && i + 1 < argc)
+            seed = QByteArray(argv[++i]).toULongLong();
+        else if (!std::strcmp(argv[i], "--steps") && i + 1 < argc)
+            steps = QByteArray(argv[++i]).toInt();
+        else if (!std::strcmp(argv[i], "--cancelling"))
+            cancelling = true;
+        else if (!std::strcmp(argv[i], "--trace"))
+            trace = showMessages = true;
+    }
+    Monkey monkey(seed, steps, cancelling, trace);
+    return monkey.run();
+}
