@@ -2,6 +2,9 @@
 
 #include <dayvex/editing/hostevents.h>
 #include <dayvex/editing/prompts.h>
+#include <dayvex/control/zntdayvex.h>
+#include <dayvex/i18n/language.h>
+#include <dayvex/model/sharedsettings.h>
 
 #include <QApplication>
 #include <QDialog>
@@ -110,4 +113,25 @@ Widget *field(QWidget *form, const char *name)
 inline void press(QWidget *form, const char *button)
 {
     QTest::mouseClick(field<QPushButton>(form, button), Qt::LeftButton);
+}
+
+// A fresh control with default settings and the English texts, showing plan in
+// the day view on a real (offscreen) window.
+inline std::unique_ptr<dayvex::zntDayvex> shownControl(const std::shared_ptr<dayvex::DayvexData> &plan,
+                                                       dayvex::Date startDay = {})
+{
+    dayvex::resetSharedSettings();
+    dayvex::resetLanguage();
+    dayvex::LoadLanguage();
+    auto control = std::make_unique<dayvex::zntDayvex>();
+    control->InitProperties();
+    if (!startDay.isEmpty())
+        control->setStartDay(startDay);
+    control->setPlan(plan);
+    control->resize(1000, 640);
+    control->show();
+    if (!QTest::qWaitForWindowExposed(control.get()))
+        qWarning("the control's window was never exposed");
+    control->Refresh(dayvex::zntPlanShowDay);
+    return control;
 }

@@ -84,21 +84,11 @@ void tst_AppointmentCommands::initTestCase()
 
 void tst_AppointmentCommands::init()
 {
-    resetSharedSettings();
-    resetLanguage();
-    LoadLanguage();
     m_host.reset();
-    m_control = std::make_unique<zntDayvex>();
-    m_control->InitProperties();
-    m_control->setStartDay(at(15));
     m_data = std::make_shared<DayvexData>();
     m_data->Users()->Add("Rossi");
     m_data->Schedules()->Add("7", "Rossi", at(9), at(10), "C1", "Ferri", "Lavoro", "Riunione", "Sala A", at(8, 45));
-    m_control->setPlan(m_data);
-    m_control->resize(1000, 640);
-    m_control->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_control.get()));
-    m_control->Refresh(zntPlanShowDay);
+    m_control = shownControl(m_data, at(15));
 
     zntDayvex *c = m_control.get();
     connect(c, &zntDayvex::BeforeScheduleAdd, this, m_host.before("BeforeScheduleAdd"));

@@ -72,23 +72,14 @@ void tst_ToDoCommands::initTestCase()
 
 void tst_ToDoCommands::init()
 {
-    resetSharedSettings();
-    resetLanguage();
-    LoadLanguage();
     m_host.reset();
-    m_control = std::make_unique<zntDayvex>();
-    m_control->InitProperties();
     m_data = std::make_shared<DayvexData>();
     m_data->Users()->Add("Rossi");
     auto todos = m_data->ToDoS();
     todos->ActiveProjects()->Add("Sito");
     todos->Add("1", "Rossi", "Chiamare", "Il fornitore", at(9, 18), 2, "Sito", false, Date(), at(9, 18, 30));
     todos->Add("2", "Rossi", "Pagare", "", at(8, 9), 1, "Sito", true, at(7, 10), Date());
-    m_control->setPlan(m_data);
-    m_control->resize(1000, 640);
-    m_control->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_control.get()));
-    m_control->Refresh(zntPlanShowDay);
+    m_control = shownControl(m_data);
 
     zntDayvex *c = m_control.get();
     connect(c, &zntDayvex::BeforeTodoAdd, this, m_host.before("BeforeTodoAdd"));
