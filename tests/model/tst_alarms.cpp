@@ -15,6 +15,20 @@ std::shared_ptr<Alarm> addAlarm(Alarms &alarms, const QString &key, double due, 
     return alarms.Add(key, key.left(1), key.mid(1), Date(due), changed, key);
 }
 
+// Everything a host can see of the alarms, in list order.
+QStringList described(const Alarms &alarms)
+{
+    QStringList out;
+    for (const auto &a : alarms)
+        out << QStringLiteral("%1|%2|%3|%4|%5|%6|%7")
+                   .arg(a->Key, a->AlarmType, a->AlarmEventKey)
+                   .arg(a->AlarmDateTime.value())
+                   .arg(a->AlarmChanged)
+                   .arg(a->Showing)
+                   .arg(a->Tag);
+    return out;
+}
+
 QStringList keys(const Alarms &alarms)
 {
     QStringList out;
@@ -32,6 +46,8 @@ private slots:
     void removeAndDuplicates();
     void rebuiltFromRecords();
     void oddDueTimes();
+    void rebuildKeepsAnUnchangedList_data();
+    void rebuildKeepsAnUnchangedList();
 };
 
 void tst_Alarms::keptInDueOrder()
@@ -97,6 +113,65 @@ void tst_Alarms::oddDueTimes()
     QCOMPARE(keys(*Alarms::fromRecords(schedules, todos)), QStringList({"S3"}));
     alarms.setFor('T', "9", Date(nan));
     QVERIFY(!alarms.find("T9"));
+}
+
+enum class Change { None, KeyAssigned, KeyEditedInPlace, ReminderMoved, ReminderCleared, RecordAdded, RecordRemoved,
+                    AlarmSnoozed, AlarmShowing, AlarmTagged, AlarmRemoved, ToDoKeyChanged };
+
+void tst_Alarms::rebuildKeepsAnUnchangedList_data()
+{
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<bool>("reused");
+    QTest::newRow("nothing changed") << Change::None << true;
+    QTest::newRow("key assigned") << Change::KeyAssigned << false;
+    QTest::newRow("key edited in place") << Change::KeyEditedInPlace << false;
+    QTest::newRow("reminder moved") << Change::ReminderMoved << false;
+    QTest::newRow("reminder cleared") << Change::ReminderCleared << false;
+    QTest::newRow("record added") << Change::RecordAdded << false;
+    QTest::newRow("record removed") << Change::RecordRemoved << false;
+    QTest::newRow("alarm snoozed") << Change::AlarmSnoozed << false;
+    QTest::newRow("alarm showing") << Change::AlarmShowing << false;
+    QTest::newRow("alarm tagged") << Change::AlarmTagged << false;
+    QTest::newRow("alarm removed") << Change::AlarmRemoved << false;
+    QTest::newRow("to-do key changed") << Change::ToDoKeyChanged << false;
+}
+
+void tst_Alarms::rebuildKeepsAnUnchangedList()
+{
+    QFETCH(Change, change);
+    QFETCH(bool, reused);
+    Schedules schedules;
+    ToDoS todos;
+    for (int i = 1; i <= 5; ++i)
+        schedules.Add(QString::number(i), "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(i % 2 ? 36863.0 + i : 0));
+    schedules.Add("a", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36863.0 + 3)); // due with S3
+    todos.Add(" 7 ", "", "", "", Date(), 0, "", false, Date(), Date(36862.5));
+    const auto built = Alarms::rebuilt(nullptr, schedules, todos);
+    const auto snoozed = built->Item("S3");
+
+    switch (change) {
+    case Change::None: break;
+    case Change::KeyAssigned: schedules.Item("5")->Key = QStringLiteral("50"); break;
+    case Change::KeyEditedInPlace: schedules.Item("1")->Key[0] = QLatin1Char('9'); break;
+    case Change::ReminderMoved: schedules.Item("3")->ReminderDate = Date(36870.0); break;
+    case Change::ReminderCleared: schedules.Item("1")->ReminderDate = Date(); break;
+    case Change::RecordAdded:
+        schedules.Add("6", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36860.0));
+        break;
+    case Change::RecordRemoved: schedules.Remove("1"); break;
+    case Change::AlarmSnoozed: snoozed->AlarmDateTime = Date(36900.0); break;
+    case Change::AlarmShowing: built->Item("T7")->Showing = true; break;
+    case Change::AlarmTagged: built->Item("S5")->Tag = QStringLiteral("host"); break;
+    case Change::AlarmRemoved: built->Remove("S1"); break;
+    case Change::ToDoKeyChanged: todos.Item(" 7 ")->Key = QStringLiteral("8"); break;
+    }
+
+    const auto again = Alarms::rebuilt(built, schedules, todos);
+    QCOMPARE(again == built, reused);
+    QCOMPARE(described(*again), described(*Alarms::fromRecords(schedules, todos)));
+    // A list given up is left as it was: a snoozed alarm keeps its new time.
+    if (change == Change::AlarmSnoozed)
+        QCOMPARE(snoozed->AlarmDateTime.value(), 36900.0);
 }
 
 QTEST_GUILESS_MAIN(tst_Alarms)

@@ -48,23 +48,35 @@ private slots:
 void tst_Collections::newKey_data()
 {
     QTest::addColumn<QStringList>("keys");
+    QTest::addColumn<QStringList>("removed");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("empty") << QStringList() << "1";
-    QTest::newRow("mixed") << QStringList{"3", "10", "x"} << "11";
-    QTest::newRow("leading numbers") << QStringList{"12abc", "7"} << "13";
-    QTest::newRow("half to even") << QStringList{"2.5"} << "3";
-    QTest::newRow("only text") << QStringList{"a", "b"} << "1";
+    QTest::newRow("empty") << QStringList() << QStringList() << "1";
+    QTest::newRow("mixed") << QStringList{"3", "10", "x"} << QStringList() << "11";
+    QTest::newRow("leading numbers") << QStringList{"12abc", "7"} << QStringList() << "13";
+    QTest::newRow("half to even") << QStringList{"2.5"} << QStringList() << "3";
+    QTest::newRow("only text") << QStringList{"a", "b"} << QStringList() << "1";
+    QTest::newRow("exponent in any case") << QStringList{"1E2", "&h10"} << QStringList() << "101";
+    QTest::newRow("largest removed") << QStringList{"3", "10", "x"} << QStringList{"10"} << "4";
+    QTest::newRow("smaller removed") << QStringList{"3", "10"} << QStringList{"3"} << "11";
+    QTest::newRow("all removed") << QStringList{"3", "10"} << QStringList{"10", "3"} << "1";
+    QTest::newRow("twin of largest removed") << QStringList{"10", "10.0", "4"} << QStringList{"10"} << "11";
 }
 
 void tst_Collections::newKey()
 {
     QFETCH(QStringList, keys);
+    QFETCH(QStringList, removed);
     QFETCH(QString, expected);
     Schedules schedules;
     ToDoS todos;
     for (const QString &key : keys) {
         add(schedules, key, at(2, 9, 0), at(2, 10, 0));
         todos.Add(key, "", "", "", Date(), 0, "", false, Date(), Date());
+        (void)schedules.NewKey(); // asked between changes, as the commands do
+    }
+    for (const QString &key : removed) {
+        schedules.Remove(key);
+        todos.Remove(key);
     }
     QCOMPARE(schedules.NewKey(), expected);
     QCOMPARE(todos.NewKey(), expected);
@@ -83,6 +95,9 @@ void tst_Collections::newKeyAtTheLimit()
     ToDoS beyond; // a key past 32 bits cannot be held as the running maximum
     beyond.Add("9999999999", "", "", "", Date(), 0, "", false, Date(), Date());
     QCOMPARE(errorNumber([&] { beyond.NewKey(); }), int(Error::Overflow));
+    beyond.Add("8", "", "", "", Date(), 0, "", false, Date(), Date());
+    beyond.Remove("9999999999");
+    QCOMPARE(beyond.NewKey(), "9");
 }
 
 void tst_Collections::endCorrection_data()
@@ -173,6 +188,10 @@ void tst_Collections::recordKeyIsNotCollectionKey()
     s->Key = "6";
     QCOMPARE(schedules.Item("5"), s);
     QCOMPARE(errorNumber([&] { schedules.Item("6"); }), int(Error::InvalidArgument));
+    // New keys follow the keys stored, which a change of the record does not move.
+    QCOMPARE(schedules.NewKey(), "6");
+    s->Key = "60";
+    QCOMPARE(schedules.NewKey(), "6");
 }
 
 QTEST_GUILESS_MAIN(tst_Collections)

@@ -706,7 +706,7 @@ void zntDayvex::showNow()
 void zntDayvex::rebuildAlarms()
 {
     if (const std::shared_ptr<DayvexData> plan = Plan())
-        plan->setAlarms(Alarms::fromRecords(*plan->Schedules(), *plan->ToDoS()));
+        plan->setAlarms(Alarms::rebuilt(plan->Alarms(), *plan->Schedules(), *plan->ToDoS()));
 }
 
 void zntDayvex::onCalendarDateClicked(const QDate &date)

@@ -53,18 +53,45 @@ void Alarms::Remove(const QString &key)
         KeyedCollection::Remove(key);
 }
 
-void Alarms::appendInOrder(std::vector<std::shared_ptr<Alarm>> alarms)
+std::shared_ptr<Alarms> Alarms::build(std::vector<Source> sources)
 {
-    std::stable_sort(alarms.begin(), alarms.end(), [](const auto &a, const auto &b) {
-        return dueBefore(a->AlarmDateTime, b->AlarmDateTime);
-    });
-    for (std::shared_ptr<Alarm> &alarm : alarms) {
+    std::vector<size_t> order(sources.size());
+    for (size_t i = 0; i < order.size(); ++i)
+        order[i] = i;
+    std::stable_sort(order.begin(), order.end(),
+                     [&sources](size_t a, size_t b) { return dueBefore(sources[a].due, sources[b].due); });
+    auto list = std::make_shared<Alarms>();
+    for (size_t i : order) {
+        Source &source = sources[i];
+        auto alarm = std::make_shared<Alarm>();
+        alarm->Key = keyFor(source.kind, source.recordKey);
+        alarm->AlarmType = QString(source.kind);
+        alarm->AlarmEventKey = source.recordKey;
+        alarm->AlarmDateTime = source.due;
         try {
-            append(alarm, alarm->Key);
+            list->append(alarm, alarm->Key);
+            source.position = list->Count() - 1;
         } catch (const Error &) {
             // two records whose keys differ only in case share one alarm key: the first one wins
         }
     }
+    list->m_builtFrom = std::make_unique<BuiltFrom>(BuiltFrom{std::move(sources), list->revision()});
+    return list;
+}
+
+bool Alarms::alarmsAsBuilt() const
+{
+    for (const Source &source : m_builtFrom->sources) {
+        if (source.position < 0)
+            continue;
+        const Alarm &alarm = *Item(source.position + 1);
+        const QStringView key(alarm.Key);
+        if (alarm.AlarmChanged || alarm.Showing || !alarm.Tag.isEmpty() || alarm.AlarmDateTime.value() != source.due.value()
+            || alarm.AlarmType.size() != 1 || alarm.AlarmType.front() != source.kind || alarm.AlarmEventKey != source.recordKey
+            || key.isEmpty() || key.front() != source.kind || key.mid(1) != QStringView(source.recordKey).trimmed())
+            return false;
+    }
+    return true;
 }
 
 } // namespace dayvex

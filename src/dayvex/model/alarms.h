@@ -47,31 +47,86 @@ public:
     template <typename ScheduleRange, typename ToDoRange>
     static std::shared_ptr<Alarms> fromRecords(const ScheduleRange &schedules, const ToDoRange &todos);
 
+    // fromRecords for a redraw: current itself when the records' keys and
+    // reminder dates are still those it was built from and its alarms are still
+    // as built, a new list otherwise. The check is one pass that allocates nothing.
+    template <typename ScheduleRange, typename ToDoRange>
+    static std::shared_ptr<Alarms> rebuilt(const std::shared_ptr<Alarms> &current, const ScheduleRange &schedules,
+                                           const ToDoRange &todos);
+
 private:
-    void appendInOrder(std::vector<std::shared_ptr<Alarm>> alarms);
+    // A record with a pending reminder, as the list was built from it.
+    struct Source
+    {
+        QChar kind;
+        QString recordKey; // shares the record's text, so any change to that text detaches from it
+        Date due;
+        qint32 position = -1; // of its alarm, from 0; -1 when a key differing only in case took the alarm
+    };
+    struct BuiltFrom
+    {
+        std::vector<Source> sources; // in record order, appointments first
+        quint64 revision = 0;
+    };
+
+    template <typename Range>
+    static void collect(std::vector<Source> &sources, QChar kind, const Range &records);
+    template <typename Range>
+    static bool sameSources(std::vector<Source>::const_iterator &source, std::vector<Source>::const_iterator end,
+                            QChar kind, const Range &records);
+    static std::shared_ptr<Alarms> build(std::vector<Source> sources);
+    bool alarmsAsBuilt() const;
+
+    std::unique_ptr<BuiltFrom> m_builtFrom; // null unless fromRecords built this list
 };
+
+template <typename Range>
+void Alarms::collect(std::vector<Source> &sources, QChar kind, const Range &records)
+{
+    for (const auto &record : records) {
+        if (isPending(record->ReminderDate))
+            sources.push_back({kind, record->Key, record->ReminderDate});
+    }
+}
+
+template <typename Range>
+bool Alarms::sameSources(std::vector<Source>::const_iterator &source, std::vector<Source>::const_iterator end,
+                         QChar kind, const Range &records)
+{
+    for (const auto &record : records) {
+        if (!isPending(record->ReminderDate))
+            continue;
+        // The same text object, not just equal text: no character of it can have changed.
+        if (source == end || source->kind != kind || source->recordKey.constData() != record->Key.constData()
+            || source->recordKey.size() != record->Key.size() || source->due.value() != record->ReminderDate.value())
+            return false;
+        ++source;
+    }
+    return true;
+}
 
 template <typename ScheduleRange, typename ToDoRange>
 std::shared_ptr<Alarms> Alarms::fromRecords(const ScheduleRange &schedules, const ToDoRange &todos)
 {
-    std::vector<std::shared_ptr<Alarm>> pending;
-    auto collect = [&pending](QChar kind, const QString &key, Date due) {
-        if (!isPending(due))
-            return;
-        auto alarm = std::make_shared<Alarm>();
-        alarm->Key = keyFor(kind, key);
-        alarm->AlarmType = QString(kind);
-        alarm->AlarmEventKey = key;
-        alarm->AlarmDateTime = due;
-        pending.push_back(std::move(alarm));
-    };
-    for (const auto &schedule : schedules)
-        collect(QLatin1Char('S'), schedule->Key, schedule->ReminderDate);
-    for (const auto &todo : todos)
-        collect(QLatin1Char('T'), todo->Key, todo->ReminderDate);
-    auto list = std::make_shared<Alarms>();
-    list->appendInOrder(std::move(pending));
-    return list;
+    std::vector<Source> sources;
+    collect(sources, QLatin1Char('S'), schedules);
+    collect(sources, QLatin1Char('T'), todos);
+    return build(std::move(sources));
+}
+
+template <typename ScheduleRange, typename ToDoRange>
+std::shared_ptr<Alarms> Alarms::rebuilt(const std::shared_ptr<Alarms> &current, const ScheduleRange &schedules,
+                                        const ToDoRange &todos)
+{
+    if (current && current->m_builtFrom && current->m_builtFrom->revision == current->revision()) {
+        const std::vector<Source> &sources = current->m_builtFrom->sources;
+        auto source = sources.cbegin();
+        if (sameSources(source, sources.cend(), QLatin1Char('S'), schedules)
+            && sameSources(source, sources.cend(), QLatin1Char('T'), todos) && source == sources.cend()
+            && current->alarmsAsBuilt())
+            return current;
+    }
+    return fromRecords(schedules, todos);
 }
 
 } // namespace dayvex

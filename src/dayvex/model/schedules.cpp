@@ -40,9 +40,14 @@ void Schedules::setPlaces(std::shared_ptr<dayvex::Places> places)
     m_places = std::move(places);
 }
 
+qint32 Schedules::largestNumericKey() const
+{
+    return m_largestKey.value([this](auto consider) { forEachStoredKey(consider); });
+}
+
 QString Schedules::NewKey() const
 {
-    const qint32 largest = detail::largestNumericKey(*this);
+    const qint32 largest = largestNumericKey();
     if (largest == std::numeric_limits<qint32>::max())
         throw Error::overflow(QStringLiteral("no appointment key is left after 2147483647"));
     return formatNumber(largest + 1, QStringLiteral("#0"));

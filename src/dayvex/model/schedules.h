@@ -2,6 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/model/lookuplists.h>
+#include <dayvex/model/numerickeys.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/keyedcollection.h>
 
@@ -40,9 +41,14 @@ public:
     void AddSorted(const std::shared_ptr<Schedule> &schedule);
 
 private:
+    void keyStored(const QString &key) override { m_largestKey.stored(key); }
+    void keyRemoved(const QString &key) override { m_largestKey.removed(key); }
+    qint32 largestNumericKey() const;
+
     // Declared so that destruction releases the categories, then the places.
     std::shared_ptr<dayvex::Places> m_places;
     std::shared_ptr<dayvex::Categories> m_categories;
+    mutable detail::LargestNumericKey m_largestKey;
 };
 
 } // namespace dayvex

@@ -21,9 +21,14 @@ void ToDoS::setActiveProjects(std::shared_ptr<dayvex::ActiveProjects> projects)
     m_projects = std::move(projects);
 }
 
+qint32 ToDoS::largestNumericKey() const
+{
+    return m_largestKey.value([this](auto consider) { forEachStoredKey(consider); });
+}
+
 QString ToDoS::NewKey() const
 {
-    const qint32 largest = detail::largestNumericKey(*this);
+    const qint32 largest = largestNumericKey();
     // Counted on through the text and a floating-point sum: no 32-bit overflow here.
     return formatNumber(val(QString::number(largest)) + 1.0, QStringLiteral("#0"));
 }

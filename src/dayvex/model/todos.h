@@ -2,6 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/model/lookuplists.h>
+#include <dayvex/model/numerickeys.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/keyedcollection.h>
 
@@ -28,7 +29,12 @@ public:
                               const QString &Tag = QString());
 
 private:
+    void keyStored(const QString &key) override { m_largestKey.stored(key); }
+    void keyRemoved(const QString &key) override { m_largestKey.removed(key); }
+    qint32 largestNumericKey() const;
+
     std::shared_ptr<dayvex::ActiveProjects> m_projects;
+    mutable detail::LargestNumericKey m_largestKey;
 };
 
 } // namespace dayvex

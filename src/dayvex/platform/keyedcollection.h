@@ -80,6 +80,22 @@ public:
     Pointer find(const QString &key) const { return m_byKey.value(fold(key)); }
 
 protected:
+    // Counts every insertion and removal, so that a memo of the entries can tell
+    // whether they are still the ones it saw.
+    quint64 revision() const { return m_revision; }
+
+    // Told of every key stored and removed (case-folded; entries without a key are not told).
+    virtual void keyStored(const QString &) {}
+    virtual void keyRemoved(const QString &) {}
+    template <typename F>
+    void forEachStoredKey(F f) const
+    {
+        for (const Entry &entry : m_entries) {
+            if (!entry.foldedKey.isEmpty())
+                f(entry.foldedKey);
+        }
+    }
+
     // Appends item under key (an empty key stores it without one).
     void append(Pointer item, const QString &key)
     {
@@ -120,17 +136,25 @@ private:
                 throw Error::duplicateKey();
             m_byKey.insert(folded, item);
         }
-        m_entries.insert(m_entries.begin() + qsizetype(index), Entry{std::move(item), std::move(folded)});
+        m_entries.insert(m_entries.begin() + qsizetype(index), Entry{std::move(item), folded});
+        ++m_revision;
+        if (!folded.isEmpty())
+            keyStored(folded);
     }
     void eraseAt(size_t index)
     {
-        if (!m_entries[index].foldedKey.isEmpty())
-            m_byKey.remove(m_entries[index].foldedKey);
+        const QString folded = m_entries[index].foldedKey;
+        if (!folded.isEmpty())
+            m_byKey.remove(folded);
         m_entries.erase(m_entries.begin() + qsizetype(index));
+        ++m_revision;
+        if (!folded.isEmpty())
+            keyRemoved(folded);
     }
 
     Storage m_entries;
     QHash<QString, Pointer> m_byKey;
+    quint64 m_revision = 0;
 };
 
 } // namespace dayvex
