@@ -169,15 +169,15 @@ void tst_Views::todoRows()
     m_control->Refresh();
 
     auto *grid = m_control->findChild<ToDoGrid *>("DaFare");
-    QCOMPARE(grid->horizontalHeaderItem(1)->text(), "pri");
-    QCOMPARE(grid->horizontalHeaderItem(3)->text(), "to do activity");
+    QCOMPARE(grid->model()->headerData(1, Qt::Horizontal).toString(), "pri");
+    QCOMPARE(grid->model()->headerData(3, Qt::Horizontal).toString(), "to do activity");
     QStringList shown;
     for (int row = 0; row < grid->rowCount(); ++row)
-        shown << grid->item(row, 3)->text();
+        shown << grid->cellText(row, 3);
     QCOMPARE(shown, QStringList({"two, second", "two, first", "three, done", "ten"}));
     QCOMPARE(grid->keyAt(2), "1");
-    QCOMPARE(grid->item(2, 3)->foreground().color(), QColor(0x80, 0x80, 0x80));
-    QCOMPARE(grid->item(0, 3)->foreground().color(), QColor(Qt::black));
+    QCOMPARE(grid->model()->index(2, 3).data(Qt::ForegroundRole).value<QColor>(), QColor(0x80, 0x80, 0x80));
+    QCOMPARE(grid->model()->index(0, 3).data(Qt::ForegroundRole).value<QColor>(), QColor(Qt::black));
 }
 
 void tst_Views::boxFollowsResize()
@@ -307,7 +307,7 @@ void tst_Views::detailPane()
     QCOMPARE(m_control->viewSelection().appointmentKey, "a");
     QVERIFY(pane->x() < daFare()->x());
 
-    QTest::mouseClick(daFare()->viewport(), Qt::LeftButton, {}, daFare()->visualItemRect(daFare()->item(0, 3)).center());
+    QTest::mouseClick(daFare()->viewport(), Qt::LeftButton, {}, daFare()->visualRect(daFare()->model()->index(0, 3)).center());
     QCOMPARE(pane->text(), "due to: 09/12/2000\nstate: to be done\nshort description: Call\n"
                            "---------------------------------------\ndescription: Ask for the offer\nand the dates");
     QCOMPARE(m_control->viewSelection().toDoKey, "t1");
@@ -341,7 +341,7 @@ void tst_Views::keyboard()
     addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 60);
     m_data->ToDoS()->Add("t1", {}, "Call", {}, Date(), 1, "P", false, Date(), Date());
     m_control->Refresh(zntPlanShowWeek);
-    QVERIFY(lista()->selectedItems().isEmpty()); // nothing looks selected before a click
+    QVERIFY(lista()->selectionModel()->selectedIndexes().isEmpty()); // nothing looks selected before a click
     QStringList ran;
     for (const char *name : {"mnModifica", "mnModificaAttività", "mnEliminaAttività"})
         connect(entry(name), &QAction::triggered, this, [&ran, name] { ran << QString::fromUtf8(name); });
@@ -397,7 +397,7 @@ void tst_Views::monthSelection()
     QCOMPARE(m_control->viewSelection().appointmentKey, "saturday late");
 
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cellCentre(3, 2)); // an empty day
-    QVERIFY(grid->selectedItems().isEmpty());
+    QVERIFY(grid->selectionModel()->selectedIndexes().isEmpty());
     QCOMPARE(grid->hasHeadingRow(), false);
 }
 

@@ -29,7 +29,7 @@
 #include <QMenu>
 #include <QResizeEvent>
 #include <QTabBar>
-#include <QTableWidget>
+#include <QStandardItem>
 #include <QTimer>
 
 // A host's event: the signal with its arguments, under the host-handler guard.
@@ -500,7 +500,7 @@ void zntDayvex::mnNuovo_Click()
     // The calendar's day at the time of the grid's current row.
     const int row = m_lista->currentRow();
     const auto cell = [this, row](int column) {
-        const QTableWidgetItem *item = row >= 0 ? m_lista->item(row, column) : nullptr;
+        const QStandardItem *item = row >= 0 ? m_lista->item(row, column) : nullptr;
         return item ? item->text() : QString();
     };
     m_appointments->newAppointment(proposedStart(Date::fromDate(m_calendar->selectedDate()), cell(0), cell(1),
@@ -924,8 +924,7 @@ void zntDayvex::onToDoReleased(const QPoint &pos, Qt::MouseButton button, const 
         return;
     const QString key = m_daFare->keyAt(row);
     const bool holdsToDo = !key.isEmpty();
-    const QTableWidgetItem *shortDesc = m_daFare->item(row, 3);
-    const bool done = shortDesc && shortDesc->foreground().color() == QColor(0x80, 0x80, 0x80);
+    const bool done = m_daFare->isDone(row);
     m_mnuAttivitaCompleta->setEnabled(holdsToDo && !done);
     m_mnNuovaAttivita->setEnabled(true);
     m_mnModificaAttivita->setEnabled(holdsToDo);
@@ -934,7 +933,9 @@ void zntDayvex::onToDoReleased(const QPoint &pos, Qt::MouseButton button, const 
     if (row >= 0)
         m_daFare->setCurrentCell(row, holdsToDo ? 1 : 0, QItemSelectionModel::NoUpdate);
     if (holdsToDo)
-        m_daFare->setRangeSelected(QTableWidgetSelectionRange(row, 1, row, m_daFare->columnCount() - 1), true);
+        m_daFare->selectionModel()->select(QItemSelection(m_daFare->model()->index(row, 1),
+                                                          m_daFare->model()->index(row, m_daFare->columnCount() - 1)),
+                                           QItemSelectionModel::Select);
     m_selection.toDoKey = key;
     m_mnuAttivita->popup(globalPos);
 }
@@ -961,7 +962,6 @@ void zntDayvex::layOutChildren()
     m_calendar->setMonthColumns(l.calendarMonths);
     place(m_calendar, l.calendar);
     place(m_lista, l.lista);
-    m_daFare->setColumnCount(4);
     place(m_daFare, l.daFare); // its description column stretches to what the others leave
     place(m_thisDay, l.thisDay);
     place(m_tipoVis, l.tipoVis);

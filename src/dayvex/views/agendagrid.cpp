@@ -116,9 +116,11 @@ private:
 } // namespace
 
 AgendaGrid::AgendaGrid(QWidget *parent)
-    : ViewGrid(0, 3, parent)
+    : ViewGrid(parent)
+    , m_cells(new QStandardItemModel(0, 3, this))
 {
     setObjectName(QStringLiteral("Lista"));
+    setModel(m_cells);
     verticalHeader()->hide();
     horizontalHeader()->hide();
     horizontalHeader()->setMinimumSectionSize(0);
@@ -222,7 +224,7 @@ void AgendaGrid::setWeekHeading(const QStringList &days)
 {
     QStringList labels{QStringLiteral(" "), QStringLiteral(" ")};
     labels << days;
-    setHorizontalHeaderLabels(labels);
+    m_cells->setHorizontalHeaderLabels(labels);
     markTodayHeading();
 }
 
@@ -231,7 +233,7 @@ void AgendaGrid::markTodayHeading()
     if (!hasHeadingRow())
         return;
     for (int column = 2; column < columnCount(); ++column) {
-        QTableWidgetItem *heading = horizontalHeaderItem(column);
+        QStandardItem *heading = horizontalHeaderItem(column);
         if (!heading)
             continue;
         QFont font = heading->font();
@@ -288,12 +290,12 @@ void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
     hourFont.setPointSize(14);
     for (int row = 0; row < rowCount(); ++row) {
         // The time columns label the rows; a click there selects nothing.
-        auto *hour = new QTableWidgetItem(labels[size_t(row)].hour);
+        auto *hour = new QStandardItem(labels[size_t(row)].hour);
         hour->setFont(hourFont);
         hour->setTextAlignment(Qt::AlignHCenter | Qt::AlignTop);
         hour->setFlags(Qt::ItemIsEnabled);
         setItem(row, 0, hour);
-        auto *minutes = new QTableWidgetItem(labels[size_t(row)].minutes);
+        auto *minutes = new QStandardItem(labels[size_t(row)].minutes);
         minutes->setTextAlignment(Qt::AlignCenter);
         minutes->setFlags(Qt::ItemIsEnabled);
         setItem(row, 1, minutes);
@@ -305,7 +307,7 @@ void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
 bool AgendaGrid::showMonthDates(Date from, Date shown)
 {
     static const QString cellFormat = QStringLiteral("ddd d mmm");
-    const QTableWidgetItem *first = item(0, 2);
+    const QStandardItem *first = item(0, 2);
     if (first && first->text() == formatDate(from, cellFormat))
         return false;
 
@@ -316,7 +318,7 @@ bool AgendaGrid::showMonthDates(Date from, Date shown)
     for (int row = 0; row < qMin(rowCount(), MonthRows); row += 2) {
         for (int column = 2; column < qMin(columnCount(), GridColumns); ++column) {
             const Date day = from.addDays((row / 2) * 7 + (column - 2));
-            auto *cell = new QTableWidgetItem(formatDate(day, cellFormat));
+            auto *cell = new QStandardItem(formatDate(day, cellFormat));
             cell->setData(CellDateRole, day.value());
             cell->setBackground(face);
             cell->setForeground(formatDate(day, QStringLiteral("mmmm")) == shownMonth ? inMonth : otherMonth);

@@ -6,6 +6,8 @@
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/viewgrid.h>
 
+#include <QStandardItemModel>
+
 #include <vector>
 
 namespace dayvex {
@@ -21,6 +23,15 @@ class DAYVEX_EXPORT AgendaGrid : public ViewGrid
     Q_OBJECT
 public:
     explicit AgendaGrid(QWidget *parent = nullptr);
+
+    // The cells, as a table of items.
+    using ViewGrid::rowCount;
+    using ViewGrid::columnCount;
+    void setRowCount(int rows) { m_cells->setRowCount(rows); }
+    void setColumnCount(int columns) { m_cells->setColumnCount(columns); }
+    QStandardItem *item(int row, int column) const { return m_cells->item(row, column); }
+    void setItem(int row, int column, QStandardItem *item) { m_cells->setItem(row, column, item); }
+    QStandardItem *horizontalHeaderItem(int column) const { return m_cells->horizontalHeaderItem(column); }
 
     // Column layouts, widths in twips.
     void setDayColumns(double dayColumn);
@@ -101,6 +112,7 @@ private:
     void markTodayHeading();
     void setTwipsWidth(int column, double twips);
 
+    QStandardItemModel *m_cells;
     std::vector<AppointmentBox *> m_boxes;
     int m_boxCount = 0;
     std::vector<Day> m_lists;

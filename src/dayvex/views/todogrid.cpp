@@ -13,14 +13,90 @@
 namespace dayvex {
 
 namespace {
-constexpr int Columns = 4;
 const QColor DoneColor(0x80, 0x80, 0x80);
 } // namespace
 
+void ToDoListModel::fill(const ToDoS &todos, const QStringList &headings)
+{
+    beginResetModel();
+    std::vector<qint16> priorities;
+    priorities.reserve(size_t(todos.Count()));
+    for (const auto &todo : todos)
+        priorities.push_back(todo->Priority);
+    const std::vector<int> order = todoRowOrder(priorities);
+    m_rows.clear();
+    m_rows.reserve(order.size());
+    for (int index : order) {
+        const ToDo &todo = *todos.Item(index + 1);
+        m_rows.push_back({todo.Key, todo.Project, todo.ShortDesc, todo.Priority, todo.Done});
+    }
+    m_headings = headings;
+    endResetModel();
+}
+
+int ToDoListModel::rowOf(const QString &key) const
+{
+    for (size_t row = 0; row < m_rows.size(); ++row) {
+        if (m_rows[row].key == key)
+            return int(row);
+    }
+    return -1;
+}
+
+void ToDoListModel::markDone(int row)
+{
+    m_rows[size_t(row)].done = true;
+    emit dataChanged(index(row, 0), index(row, Columns - 1), {Qt::ForegroundRole});
+}
+
+bool ToDoListModel::isDone(int row) const
+{
+    return row >= 0 && size_t(row) < m_rows.size() && m_rows[size_t(row)].done;
+}
+
+int ToDoListModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
+
+int ToDoListModel::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : Columns;
+}
+
+QVariant ToDoListModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || size_t(index.row()) >= m_rows.size())
+        return {};
+    const Row &row = m_rows[size_t(index.row())];
+    switch (role) {
+    case Qt::DisplayRole:
+        switch (index.column()) {
+        case 0: return row.key;
+        case ToDoGrid::PriorityColumn: return QString::number(row.priority);
+        case ToDoGrid::ProjectColumn: return row.project;
+        default: return row.shortDesc;
+        }
+    case Qt::ForegroundRole:
+        return row.done ? DoneColor : QColor(Qt::black);
+    default:
+        return {};
+    }
+}
+
+QVariant ToDoListModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+        return QAbstractTableModel::headerData(section, orientation, role);
+    return m_headings.value(section);
+}
+
 ToDoGrid::ToDoGrid(QWidget *parent)
-    : ViewGrid(0, Columns, parent)
+    : ViewGrid(parent)
+    , m_rows(new ToDoListModel(this))
 {
     setObjectName(QStringLiteral("DaFare"));
+    setModel(m_rows);
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
@@ -40,56 +116,39 @@ ToDoGrid::ToDoGrid(QWidget *parent)
 
 void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions)
 {
-    const TwipsScale scale = TwipsScale::of(this);
-    setUpdatesEnabled(false);
-    setColumnCount(Columns);
-    setRowCount(0);
-    setColumnWidth(0, 0);
-    setColumnHidden(0, true);
-    setColumnWidth(PriorityColumn, scale.toPixels(300));
-    setColumnWidth(ProjectColumn, scale.toPixels(700));
-
     QStringList headings{QString()};
     for (int i = 0; i < 3; ++i)
         headings << captions.value(i).toLower();
-    setHorizontalHeaderLabels(headings);
+    m_rows->fill(todos, headings);
 
-    std::vector<std::shared_ptr<ToDo>> records(todos.begin(), todos.end());
-    std::vector<qint16> priorities;
-    priorities.reserve(records.size());
-    for (const auto &todo : records)
-        priorities.push_back(todo->Priority);
-    const std::vector<int> order = todoRowOrder(priorities);
-
-    setRowCount(int(order.size()));
-    for (int row = 0; row < rowCount(); ++row) {
-        const ToDo &todo = *records[size_t(order[size_t(row)])];
-        const QString cells[Columns] = {todo.Key, QString::number(todo.Priority), todo.Project, todo.ShortDesc};
-        for (int column = 0; column < Columns; ++column) {
-            auto *cell = new QTableWidgetItem(cells[column]);
-            cell->setForeground(todo.Done ? DoneColor : QColor(Qt::black));
-            setItem(row, column, cell);
-        }
-    }
+    const TwipsScale scale = TwipsScale::of(this);
+    setColumnHidden(0, true);
+    setColumnWidth(PriorityColumn, scale.toPixels(300));
+    setColumnWidth(ProjectColumn, scale.toPixels(700));
     setCurrentCell(-1, -1);
-    setUpdatesEnabled(true);
 }
 
 QString ToDoGrid::keyAt(int row) const
 {
-    const QTableWidgetItem *cell = item(row, 0);
-    return cell ? cell->text() : QString();
+    return cellText(row, 0);
+}
+
+QString ToDoGrid::cellText(int row, int column) const
+{
+    return m_rows->index(row, column).data().toString();
+}
+
+bool ToDoGrid::isDone(int row) const
+{
+    return m_rows->isDone(row);
 }
 
 void ToDoGrid::showDone(const QString &key)
 {
+    // Every row of the key: a host may have stored two to-dos whose keys differ only in case.
     for (int row = 0; row < rowCount(); ++row) {
-        if (keyAt(row) != key)
-            continue;
-        for (int column = 0; column < columnCount(); ++column) {
-            if (QTableWidgetItem *cell = item(row, column))
-                cell->setForeground(DoneColor);
-        }
+        if (keyAt(row) == key)
+            m_rows->markDone(row);
     }
 }
 
@@ -124,11 +183,11 @@ bool ToDoGrid::viewportEvent(QEvent *event)
     // The whole text of a cell, only where the column cuts it.
     const auto *help = static_cast<QHelpEvent *>(event);
     const QModelIndex index = indexAt(help->pos());
-    const QTableWidgetItem *cell = itemFromIndex(index);
+    const QString text = index.data().toString();
     const QRect rect = visualRect(index);
     const int room = rect.width() - 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1);
-    if (cell && fontMetrics().horizontalAdvance(cell->text()) > room)
-        QToolTip::showText(help->globalPos(), cell->text(), viewport(), rect);
+    if (index.isValid() && fontMetrics().horizontalAdvance(text) > room)
+        QToolTip::showText(help->globalPos(), text, viewport(), rect);
     else
         QToolTip::hideText();
     return true;

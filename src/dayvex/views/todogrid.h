@@ -4,9 +4,47 @@
 
 #include <dayvex/views/viewgrid.h>
 
+#include <QAbstractTableModel>
+
+#include <vector>
+
 namespace dayvex {
 
 class ToDoS;
+
+// The rows of the to-do list as the last fill found the to-dos: the texts are
+// shared with the records, so a fill copies no characters.
+class DAYVEX_EXPORT ToDoListModel : public QAbstractTableModel
+{
+    Q_OBJECT
+public:
+    static constexpr int Columns = 4;
+
+    using QAbstractTableModel::QAbstractTableModel;
+
+    void fill(const ToDoS &todos, const QStringList &headings);
+    // The row of the to-do stored under key, -1 for none.
+    int rowOf(const QString &key) const;
+    void markDone(int row);
+    bool isDone(int row) const;
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+private:
+    struct Row
+    {
+        QString key;
+        QString project;
+        QString shortDesc;
+        qint16 priority = 0;
+        bool done = false;
+    };
+    std::vector<Row> m_rows;
+    QStringList m_headings;
+};
 
 // The to-do list: a heading (the horizontal header) and one row per to-do in
 // ascending priority, done ones in grey. Column 0 holds the key and is hidden.
@@ -27,6 +65,10 @@ public:
 
     // The key of the to-do shown in row, empty for a row without one.
     QString keyAt(int row) const;
+    // What a cell shows.
+    QString cellText(int row, int column) const;
+    // Whether row shows a done to-do, in grey.
+    bool isDone(int row) const;
     // Greys the row of the to-do of key, as done ones are shown.
     void showDone(const QString &key);
 
@@ -43,6 +85,7 @@ protected:
     bool viewportEvent(QEvent *event) override;
 
 private:
+    ToDoListModel *m_rows;
     QPoint m_lastMove;
 };
 

@@ -8,6 +8,27 @@
 
 namespace dayvex {
 
+int ViewGrid::rowCount() const
+{
+    return model() ? model()->rowCount() : 0;
+}
+
+int ViewGrid::columnCount() const
+{
+    return model() ? model()->columnCount() : 0;
+}
+
+void ViewGrid::setCurrentCell(int row, int column)
+{
+    setCurrentIndex(model() ? model()->index(row, column) : QModelIndex());
+}
+
+void ViewGrid::setCurrentCell(int row, int column, QItemSelectionModel::SelectionFlags command)
+{
+    if (selectionModel())
+        selectionModel()->setCurrentIndex(model()->index(row, column), command);
+}
+
 std::pair<qint32, qint32> ViewGrid::cellAt(const QPoint &viewportPos) const
 {
     const TwipsScale scale = TwipsScale::of(this);
@@ -27,7 +48,7 @@ std::pair<qint32, qint32> ViewGrid::cellAt(const QPoint &viewportPos) const
 
 void ViewGrid::mouseReleaseEvent(QMouseEvent *event)
 {
-    QTableWidget::mouseReleaseEvent(event);
+    QTableView::mouseReleaseEvent(event);
     emit released(event->position().toPoint(), event->button(), event->globalPosition().toPoint());
 }
 
@@ -42,7 +63,7 @@ void ViewGrid::contextMenuEvent(QContextMenuEvent *event)
 
 void ViewGrid::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    QTableWidget::mouseDoubleClickEvent(event);
+    QTableView::mouseDoubleClickEvent(event);
     if (event->button() == Qt::LeftButton)
         emit doubleClickedAt(event->position().toPoint());
 }
