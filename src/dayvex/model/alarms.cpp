@@ -61,21 +61,27 @@ std::shared_ptr<Alarms> Alarms::build(std::vector<Source> sources)
     std::stable_sort(order.begin(), order.end(),
                      [&sources](size_t a, size_t b) { return dueBefore(sources[a].due, sources[b].due); });
     auto list = std::make_shared<Alarms>();
+    auto builtFrom = std::make_unique<BuiltFrom>();
+    builtFrom->types[0] = QStringLiteral("S");
+    builtFrom->types[1] = QStringLiteral("T");
     for (size_t i : order) {
         Source &source = sources[i];
         auto alarm = std::make_shared<Alarm>();
         alarm->Key = keyFor(source.kind, source.recordKey);
-        alarm->AlarmType = QString(source.kind);
+        alarm->AlarmType = builtFrom->typeOf(source.kind);
         alarm->AlarmEventKey = source.recordKey;
         alarm->AlarmDateTime = source.due;
         try {
             list->append(alarm, alarm->Key);
             source.position = list->Count() - 1;
+            source.alarmKey = alarm->Key;
         } catch (const Error &) {
             // two records whose keys differ only in case share one alarm key: the first one wins
         }
     }
-    list->m_builtFrom = std::make_unique<BuiltFrom>(BuiltFrom{std::move(sources), list->revision()});
+    builtFrom->sources = std::move(sources);
+    builtFrom->revision = list->revision();
+    list->m_builtFrom = std::move(builtFrom);
     return list;
 }
 
@@ -85,10 +91,11 @@ bool Alarms::alarmsAsBuilt() const
         if (source.position < 0)
             continue;
         const Alarm &alarm = *Item(source.position + 1);
-        const QStringView key(alarm.Key);
+        // Texts still shared with the build need no reading; others must read the same.
         if (alarm.AlarmChanged || alarm.Showing || !alarm.Tag.isEmpty() || alarm.AlarmDateTime.value() != source.due.value()
-            || alarm.AlarmType.size() != 1 || alarm.AlarmType.front() != source.kind || alarm.AlarmEventKey != source.recordKey
-            || key.isEmpty() || key.front() != source.kind || key.mid(1) != QStringView(source.recordKey).trimmed())
+            || !(sameText(alarm.AlarmType, m_builtFrom->typeOf(source.kind)) || alarm.AlarmType == QString(source.kind))
+            || !(sameText(alarm.AlarmEventKey, source.recordKey) || alarm.AlarmEventKey == source.recordKey)
+            || !(sameText(alarm.Key, source.alarmKey) || alarm.Key == source.alarmKey))
             return false;
     }
     return true;

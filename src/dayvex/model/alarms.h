@@ -62,11 +62,14 @@ private:
         QString recordKey; // shares the record's text, so any change to that text detaches from it
         Date due;
         qint32 position = -1; // of its alarm, from 0; -1 when a key differing only in case took the alarm
+        QString alarmKey;     // shares the alarm's Key
     };
     struct BuiltFrom
     {
         std::vector<Source> sources; // in record order, appointments first
         quint64 revision = 0;
+        QString types[2]; // "S" and "T", one text shared by every alarm of the kind
+        const QString &typeOf(QChar kind) const { return types[kind == QLatin1Char('S') ? 0 : 1]; }
     };
 
     template <typename Range>
@@ -75,6 +78,11 @@ private:
     static bool sameSources(std::vector<Source>::const_iterator &source, std::vector<Source>::const_iterator end,
                             QChar kind, const Range &records);
     static std::shared_ptr<Alarms> build(std::vector<Source> sources);
+    // The same text object: no character of it can have changed while one holds it.
+    static bool sameText(const QString &a, const QString &b)
+    {
+        return a.constData() == b.constData() && a.size() == b.size();
+    }
     bool alarmsAsBuilt() const;
 
     std::unique_ptr<BuiltFrom> m_builtFrom; // null unless fromRecords built this list
@@ -96,9 +104,8 @@ bool Alarms::sameSources(std::vector<Source>::const_iterator &source, std::vecto
     for (const auto &record : records) {
         if (!isPending(record->ReminderDate))
             continue;
-        // The same text object, not just equal text: no character of it can have changed.
-        if (source == end || source->kind != kind || source->recordKey.constData() != record->Key.constData()
-            || source->recordKey.size() != record->Key.size() || source->due.value() != record->ReminderDate.value())
+        if (source == end || source->kind != kind || !sameText(source->recordKey, record->Key)
+            || source->due.value() != record->ReminderDate.value())
             return false;
         ++source;
     }

@@ -8,9 +8,10 @@
 
 namespace dayvex {
 
-// Plain records shared by the host, the collections and the views. Members are
-// declared in interface order; each is also a property of the same name, so a
-// host can read and set it through the meta-object.
+// Plain records shared by the host, the collections and the views. Each member
+// is also a property of the same name, so a host can read and set it through
+// the meta-object; the properties are declared in interface order, the members
+// so that what every redraw reads of a record (its key and dates) lies together.
 
 // One appointment.
 struct DAYVEX_EXPORT Schedule
@@ -30,16 +31,16 @@ struct DAYVEX_EXPORT Schedule
     Q_PROPERTY(QString Owner MEMBER Owner)
 public:
     QString Key;
-    QString Tag;
-    qint32 Color = 0;   // an RGB value as 0x00BBGGRR; 0 paints with the default colour
+    Date StartDate;
     Date ReminderDate;
+    Date EndDate;
+    qint32 Color = 0;   // an RGB value as 0x00BBGGRR; 0 paints with the default colour
+    QString Tag;
     QString Place;
     QString Description;
     QString Category;
     QString Contact;
     QString ContactCode;
-    Date EndDate;
-    Date StartDate;
     QString Owner;
 };
 
@@ -60,12 +61,12 @@ struct DAYVEX_EXPORT ToDo
     Q_PROPERTY(QString Owner MEMBER Owner)
 public:
     QString Key;
-    QString Tag;
     Date ReminderDate;
-    Date DateDone;
-    bool Done = false;
-    QString Project;
     qint16 Priority = 0;
+    bool Done = false;
+    Date DateDone;
+    QString Tag;
+    QString Project;
     Date DueTo;
     QString LongDesc;
     QString ShortDesc;
