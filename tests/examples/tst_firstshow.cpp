@@ -74,7 +74,7 @@ void tst_FirstShow::weekBoxesStandWherePlaced()
     QCOMPARE(m_window->control()->CurrentView(), qint16(zntPlanShowWeek));
     std::vector<BoxInput> inputs;
     for (int i = 0; i < grid->boxCount(); ++i)
-        inputs.push_back({grid->box(i)->entry().times, weekdayFromMonday(grid->box(i)->entry().start) - 1});
+        inputs.push_back({grid->box(i)->entry().times(), weekdayFromMonday(grid->box(i)->entry().start) - 1});
     GridGeometry g = grid->boxGeometry(true);
     g.dayStart = Date::fromTime(QTime(8, 0));
     g.step = 30;

@@ -150,9 +150,9 @@ void tst_Views::monthDaysAndLists()
     QCOMPARE(grid->item(0, 6)->foreground().color(), palette.color(QPalette::ButtonText));
 
     QCOMPARE(grid->dayListCount(), 2);
-    QListWidget *friday = grid->dayList(1);
+    DayList *friday = grid->dayList(1);
     QCOMPARE(friday->count(), 2);
-    QVERIFY(friday->item(0)->text().startsWith("09:00-09:30 Rossi: Sala A | Ferri | first a"));
+    QVERIFY(friday->lineText(0).startsWith("09:00-09:30 Rossi: Sala A | Ferri | first a"));
     QCOMPARE(friday->geometry().left(), grid->columnViewportPosition(6) + 1);
     QCOMPARE(friday->geometry().top(), grid->rowViewportPosition(1));
     QCOMPARE(m_control->findChild<QLabel *>("ThisDay")->text(), "December 2000");
@@ -380,11 +380,11 @@ void tst_Views::monthSelection()
     QCOMPARE(grid->dayListCount(), 2);
     DayList *friday = grid->dayList(0);
     DayList *saturday = grid->dayList(1);
-    const QPoint firstLine = friday->visualItemRect(friday->item(0)).center();
+    const QPoint firstLine = friday->visualRect(friday->model()->index(0, 0)).center();
     QTest::mouseClick(friday->viewport(), Qt::LeftButton, {}, firstLine);
     QTest::mouseClick(saturday->viewport(), Qt::LeftButton, {}, firstLine);
-    QVERIFY(friday->selectedItems().isEmpty());
-    QCOMPARE(saturday->selectedItems().size(), 1);
+    QVERIFY(friday->selectionModel()->selectedIndexes().isEmpty());
+    QCOMPARE(saturday->selectionModel()->selectedIndexes().size(), 1);
     QCOMPARE(m_control->viewSelection().pressedListIndex, 1);
 
     // Delete acts on the line the keyboard selected, not on the one clicked before.

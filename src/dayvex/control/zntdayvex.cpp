@@ -654,22 +654,13 @@ void zntDayvex::drawAppointments()
     std::vector<AgendaEntry> entries;
     if (const std::shared_ptr<DayvexData> plan = Plan()) {
         const SharedSettings &shared = sharedSettings();
-        for (const std::shared_ptr<Schedule> &s : appointmentsStartingIn(*plan->Schedules(), range)) {
-            AgendaEntry entry;
-            entry.key = s->Key;
-            entry.line = appointmentLine(s->StartDate, s->EndDate, shared.MultiUserEnabled, s->Owner, s->Place,
-                                         s->Contact, s->Description);
-            entry.times = entry.line.left(11);
-            entry.dates = formatDate(s->StartDate, shared.DateFormat) + QLatin1Char('-')
-                          + formatDate(s->EndDate, shared.DateFormat);
-            entry.description = s->Description;
-            entry.start = s->StartDate;
-            entry.color = s->Color;
-            entries.push_back(std::move(entry));
-        }
+        const std::vector<std::shared_ptr<Schedule>> shown = appointmentsStartingIn(*plan->Schedules(), range);
+        entries.reserve(shown.size());
+        for (const std::shared_ptr<Schedule> &s : shown)
+            entries.emplace_back(*s, shared.MultiUserEnabled, shared.DateFormat);
     }
     if (view == zntPlanShowMonth)
-        m_lista->showDayLists(entries);
+        m_lista->showDayLists(std::move(entries));
     else
         m_lista->showBoxes(entries);
     drawView(view);
@@ -890,11 +881,11 @@ void zntDayvex::showDayListDetails(int index)
     if (!selectDayLine(index))
         return;
     const DayList *list = m_lista->dayList(index);
-    const QString text = list->currentItem()->text();
+    const QString text = list->lineText(list->currentRow());
     // The day's date text is its first appointment's.
     const QRect cell(list->mapTo(this, QPoint(0, 0)), list->size());
     m_frShowApp->showAt(m_frShowApp->areaBeside(cell, m_lista->geometry()),
-                        detail::listCaption(m_lista->dayListEntries(index).front().dates, text),
+                        detail::listCaption(m_lista->dayListEntries(index).front().dates(), text),
                         detail::listText(text));
 }
 

@@ -351,7 +351,7 @@ AgendaGrid::Day &AgendaGrid::dayListAt(int index)
                     day.list->clearSelection();
             }
         });
-        m_lists.push_back({list, Date(), {}});
+        m_lists.push_back({list, Date()});
         emit dayListCreated(list);
     }
     return m_lists[size_t(index)];
@@ -380,27 +380,20 @@ void AgendaGrid::showBoxes(const std::vector<AgendaEntry> &entries)
     m_boxCount = count;
 }
 
-void AgendaGrid::showDayLists(const std::vector<AgendaEntry> &entries)
+void AgendaGrid::showDayLists(std::vector<AgendaEntry> entries)
 {
     clearItems();
-    int current = -1;
-    for (const AgendaEntry &entry : entries) {
-        // A list per day: the next one begins with the first appointment of a later day.
-        if (current < 0 || m_lists[size_t(current)].day < entry.start.datePart()) {
-            Day &day = dayListAt(++current);
-            day.day = entry.start.datePart();
-            day.entries.clear();
-            day.list->clear();
-        }
-        Day &day = m_lists[size_t(current)];
-        day.entries.push_back(entry);
-        auto *line = new QListWidgetItem(entry.line, day.list);
-        line->setData(DayList::ShortLineRole, entry.line.left(5) + QLatin1Char(' ')
-                                                  + (entry.description.isEmpty() ? entry.line.mid(12) : entry.description));
-        if (entry.color != 0)
-            line->setBackground(oleColor(quint32(entry.color), palette()));
+    // A list per day: the next one begins with the first appointment of a later day.
+    for (auto first = entries.begin(); first != entries.end();) {
+        const Date day = first->start.datePart();
+        auto last = first + 1;
+        while (last != entries.end() && !(day < last->start.datePart()))
+            ++last;
+        Day &list = dayListAt(m_listCount++);
+        list.day = day;
+        list.list->setEntries({std::make_move_iterator(first), std::make_move_iterator(last)});
+        first = last;
     }
-    m_listCount = current + 1;
 }
 
 GridGeometry AgendaGrid::boxGeometry(bool week) const
@@ -430,7 +423,7 @@ void AgendaGrid::placeBoxes(bool week, Date dayStart, qint16 step)
     inputs.reserve(size_t(m_boxCount));
     for (int i = 0; i < m_boxCount; ++i) {
         const AgendaEntry &entry = m_boxes[size_t(i)]->entry();
-        inputs.push_back({entry.times, week ? weekdayFromMonday(entry.start) - 1 : 0});
+        inputs.push_back({entry.times(), week ? weekdayFromMonday(entry.start) - 1 : 0});
     }
     const std::vector<BoxPlacement> placed = dayvex::placeBoxes(inputs, g);
 

@@ -55,7 +55,7 @@ public:
     // Replaces the boxes (day and week views) or the day lists (month view) of
     // the last drawing. Entries are expected in order of start.
     void showBoxes(const std::vector<AgendaEntry> &entries);
-    void showDayLists(const std::vector<AgendaEntry> &entries);
+    void showDayLists(std::vector<AgendaEntry> entries);
     // Hides every box and list.
     void clearItems();
 
@@ -82,7 +82,7 @@ public:
     int dayListCount() const { return m_listCount; }
     DayList *dayList(int index) const { return m_lists[size_t(index)].list; }
     Date dayListDate(int index) const { return m_lists[size_t(index)].day; }
-    const std::vector<AgendaEntry> &dayListEntries(int index) const { return m_lists[size_t(index)].entries; }
+    const std::vector<AgendaEntry> &dayListEntries(int index) const { return m_lists[size_t(index)].list->entries(); }
 
     // The geometry of the grid as the box placer sees it, in viewport twips.
     GridGeometry boxGeometry(bool week) const;
@@ -104,7 +104,6 @@ private:
     {
         DayList *list = nullptr;
         Date day;
-        std::vector<AgendaEntry> entries;
     };
 
     AppointmentBox *boxAt(int index);

@@ -35,7 +35,7 @@ QFont AppointmentBox::boxFont()
 
 void AppointmentBox::setEntry(const AgendaEntry &entry)
 {
-    if (entry.line != m_entry.line)
+    if (entry.line() != m_entry.line())
         m_fittedFor = QSize();
     m_entry = entry;
     m_background = entry.color != 0 ? oleColor(quint32(entry.color), palette())
@@ -55,7 +55,7 @@ const FittedText &AppointmentBox::shownText()
         const QRect area = textArea();
         // At least one line, clipped if the box is lower than a line.
         const int lines = qMax(1, int(area.height() / metrics.lineSpacing()));
-        m_fitted = fitLines(m_entry.line, area.width(), lines,
+        m_fitted = fitLines(m_entry.line(), area.width(), lines,
                             [&metrics](const QString &text) { return metrics.horizontalAdvance(text); });
         m_fittedFor = size();
         m_lines.clear();
@@ -95,7 +95,7 @@ bool AppointmentBox::event(QEvent *event)
         return QWidget::event(event);
     // The whole line, where the box cuts it.
     if (shownText().cut)
-        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), m_entry.line, this);
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), m_entry.line(), this);
     else
         QToolTip::hideText();
     return true;

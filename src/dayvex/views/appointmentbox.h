@@ -1,7 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
-#include <dayvex/platform/date.h>
+#include <dayvex/views/agendaentry.h>
 
 #include <dayvex/views/itemgestures.h>
 #include <dayvex/views/textfit.h>
@@ -12,18 +12,6 @@
 #include <vector>
 
 namespace dayvex {
-
-// What the views show of one appointment.
-struct AgendaEntry
-{
-    QString key;
-    QString line;   // the appointment line: times, owner, place | contact | description
-    QString times;  // "hh:mm-hh:mm", the box's tag
-    QString dates;  // start and end in the date format, joined by "-"
-    QString description;
-    Date start;
-    qint32 color = 0; // 0x00BBGGRR; 0 for the default background
-};
 
 // One appointment box laid over the time grid. It paints its text itself, so
 // that a week with a thousand boxes stays cheap to build and to redraw.

@@ -1,5 +1,6 @@
 #include "daylist.h"
 
+#include <dayvex/platform/color.h>
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/textfit.h>
 
@@ -36,11 +37,45 @@ QString plusMark(int lines)
 }
 } // namespace
 
+void DayLines::setEntries(std::vector<AgendaEntry> entries, const QPalette &palette)
+{
+    beginResetModel();
+    m_entries = std::move(entries);
+    m_palette = palette;
+    endResetModel();
+}
+
+int DayLines::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_entries.size());
+}
+
+QVariant DayLines::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || size_t(index.row()) >= m_entries.size())
+        return {};
+    const AgendaEntry &entry = m_entries[size_t(index.row())];
+    switch (role) {
+    case Qt::DisplayRole:
+        return entry.line();
+    case ShortLineRole:
+        return entry.line().left(5) + QLatin1Char(' ')
+               + (entry.description.isEmpty() ? entry.line().mid(12) : entry.description);
+    case Qt::BackgroundRole:
+        return entry.color != 0 ? QVariant(oleColor(quint32(entry.color), m_palette)) : QVariant();
+    default:
+        return {};
+    }
+}
+
 DayList::DayList(int index, QWidget *parent)
-    : QListWidget(parent)
+    : QListView(parent)
     , m_index(index)
+    , m_lines(new DayLines(this))
 {
     setObjectName(QStringLiteral("lstApp"));
+    setModel(m_lines);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
     setFrameShape(QFrame::NoFrame);
     setFont(AppointmentBox::boxFont());
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -51,6 +86,21 @@ DayList::DayList(int index, QWidget *parent)
     setUniformItemSizes(true);
     setItemDelegate(new ShortLineDelegate(this));
     m_gestures = new ItemGestures(this);
+}
+
+void DayList::setEntries(std::vector<AgendaEntry> entries)
+{
+    m_lines->setEntries(std::move(entries), palette());
+}
+
+QString DayList::lineText(int line) const
+{
+    return m_lines->index(line).data().toString();
+}
+
+void DayList::setCurrentRow(int line)
+{
+    setCurrentIndex(m_lines->index(line));
 }
 
 int DayList::hiddenLines() const
@@ -64,13 +114,13 @@ int DayList::hiddenLines() const
 
 void DayList::mousePressEvent(QMouseEvent *event)
 {
-    QListWidget::mousePressEvent(event);
+    QListView::mousePressEvent(event);
     emit pressed(this, indexAt(event->position().toPoint()).row());
 }
 
 void DayList::mouseReleaseEvent(QMouseEvent *event)
 {
-    QListWidget::mouseReleaseEvent(event);
+    QListView::mouseReleaseEvent(event);
     m_gestures->mouseReleased(event);
 }
 
@@ -82,18 +132,18 @@ void DayList::mouseDoubleClickEvent(QMouseEvent *event)
 void DayList::keyPressEvent(QKeyEvent *event)
 {
     if (!m_gestures->keyPressed(event, currentRow() >= 0))
-        QListWidget::keyPressEvent(event);
+        QListView::keyPressEvent(event);
 }
 
 void DayList::contextMenuEvent(QContextMenuEvent *event)
 {
-    if (event->reason() == QContextMenuEvent::Keyboard && currentItem())
-        m_gestures->menuKeyPressed(viewport()->mapToGlobal(visualItemRect(currentItem()).center()));
+    if (event->reason() == QContextMenuEvent::Keyboard && currentIndex().isValid())
+        m_gestures->menuKeyPressed(viewport()->mapToGlobal(visualRect(currentIndex()).center()));
 }
 
 void DayList::paintEvent(QPaintEvent *event)
 {
-    QListWidget::paintEvent(event);
+    QListView::paintEvent(event);
     const int hidden = hiddenLines();
     if (hidden == 0)
         return;
@@ -109,12 +159,12 @@ void DayList::paintEvent(QPaintEvent *event)
 bool DayList::viewportEvent(QEvent *event)
 {
     if (event->type() != QEvent::ToolTip)
-        return QListWidget::viewportEvent(event);
+        return QListView::viewportEvent(event);
     // A line always shows less than the appointment line: the tooltip has it whole.
     const auto *help = static_cast<QHelpEvent *>(event);
-    const QListWidgetItem *line = itemAt(help->pos());
-    if (line)
-        QToolTip::showText(help->globalPos(), line->text(), viewport(), visualItemRect(line));
+    const QModelIndex line = indexAt(help->pos());
+    if (line.isValid())
+        QToolTip::showText(help->globalPos(), line.data().toString(), viewport(), visualRect(line));
     else
         QToolTip::hideText();
     return true;

@@ -2,27 +2,62 @@
 
 #include <dayvex/dayvex_export.h>
 
+#include <dayvex/views/agendaentry.h>
 #include <dayvex/views/itemgestures.h>
 
-#include <QListWidget>
+#include <QAbstractListModel>
+#include <QListView>
+#include <QPalette>
+
+#include <vector>
 
 namespace dayvex {
 
-// The appointments of one day of the month view, laid into the day's cell. A
-// line shows its start time and description, cut to the cell with "…" (the
-// item's text stays the whole appointment line, which the tooltip shows); "+N"
-// in the corner counts the lines below what the cell shows.
-class DAYVEX_EXPORT DayList : public QListWidget
+// The appointments of one day as lines: a line's text is made only when the
+// list shows it.
+class DAYVEX_EXPORT DayLines : public QAbstractListModel
 {
     Q_OBJECT
 public:
     // The short form of a line that the cell shows.
     static constexpr int ShortLineRole = Qt::UserRole + 1;
 
+    using QAbstractListModel::QAbstractListModel;
+
+    const std::vector<AgendaEntry> &entries() const { return m_entries; }
+    // palette: where the appointments' colours are looked up.
+    void setEntries(std::vector<AgendaEntry> entries, const QPalette &palette);
+
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+
+private:
+    std::vector<AgendaEntry> m_entries;
+    QPalette m_palette;
+};
+
+// The appointments of one day of the month view, laid into the day's cell. A
+// line shows its start time and description, cut to the cell with "…" (the
+// whole appointment line is the line's text, which the tooltip shows); "+N"
+// in the corner counts the lines below what the cell shows.
+class DAYVEX_EXPORT DayList : public QListView
+{
+    Q_OBJECT
+public:
+    static constexpr int ShortLineRole = DayLines::ShortLineRole;
+
     DayList(int index, QWidget *parent = nullptr);
 
     // The list's place among the day lists of the grid.
     int index() const { return m_index; }
+    const std::vector<AgendaEntry> &entries() const { return m_lines->entries(); }
+    void setEntries(std::vector<AgendaEntry> entries);
+    int count() const { return int(entries().size()); }
+    // The whole appointment line of line.
+    QString lineText(int line) const;
+    // The line with the keyboard focus; -1 for none.
+    int currentRow() const { return currentIndex().row(); }
+    void setCurrentRow(int line);
     // Lines below the last one in view.
     int hiddenLines() const;
     // Clicks, double clicks, right clicks, Delete and Enter on the list.
@@ -43,6 +78,7 @@ protected:
 
 private:
     int m_index;
+    DayLines *m_lines;
     ItemGestures *m_gestures = nullptr;
 };
 

@@ -18,12 +18,12 @@ namespace detail {
 
 QString boxCaption(const AgendaEntry &entry)
 {
-    return entry.dates.left(16) + QStringLiteral(" - ") + entry.times.right(5);
+    return entry.dates().left(16) + QStringLiteral(" - ") + entry.times().right(5);
 }
 
 QString boxText(const AgendaEntry &entry)
 {
-    QString text = entry.line;
+    QString text = entry.line();
     return text.replace(QLatin1Char('|'), QChar::ParagraphSeparator);
 }
 

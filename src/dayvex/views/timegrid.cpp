@@ -194,11 +194,33 @@ std::vector<BoxPlacement> placeBoxes(const std::vector<BoxInput> &boxes, const G
 QString appointmentLine(Date start, Date end, bool multiUser, const QString &owner, const QString &place,
                         const QString &contact, const QString &description)
 {
-    QString line = formatDate(start, QStringLiteral("hh:mm")) + QLatin1Char('-')
-                   + formatDate(end, QStringLiteral("hh:mm")) + QLatin1Char(' ');
+    return appointmentLine(clockSpan(start, end), multiUser, owner, place, contact, description);
+}
+
+QString appointmentLine(const QString &times, bool multiUser, const QString &owner, const QString &place,
+                        const QString &contact, const QString &description)
+{
+    QString line = times + QLatin1Char(' ');
     if (multiUser)
         line += owner + QStringLiteral(": ");
     return line + place.trimmed() + QStringLiteral(" | ") + contact + QStringLiteral(" | ") + description;
+}
+
+QString clockSpan(Date start, Date end)
+{
+    // Written directly: a box per appointment in view asks for this on every redraw.
+    char16_t text[12]; // "hh:mm-hh:mm-"
+    char16_t *out = text;
+    for (const Date date : {start, end}) {
+        const QTime time = date.finiteOrEmpty().toTime();
+        for (const int part : {time.hour(), time.minute()}) {
+            *out++ = char16_t(u'0' + part / 10);
+            *out++ = char16_t(u'0' + part % 10);
+            *out++ = u':';
+        }
+        out[-1] = u'-';
+    }
+    return QString(reinterpret_cast<const QChar *>(text), 11);
 }
 
 Date monthFirstCell(Date selected, bool dayFirst)

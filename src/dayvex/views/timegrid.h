@@ -86,6 +86,11 @@ DAYVEX_EXPORT std::vector<BoxPlacement> placeBoxes(const std::vector<BoxInput> &
 // place, " | ", the contact, " | ", the description. The separators are always written.
 DAYVEX_EXPORT QString appointmentLine(Date start, Date end, bool multiUser, const QString &owner,
                                       const QString &place, const QString &contact, const QString &description);
+// The same from the span's clockSpan text.
+DAYVEX_EXPORT QString appointmentLine(const QString &times, bool multiUser, const QString &owner,
+                                      const QString &place, const QString &contact, const QString &description);
+// "hh:mm-hh:mm" of start and end, as formatDate writes each with "hh:mm".
+DAYVEX_EXPORT QString clockSpan(Date start, Date end);
 
 // First day shown and the day after the last, per view (1 day, 2 week, 3 month).
 struct DateRange
