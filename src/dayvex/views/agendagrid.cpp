@@ -278,12 +278,31 @@ QRect AgendaGrid::nowLine() const
     return m_nowLine->isVisible() ? m_nowLine->geometry() : QRect();
 }
 
+bool AgendaGrid::showsTimeRows(const std::vector<SlotLabel> &labels) const
+{
+    if (labels.empty() || labels.size() != size_t(rowCount()))
+        return false;
+    for (size_t row = 0; row < labels.size(); ++row) {
+        const QStandardItem *hour = item(int(row), 0);
+        const QStandardItem *minutes = item(int(row), 1);
+        if (!hour || !minutes || hour->text() != labels[row].hour || minutes->text() != labels[row].minutes)
+            return false;
+    }
+    return true;
+}
+
 void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
 {
-    clearSpans();
-    setRowCount(0);
     setTwipsWidth(0, TimeColumnWidth);
     setTwipsWidth(1, TimeColumnWidth);
+    // Rows with the same labels stay: new ones would be laid out and their
+    // texts shaped again. The current cell goes either way.
+    if (showsTimeRows(labels)) {
+        selectionModel()->clear();
+        return;
+    }
+    clearSpans();
+    setRowCount(0);
     setRowCount(int(labels.size()));
 
     QFont hourFont = font();
@@ -438,8 +457,8 @@ void AgendaGrid::placeBoxes(bool week, Date dayStart, qint16 step)
         }
         box->setGeometry(scale.toPixels(p.left), scale.toPixels(p.top), scale.toPixels(p.width),
                          scale.toPixels(p.height));
+        // The pool's order is the drawing order already.
         box->show();
-        box->raise();
     }
     viewport()->setUpdatesEnabled(true);
 }

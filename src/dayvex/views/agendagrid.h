@@ -109,6 +109,7 @@ private:
     AppointmentBox *boxAt(int index);
     Day &dayListAt(int index);
     void markTodayHeading();
+    bool showsTimeRows(const std::vector<SlotLabel> &labels) const;
     void setTwipsWidth(int column, double twips);
 
     QStandardItemModel *m_cells;

@@ -18,7 +18,9 @@ AppointmentBox::AppointmentBox(QWidget *parent)
     setObjectName(QStringLiteral("txApp"));
     setFont(boxFont());
     setFocusPolicy(Qt::ClickFocus);
-    setAttribute(Qt::WA_OpaquePaintEvent);
+    // Not opaque: an opaque child cuts its rectangle out of the grid's paint region, and a grid
+    // paints every cell once per rectangle of that region.
+
     m_gestures = new ItemGestures(this);
 }
 

@@ -18,18 +18,27 @@ const QColor DoneColor(0x80, 0x80, 0x80);
 
 void ToDoListModel::fill(const ToDoS &todos, const QStringList &headings)
 {
-    beginResetModel();
     std::vector<qint16> priorities;
     priorities.reserve(size_t(todos.Count()));
     for (const auto &todo : todos)
         priorities.push_back(todo->Priority);
     const std::vector<int> order = todoRowOrder(priorities);
-    m_rows.clear();
-    m_rows.reserve(order.size());
+    std::vector<Row> rows;
+    rows.reserve(order.size());
     for (int index : order) {
         const ToDo &todo = *todos.Item(index + 1);
-        m_rows.push_back({todo.Key, todo.Project, todo.ShortDesc, todo.Priority, todo.Done});
+        rows.push_back({todo.Key, todo.Project, todo.ShortDesc, todo.Priority, todo.Done});
     }
+    // As many rows as before: new data for the same rows, which the view can
+    // paint without laying out the table again.
+    if (rows.size() == m_rows.size() && headings == m_headings) {
+        m_rows.swap(rows);
+        if (!m_rows.empty())
+            emit dataChanged(index(0, 0), index(int(m_rows.size()) - 1, Columns - 1));
+        return;
+    }
+    beginResetModel();
+    m_rows.swap(rows);
     m_headings = headings;
     endResetModel();
 }
@@ -125,7 +134,7 @@ void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions)
     setColumnHidden(0, true);
     setColumnWidth(PriorityColumn, scale.toPixels(300));
     setColumnWidth(ProjectColumn, scale.toPixels(700));
-    setCurrentCell(-1, -1);
+    selectionModel()->clear();
 }
 
 QString ToDoGrid::keyAt(int row) const
