@@ -1,9 +1,10 @@
-// Times the control's redraws over generated agendas and prints one line per
-// figure:
-//   dayvex-bench n=<appointments> v=<in the week shown> figure=<name> unit=ms median=.. min=.. max=.. runs=..
-//   dayvex-bench n=.. v=.. figure=<memory.*> unit=KiB value=..
+// Times the control's redraws over generated agendas: n appointments over a
+// year, v of them in the week on show and v in the week after it. Each figure is
+// printed with its target at 100,000 appointments and "ok" or "over":
+//   figure          n       v     unit   median      min      max   target  verdict
 // Without arguments it runs every configuration, each in a fresh process so that
-// the memory figures of one do not carry over to the next.
+// the memory figures of one do not carry over to the next, and ends with the
+// growth of the week's Refresh from 1,000 to 100,000 appointments.
 
 #include <dayvex/dayvex.h>
 
@@ -18,6 +19,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <map>
+#include <optional>
 #include <vector>
 
 using namespace dayvex;
@@ -26,6 +29,64 @@ namespace {
 
 constexpr int Runs = 9;
 const QDate ShownDay(2026, 6, 17); // a Wednesday; its week is 15 to 21 June
+constexpr int TargetAppointments = 100000;
+constexpr double MaxWeekGrowth = 2.0;
+
+// One measured figure, as a child process hands it to the parent.
+struct Figure
+{
+    QString name;
+    int n = 0;
+    int v = 0;
+    QString unit;
+    double median = 0;
+    double min = 0;
+    double max = 0;
+};
+
+// The targets, which hold at 100,000 appointments; none for a figure that has none.
+std::optional<double> targetOf(const Figure &f)
+{
+    if (f.n != TargetAppointments)
+        return std::nullopt;
+    static const std::map<QString, double> common{
+        {QStringLiteral("refresh.month"), 16},  {QStringLiteral("switch.view"), 8},
+        {QStringLiteral("move.week"), 8},       {QStringLiteral("refill.todos"), 2},
+        {QStringLiteral("command.newkey"), 0.1}, {QStringLiteral("memory.data"), 400},
+        {QStringLiteral("memory.control"), 10}};
+    if (f.name == QLatin1String("refresh.day") || f.name == QLatin1String("refresh.week"))
+        return f.v <= 100 ? 8 : 16;
+    if (f.name == QLatin1String("memory.control") && f.v < 1000)
+        return std::nullopt; // the target is for a week of 1,000 boxes
+    const auto it = common.find(f.name);
+    return it == common.end() ? std::nullopt : std::optional<double>(it->second);
+}
+
+void printHeading()
+{
+    std::printf("%-15s %7s %5s %5s %9s %9s %9s %8s  %s\n", "figure", "n", "v", "unit", "median", "min", "max",
+                "target", "verdict");
+}
+
+void printFigure(const Figure &f)
+{
+    const std::optional<double> target = targetOf(f);
+    const QByteArray targetText = target ? QByteArray::number(*target) : QByteArray("-");
+    const char *verdict = !target ? "" : f.median <= *target ? "ok" : "over";
+    std::printf("%-15s %7d %5d %5s %9.3f %9.3f %9.3f %8s  %s\n", qPrintable(f.name), f.n, f.v, qPrintable(f.unit),
+                f.median, f.min, f.max, targetText.constData(), verdict);
+    std::fflush(stdout);
+}
+
+// A child's line: "figure n v unit median min max".
+std::optional<Figure> parseFigure(const QByteArray &line)
+{
+    const QList<QByteArray> parts = line.simplified().split(' ');
+    if (parts.size() != 7)
+        return std::nullopt;
+    return Figure{QString::fromLatin1(parts[0]), parts[1].toInt(), parts[2].toInt(), QString::fromLatin1(parts[3]),
+                  parts[4].toDouble(), parts[5].toDouble(), parts[6].toDouble()};
+}
 
 // Resident memory of the process in KiB, from the kernel's status file.
 long residentKiB()
@@ -48,12 +109,13 @@ void fill(DayvexData &data, int n, int v)
     const QDate yearStart(2026, 1, 1);
     for (int i = 0; i < n; ++i) {
         QDate day;
-        if (i < v) {
-            day = monday.addDays(random.bounded(7)); // the week on show, crowded
+        if (i < 2 * v) {
+            // The week on show and the week after it, which "move a week" shows: v each.
+            day = monday.addDays((i < v ? 0 : 7) + random.bounded(7));
         } else {
             do
                 day = yearStart.addDays(random.bounded(365));
-            while (day >= monday && day < monday.addDays(7));
+            while (day >= monday && day < monday.addDays(14));
         }
         const Date start = Date::fromDateTime(QDateTime(day, QTime(8 + random.bounded(11), 30 * random.bounded(2))));
         schedules->Add(QString::number(i + 1), QStringLiteral("Rossi"), start, start.addMinutes(30 + 30 * random.bounded(4)),
@@ -68,16 +130,35 @@ void fill(DayvexData &data, int n, int v)
                    i % 5 == 0, Date(), Date());
 }
 
+// How a figure leaves a run: the machine line for the parent, the table line otherwise.
+bool g_machineLines = false;
+
+void emitFigure(const Figure &f)
+{
+    if (g_machineLines) {
+        std::printf("%s %d %d %s %.4f %.4f %.4f\n", qPrintable(f.name), f.n, f.v, qPrintable(f.unit), f.median, f.min,
+                    f.max);
+        std::fflush(stdout);
+    } else {
+        printFigure(f);
+    }
+}
+
 void report(int n, int v, const char *figure, std::vector<double> samples)
 {
     std::sort(samples.begin(), samples.end());
-    std::printf("dayvex-bench n=%d v=%d figure=%s unit=ms median=%.3f min=%.3f max=%.3f runs=%zu\n", n, v, figure,
-                samples[samples.size() / 2], samples.front(), samples.back(), samples.size());
-    std::fflush(stdout);
+    emitFigure({QString::fromLatin1(figure), n, v, QStringLiteral("ms"), samples[samples.size() / 2], samples.front(),
+                samples.back()});
 }
 
-// Milliseconds of one step, painted: the control is repainted before the clock stops.
-std::vector<double> measure(zntDayvex &control, const std::function<void(int)> &step)
+void reportValue(int n, int v, const char *figure, const char *unit, double value)
+{
+    emitFigure({QString::fromLatin1(figure), n, v, QString::fromLatin1(unit), value, value, value});
+}
+
+// Milliseconds of one step. painted: the control is repainted before the clock
+// stops, as a Refresh promises a complete repaint.
+std::vector<double> measure(zntDayvex &control, const std::function<void(int)> &step, bool painted = true)
 {
     std::vector<double> samples;
     step(-1); // warm up
@@ -86,7 +167,8 @@ std::vector<double> measure(zntDayvex &control, const std::function<void(int)> &
         QElapsedTimer clock;
         clock.start();
         step(run);
-        control.repaint();
+        if (painted)
+            control.repaint();
         samples.push_back(double(clock.nsecsElapsed()) / 1e6);
     }
     return samples;
@@ -108,8 +190,8 @@ int runOne(int n, int v)
     QCoreApplication::processEvents();
     control.Refresh(zntPlanShowWeek);
     QCoreApplication::processEvents();
-    std::printf("dayvex-bench n=%d v=%d figure=memory.data unit=KiB value=%ld\n", n, v, withData - before);
-    std::printf("dayvex-bench n=%d v=%d figure=memory.control unit=KiB value=%ld\n", n, v, residentKiB() - withData);
+    reportValue(n, v, "memory.data", "B", double(withData - before) * 1024 / n); // per appointment
+    reportValue(n, v, "memory.control", "MiB", double(residentKiB() - withData) / 1024);
 
     const std::pair<zntPlanShowType, const char *> views[] = {
         {zntPlanShowDay, "refresh.day"}, {zntPlanShowWeek, "refresh.week"}, {zntPlanShowMonth, "refresh.month"}};
@@ -138,7 +220,8 @@ int runOne(int n, int v)
                          mSca->Description = QStringLiteral("bench");
                          ExternalHandled = true;
                      });
-    report(n, v, "command.newkey", measure(control, [&](int) { (void)data->Schedules()->NewKey(); }));
+    // A model call: nothing to paint.
+    report(n, v, "command.newkey", measure(control, [&](int) { (void)data->Schedules()->NewKey(); }, false));
     report(n, v, "command.new", measure(control, [&](int) { control.mnNuovo_Click(); }));
     return 0;
 }
@@ -155,24 +238,60 @@ int main(int argc, char *argv[])
                                           QStringLiteral("count"));
     const QCommandLineOption inWeek(QStringLiteral("v"), QStringLiteral("Of them in the week on show."),
                                     QStringLiteral("count"));
+    QCommandLineOption machine(QStringLiteral("machine-lines"), QStringLiteral("One plain line per figure."));
+    machine.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOption(appointments);
     parser.addOption(inWeek);
+    parser.addOption(machine);
     parser.process(app);
 
-    if (parser.isSet(appointments))
-        return runOne(parser.value(appointments).toInt(), parser.value(inWeek).toInt());
+    g_machineLines = parser.isSet(machine);
+    if (parser.isSet(appointments)) {
+        const int n = parser.value(appointments).toInt();
+        const int v = parser.value(inWeek).toInt();
+        if (n < 2 * v || v < 0) {
+            std::fprintf(stderr, "dayvex-bench: n must be at least twice v\n");
+            return 2;
+        }
+        if (!g_machineLines)
+            printHeading();
+        return runOne(n, v);
+    }
 
+    printHeading();
+    std::map<int, double> weekAt; // n -> week Refresh with 100 in view
     for (int n : {1000, 10000, 100000}) {
         for (int v : {100, 1000}) {
+            if (n < 2 * v)
+                continue;
             QProcess child;
-            child.setProcessChannelMode(QProcess::ForwardedChannels);
+            child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
             child.start(QCoreApplication::applicationFilePath(),
-                        {QStringLiteral("-n"), QString::number(n), QStringLiteral("-v"), QString::number(v)});
-            if (!child.waitForFinished(-1) || child.exitCode() != 0) {
+                        {QStringLiteral("-n"), QString::number(n), QStringLiteral("-v"), QString::number(v),
+                         QStringLiteral("--machine-lines")});
+            while (child.state() != QProcess::NotRunning || child.canReadLine()) {
+                if (!child.canReadLine() && !child.waitForReadyRead(-1) && child.state() == QProcess::NotRunning
+                    && !child.canReadLine())
+                    break;
+                while (child.canReadLine()) {
+                    if (const std::optional<Figure> f = parseFigure(child.readLine())) {
+                        printFigure(*f);
+                        if (f->name == QLatin1String("refresh.week") && f->v == 100)
+                            weekAt[f->n] = f->median;
+                    }
+                }
+            }
+            child.waitForFinished(-1);
+            if (child.exitStatus() != QProcess::NormalExit || child.exitCode() != 0) {
                 std::fprintf(stderr, "dayvex-bench: n=%d v=%d failed\n", n, v);
                 return 1;
             }
         }
+    }
+    if (weekAt.count(1000) && weekAt.count(TargetAppointments)) {
+        const double growth = weekAt[TargetAppointments] / weekAt[1000];
+        std::printf("%-15s %7s %5s %5s %9.2f %9s %9s %8.0f  %s\n", "growth.week", "1k-100k", "100", "x", growth, "", "",
+                    MaxWeekGrowth, growth <= MaxWeekGrowth ? "ok" : "over");
     }
     return 0;
 }
