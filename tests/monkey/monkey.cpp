@@ -459,7 +459,12 @@ private:
     {
         if (m_done >= m_steps) {
             closeEverything(); // lets waiting commands return
-            qApp->quit();
+            // A step still under way may open another editor as it returns (a
+            // double click's command): keep closing until every step is back.
+            if (m_depth > 0)
+                postStep();
+            else
+                qApp->quit();
             return;
         }
         postStep();

@@ -4,6 +4,7 @@
 #include <dayvex/platform/color.h>
 #include <dayvex/platform/format.h>
 
+#include <dayvex/views/cachedtextdelegate.h>
 #include <dayvex/views/textfit.h>
 
 #include <QHeaderView>
@@ -35,11 +36,11 @@ QColor todayTint(const QPalette &palette)
 }
 
 // Month captions cut to the shortest form that fits, and the marks of today.
-class AgendaCellDelegate : public QStyledItemDelegate
+class AgendaCellDelegate : public CachedTextDelegate
 {
 public:
     explicit AgendaCellDelegate(AgendaGrid *grid)
-        : QStyledItemDelegate(grid)
+        : CachedTextDelegate(grid)
         , m_grid(grid)
     {
     }
@@ -48,7 +49,7 @@ public:
     {
         if (index.column() == m_grid->todayColumn())
             painter->fillRect(option.rect, todayTint(option.palette));
-        QStyledItemDelegate::paint(painter, option, index);
+        CachedTextDelegate::paint(painter, option, index);
         if (isToday(index)) {
             painter->save();
             painter->setPen(QPen(option.palette.color(QPalette::Highlight), 2));

@@ -2,6 +2,7 @@
 
 #include <dayvex/platform/color.h>
 #include <dayvex/views/appointmentbox.h>
+#include <dayvex/views/cachedtextdelegate.h>
 #include <dayvex/views/textfit.h>
 
 #include <QContextMenuEvent>
@@ -16,10 +17,10 @@ namespace dayvex {
 
 namespace {
 // Paints a line's short form, cut to the width with "…".
-class ShortLineDelegate : public QStyledItemDelegate
+class ShortLineDelegate : public CachedTextDelegate
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using CachedTextDelegate::CachedTextDelegate;
 
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
     {

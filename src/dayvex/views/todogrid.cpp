@@ -2,6 +2,7 @@
 
 #include <dayvex/control/twips.h>
 #include <dayvex/model/todos.h>
+#include <dayvex/views/cachedtextdelegate.h>
 #include <dayvex/views/todoorder.h>
 
 #include <QHeaderView>
@@ -106,6 +107,7 @@ ToDoGrid::ToDoGrid(QWidget *parent)
 {
     setObjectName(QStringLiteral("DaFare"));
     setModel(m_rows);
+    setItemDelegate(new CachedTextDelegate(this));
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);

@@ -1,0 +1,77 @@
+#include "cachedtextdelegate.h"
+
+#include <QApplication>
+#include <QPainter>
+
+namespace dayvex {
+
+namespace {
+constexpr qsizetype MaxLaidOutTexts = 4096;
+} // namespace
+
+const QStaticText &CachedTextDelegate::laidOut(const QString &text, const QFont &font, int width,
+                                               Qt::TextElideMode elide) const
+{
+    Key key{text, font, width, elide};
+    const auto found = m_laidOut.constFind(key);
+    if (found != m_laidOut.cend())
+        return *found;
+    if (m_laidOut.size() >= MaxLaidOutTexts)
+        m_laidOut.clear();
+    QStaticText laid(elide == Qt::ElideNone ? text : QFontMetrics(font).elidedText(text, elide, width));
+    laid.setTextFormat(Qt::PlainText);
+    laid.setPerformanceHint(QStaticText::AggressiveCaching);
+    laid.prepare(QTransform(), font);
+    return *m_laidOut.insert(std::move(key), std::move(laid));
+}
+
+void CachedTextDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    QStyleOptionViewItem opt = option;
+    initStyleOption(&opt, index);
+    const QWidget *widget = opt.widget;
+    const QStyle *style = widget ? widget->style() : QApplication::style();
+
+    painter->save();
+    painter->setClipRect(opt.rect);
+    style->drawPrimitive(QStyle::PE_PanelItemViewItem, &opt, painter, widget);
+
+    if (!opt.text.isEmpty()) {
+        QPalette::ColorGroup group = opt.state & QStyle::State_Enabled ? QPalette::Normal : QPalette::Disabled;
+        if (group == QPalette::Normal && !(opt.state & QStyle::State_Active))
+            group = QPalette::Inactive;
+        painter->setPen(opt.palette.color(group, opt.state & QStyle::State_Selected ? QPalette::HighlightedText
+                                                                                     : QPalette::Text));
+        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+        const QRect area = opt.rect.adjusted(margin, 0, -margin, 0);
+        const QStaticText &text = laidOut(opt.text, opt.font, area.width(), opt.textElideMode);
+        const QSizeF size = text.size();
+        const Qt::Alignment align = QStyle::visualAlignment(opt.direction, opt.displayAlignment);
+        qreal x = area.left();
+        if (align & Qt::AlignRight)
+            x = area.left() + area.width() - size.width();
+        else if (align & Qt::AlignHCenter)
+            x = area.left() + (area.width() - size.width()) / 2;
+        qreal y = area.top() + (area.height() - size.height()) / 2;
+        if (align & Qt::AlignTop)
+            y = area.top();
+        else if (align & Qt::AlignBottom)
+            y = area.top() + area.height() - size.height();
+        painter->setFont(opt.font);
+        painter->drawStaticText(QPointF(x, y), text);
+    }
+
+    if (opt.state & QStyle::State_HasFocus) {
+        QStyleOptionFocusRect focus;
+        focus.QStyleOption::operator=(opt);
+        focus.rect = style->subElementRect(QStyle::SE_ItemViewItemFocusRect, &opt, widget);
+        focus.state |= QStyle::State_KeyboardFocusChange | QStyle::State_Item;
+        const QPalette::ColorGroup group = opt.state & QStyle::State_Enabled ? QPalette::Normal : QPalette::Disabled;
+        focus.backgroundColor =
+            opt.palette.color(group, opt.state & QStyle::State_Selected ? QPalette::Highlight : QPalette::Window);
+        style->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, painter, widget);
+    }
+    painter->restore();
+}
+
+} // namespace dayvex
