@@ -57,8 +57,7 @@ const FittedText &AppointmentBox::shownText()
         const QRect area = textArea();
         // At least one line, clipped if the box is lower than a line.
         const int lines = qMax(1, int(area.height() / metrics.lineSpacing()));
-        m_fitted = fitLines(m_entry.line(), area.width(), lines,
-                            [&metrics](const QString &text) { return metrics.horizontalAdvance(text); });
+        m_fitted = fitLines(m_entry.line(), area.width(), lines, pieceWidths(m_entry.line(), font()));
         m_fittedFor = size();
         m_lines.clear();
         for (const QString &line : m_fitted.lines) {

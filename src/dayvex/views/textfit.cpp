@@ -1,6 +1,9 @@
 #include "textfit.h"
 
+#include <QFontMetricsF>
+
 #include <algorithm>
+#include <memory>
 
 namespace dayvex {
 
@@ -21,6 +24,25 @@ qsizetype fittingLength(const QString &text, const QString &suffix, double width
     return low;
 }
 } // namespace
+
+TextWidth pieceWidths(const QString &text, const QFont &font)
+{
+    // x after each character, from the advances of the characters: no shaping
+    // per piece (kerning between two characters is left out, a fraction of a pixel).
+    const QFontMetricsF metrics(font);
+    auto x = std::make_shared<std::vector<double>>(size_t(text.size()) + 1, 0.0);
+    for (qsizetype i = 0; i < text.size(); ++i)
+        (*x)[size_t(i) + 1] = (*x)[size_t(i)] + metrics.horizontalAdvance(text.at(i));
+    const double ellipsis = metrics.horizontalAdvance(Ellipsis);
+    return [text, x, metrics, ellipsis](const QString &piece) {
+        const bool elided = piece.endsWith(Ellipsis);
+        const QStringView core = elided ? QStringView(piece).chopped(1) : QStringView(piece);
+        const qsizetype at = core.isEmpty() ? 0 : QStringView(text).indexOf(core);
+        if (at < 0)
+            return metrics.horizontalAdvance(piece);
+        return (*x)[size_t(at + core.size())] - (*x)[size_t(at)] + (elided ? ellipsis : 0.0);
+    };
+}
 
 QString elideRight(const QString &text, double width, const TextWidth &measure)
 {

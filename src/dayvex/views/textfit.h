@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+class QFont;
+
 #include <functional>
 #include <vector>
 
@@ -33,6 +35,12 @@ DAYVEX_EXPORT QString firstThatFits(const QStringList &candidates, double width,
 // For texts written in several forms (forms[i] holds text i in each form, longest
 // form first): the first form in which every text fits width; the last when none does.
 DAYVEX_EXPORT int firstFormThatFitsAll(const std::vector<QStringList> &forms, double width, const TextWidth &measure);
+
+// The measure of the pieces of text (its parts, each maybe followed by "…") in
+// font, from one layout of the whole text: fitting a box's line asks for many
+// pieces, and shaping each one again would cost more than the rest of a redraw.
+// Another text is measured on its own.
+DAYVEX_EXPORT TextWidth pieceWidths(const QString &text, const QFont &font);
 
 // The lines of a list that lie below what it shows: count lines, the first shown
 // at firstShown, rowsShown whole rows in view. The "+N" of a month day.
