@@ -26,6 +26,7 @@ private slots:
     void fitLines_data();
     void fitLines();
     void captionForms();
+    void pieceWidths();
     void linesBelow_data();
     void linesBelow();
     void nowLine_data();
@@ -67,6 +68,22 @@ void tst_TextFit::fitLines()
     QCOMPARE(fitted.cut, cut);
     for (const QString &line : fitted.lines)
         QVERIFY(line.size() <= width);
+}
+
+void tst_TextFit::pieceWidths()
+{
+    // Pieces of one text are measured from one layout of it, within the kerning
+    // the characters' advances leave out; any other text is measured whole.
+    const QString text = "09:00-10:30 Rossi: Sala Verde | Ferri | Riunione di bilancio";
+    const QFont font;
+    const QFontMetricsF metrics(font);
+    const TextWidth measure = dayvex::pieceWidths(text, font);
+    for (const QString &piece : {text, text.left(17), text.mid(19, 10), text.left(30) + "…", QString(), QString("…"),
+                                 QString("not in the text")}) {
+        const double exact = metrics.horizontalAdvance(piece);
+        QVERIFY2(qAbs(measure(piece) - exact) <= 1.0, qPrintable(QString("%1: %2 for %3").arg(piece).arg(measure(piece)).arg(exact)));
+    }
+    QCOMPARE(measure("not in the text"), metrics.horizontalAdvance("not in the text"));
 }
 
 void tst_TextFit::captionForms()

@@ -1,6 +1,7 @@
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/model/schedules.h>
+#include <dayvex/views/agendaentry.h>
 #include <dayvex/views/appointmentorder.h>
 #include <dayvex/views/timegrid.h>
 #include <dayvex/views/todoorder.h>
@@ -49,6 +50,8 @@ private slots:
     void wideScreens();
     void oddTimesAndCells();
     void appointmentLineKeepsSeparators();
+    void entryTexts_data();
+    void entryTexts();
     void monthFirstCell_data();
     void monthFirstCell();
     void todoOrder_data();
@@ -225,6 +228,54 @@ void tst_TimeGrid::appointmentLineKeepsSeparators()
     QCOMPARE(appointmentLine(start, start.addMinutes(45), true, "Rossi", " Sala A ", "Ferri", "Riunione"),
              "09:00-09:45 Rossi: Sala A | Ferri | Riunione");
     QCOMPARE(appointmentLine(start, start.addMinutes(45), false, "Rossi", "", "", "x"), "09:00-09:45  |  | x");
+}
+
+void tst_TimeGrid::entryTexts_data()
+{
+    QTest::addColumn<double>("start");
+    QTest::addColumn<double>("end");
+    QTest::newRow("morning") << 46349.375 << 46349.40625;
+    QTest::newRow("a second before midnight rounds up") << 46349.99999 << 46350.5;
+    QTest::newRow("before 1900") << -1.25 << -1.5;
+    QTest::newRow("empty dates") << 0.0 << 0.0;
+    QTest::newRow("NaN shown empty") << std::nan("") << 46349.5;
+    QTest::newRow("out of range") << 1e7 << 46349.5;
+}
+
+// The texts of a box or list line, made when first asked for, read as the
+// formatting of the date format would write them; a date that cannot be written
+// fails when the entry is made, never later while it is painted.
+void tst_TimeGrid::entryTexts()
+{
+    QFETCH(double, start);
+    QFETCH(double, end);
+    Schedule s;
+    s.Key = "7";
+    s.StartDate = Date(start);
+    s.EndDate = Date(end);
+    s.Owner = "Rossi";
+    s.Place = " Sala A ";
+    s.Contact = "Ferri";
+    s.Description = "Riunione";
+    const QString format = "dd/mm/yyyy";
+    QString times, dates;
+    try {
+        times = formatDate(s.StartDate, "hh:mm") + '-' + formatDate(s.EndDate, "hh:mm");
+        dates = formatDate(s.StartDate, format) + '-' + formatDate(s.EndDate, format);
+    } catch (const Error &error) {
+        try {
+            (void)AgendaEntry(s, true, format);
+        } catch (const Error &refused) {
+            QCOMPARE(refused.number(), error.number());
+            return;
+        }
+        QFAIL("an entry was made of a date that cannot be written");
+    }
+    const AgendaEntry entry(s, true, format);
+    QCOMPARE(clockSpan(s.StartDate, s.EndDate), times);
+    QCOMPARE(entry.times(), times);
+    QCOMPARE(entry.line(), times + " Rossi: Sala A | Ferri | Riunione");
+    QCOMPARE(entry.dates(), dates);
 }
 
 void tst_TimeGrid::monthFirstCell_data()

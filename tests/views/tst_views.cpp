@@ -48,6 +48,8 @@ private slots:
     void keyboard();
     void monthSelection();
     void capsPanelFollowsCapsLock();
+    void refreshShowsChangesMadeInPlace_data();
+    void refreshShowsChangesMadeInPlace();
 
 private:
     std::unique_ptr<zntDayvex> m_control;
@@ -55,6 +57,18 @@ private:
     AgendaGrid *lista() const { return m_control->findChild<AgendaGrid *>("Lista"); }
     ToDoGrid *daFare() const { return m_control->findChild<ToDoGrid *>("DaFare"); }
     QAction *entry(const char *name) const { return m_control->findChild<QAction *>(QString::fromUtf8(name)); }
+    // Every appointment line on show, in drawing order.
+    QStringList shownLines() const
+    {
+        QStringList lines;
+        for (int i = 0; i < lista()->boxCount(); ++i)
+            lines << lista()->box(i)->entry().line();
+        for (int i = 0; i < lista()->dayListCount(); ++i) {
+            for (int line = 0; line < lista()->dayList(i)->count(); ++line)
+                lines << lista()->dayList(i)->lineText(line);
+        }
+        return lines;
+    }
     QPoint cellCentre(int row, int column) const
     {
         return lista()->visualRect(lista()->model()->index(row, column)).center();
@@ -413,6 +427,55 @@ void tst_Views::capsPanelFollowsCapsLock()
     QVERIFY(!caps->isEnabled());
     QCOMPARE(caps->text(), "CAPS");
     setCapsLockSource({});
+}
+
+void tst_Views::refreshShowsChangesMadeInPlace_data()
+{
+    QTest::addColumn<int>("view");
+    QTest::addColumn<QString>("change");
+    for (const int view : {zntPlanShowDay, zntPlanShowWeek, zntPlanShowMonth}) {
+        for (const char *change : {"description", "time", "removed", "added", "to-do"})
+            QTest::addRow("%s, view %d", change, view) << view << QString::fromLatin1(change);
+    }
+}
+
+// The host changes records without telling the control: the next Refresh shows
+// exactly what a drawing from scratch would, whatever was kept from the last one.
+void tst_Views::refreshShowsChangesMadeInPlace()
+{
+    QFETCH(int, view);
+    QFETCH(QString, change);
+    const QDate sunday(2000, 12, 3);
+    addAppointment(*m_data, "a", at(sunday, 9), 60);
+    addAppointment(*m_data, "b", at(sunday, 11), 30);
+    m_data->ToDoS()->Add("1", {}, "first", {}, Date(), 1, "P", false, Date(), Date());
+    m_control->Refresh(zntPlanShowType(view));
+    const QStringList before = shownLines();
+    QCOMPARE(before.size(), 2);
+    if (view != zntPlanShowMonth)
+        lista()->setCurrentCell(4, 2);
+
+    const std::shared_ptr<Schedule> a = m_data->Schedules()->Item("a");
+    if (change == "description") {
+        a->Description = QStringLiteral("changed in place");
+    } else if (change == "time") {
+        a->StartDate = at(sunday, 14);
+        a->EndDate = at(sunday, 15);
+    } else if (change == "removed") {
+        m_data->Schedules()->Remove("b");
+    } else if (change == "added") {
+        addAppointment(*m_data, "c", at(sunday, 8), 30);
+    } else {
+        m_data->ToDoS()->Item("1")->ShortDesc = QStringLiteral("renamed");
+    }
+    m_control->Refresh();
+
+    QStringList expected;
+    for (const auto &s : appointmentsStartingIn(*m_data->Schedules(), viewRange(view, Date::fromDate(sunday), true)))
+        expected << appointmentLine(s->StartDate, s->EndDate, m_control->MultiUserEnabled(), s->Owner, s->Place, s->Contact, s->Description);
+    QCOMPARE(shownLines(), expected);
+    QCOMPARE(daFare()->cellText(0, ToDoGrid::DescriptionColumn), change == "to-do" ? "renamed" : "first");
+    QCOMPARE(lista()->currentRow(), -1); // a Refresh leaves no slot selected
 }
 
 QTEST_MAIN(tst_Views)

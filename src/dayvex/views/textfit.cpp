@@ -1,6 +1,10 @@
 #include "textfit.h"
 
 #include <QFontMetricsF>
+#include <QTextLayout>
+
+#include <cmath>
+#include <limits>
 
 #include <algorithm>
 #include <memory>
@@ -27,20 +31,39 @@ qsizetype fittingLength(const QString &text, const QString &suffix, double width
 
 TextWidth pieceWidths(const QString &text, const QFont &font)
 {
-    // x after each character, from the advances of the characters: no shaping
-    // per piece (kerning between two characters is left out, a fraction of a pixel).
+    // The text laid out once on one line; the x of a position is read from it
+    // when a piece first needs it.
+    struct Line
+    {
+        QTextLayout layout;
+        QTextLine line;
+        std::vector<double> x;
+        double at(qsizetype position)
+        {
+            double &known = x[size_t(position)];
+            if (std::isnan(known))
+                known = line.isValid() ? line.cursorToX(int(position)) : 0.0;
+            return known;
+        }
+    };
+    auto laidOut = std::make_shared<Line>();
+    laidOut->layout.setText(text);
+    laidOut->layout.setFont(font);
+    laidOut->layout.beginLayout();
+    laidOut->line = laidOut->layout.createLine();
+    if (laidOut->line.isValid())
+        laidOut->line.setLineWidth(std::numeric_limits<int>::max() / 4);
+    laidOut->layout.endLayout();
+    laidOut->x.assign(size_t(text.size()) + 1, std::nan(""));
     const QFontMetricsF metrics(font);
-    auto x = std::make_shared<std::vector<double>>(size_t(text.size()) + 1, 0.0);
-    for (qsizetype i = 0; i < text.size(); ++i)
-        (*x)[size_t(i) + 1] = (*x)[size_t(i)] + metrics.horizontalAdvance(text.at(i));
     const double ellipsis = metrics.horizontalAdvance(Ellipsis);
-    return [text, x, metrics, ellipsis](const QString &piece) {
+    return [text, laidOut, metrics, ellipsis](const QString &piece) {
         const bool elided = piece.endsWith(Ellipsis);
         const QStringView core = elided ? QStringView(piece).chopped(1) : QStringView(piece);
         const qsizetype at = core.isEmpty() ? 0 : QStringView(text).indexOf(core);
         if (at < 0)
             return metrics.horizontalAdvance(piece);
-        return (*x)[size_t(at + core.size())] - (*x)[size_t(at)] + (elided ? ellipsis : 0.0);
+        return laidOut->at(at + core.size()) - laidOut->at(at) + (elided ? ellipsis : 0.0);
     };
 }
 
