@@ -12,7 +12,7 @@
 #include <QAction>
 #include <QMenu>
 #include <QMouseEvent>
-#include <QTableWidget>
+#include <QTableView>
 #include <QPushButton>
 #include <QTimer>
 #include <QScreen>
@@ -107,8 +107,10 @@ int screenshots(DemoWindow &window, const QDir &dir)
         return 1;
 
     // The to-do menu of a to-do, then its editor.
-    auto *todos = window.control()->findChild<QTableWidget *>(QStringLiteral("DaFare"));
-    const QPoint row = todos->visualItemRect(todos->item(1, 3)).center();
+    auto *todos = window.control()->findChild<QTableView *>(QStringLiteral("DaFare"));
+    if (!todos || todos->model()->rowCount() < 2)
+        return 1;
+    const QPoint row = todos->visualRect(todos->model()->index(1, 3)).center();
     QMouseEvent right(QEvent::MouseButtonRelease, QPointF(row), todos->viewport()->mapToGlobal(QPointF(row)),
                       Qt::RightButton, Qt::NoButton, Qt::NoModifier);
     QCoreApplication::sendEvent(todos->viewport(), &right);

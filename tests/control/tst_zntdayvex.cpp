@@ -5,7 +5,6 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTabBar>
-#include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>

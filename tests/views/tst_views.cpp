@@ -159,6 +159,9 @@ void tst_Views::monthDaysAndLists()
     QCOMPARE(grid->item(0, 2)->text(), "Mon 27 Nov");
     QCOMPARE(grid->item(0, 6)->text(), "Fri 1 Dec");
     QCOMPARE(grid->item(10, 8)->text(), "Sun 7 Jan");
+    // The cells know their dates, which their captions and today's mark are drawn from.
+    QCOMPARE(grid->monthCellDate(0, 6), std::optional<Date>(at(QDate(2000, 12, 1), 0)));
+    QCOMPARE(grid->monthCellDate(1, 6), std::nullopt);
     const QPalette palette = grid->palette();
     QCOMPARE(grid->item(0, 2)->foreground().color(), palette.color(QPalette::Disabled, QPalette::Text));
     QCOMPARE(grid->item(0, 6)->foreground().color(), palette.color(QPalette::ButtonText));

@@ -144,6 +144,8 @@ AgendaGrid::AgendaGrid(QWidget *parent)
     m_nowLine->setObjectName(QStringLiteral("nowLine"));
     m_nowLine->setAttribute(Qt::WA_TransparentForMouseEvents);
     m_nowLine->setAutoFillBackground(true);
+    // A child of the viewport would take its Base role, white: the line fills with its own colour.
+    m_nowLine->setBackgroundRole(QPalette::Window);
     QPalette red = m_nowLine->palette();
     red.setColor(QPalette::Window, QColor(0xd0, 0x20, 0x20));
     m_nowLine->setPalette(red);
@@ -324,6 +326,12 @@ void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
         setSpan(run.first, 0, run.count, 1);
 }
 
+std::optional<Date> AgendaGrid::monthCellDate(int row, int column) const
+{
+    const QVariant date = m_cells->index(row, column).data(CellDateRole);
+    return date.isValid() ? std::optional<Date>(Date(date.toDouble())) : std::nullopt;
+}
+
 bool AgendaGrid::showMonthDates(Date from, Date shown)
 {
     static const QString cellFormat = QStringLiteral("ddd d mmm");
@@ -339,7 +347,7 @@ bool AgendaGrid::showMonthDates(Date from, Date shown)
         for (int column = 2; column < qMin(columnCount(), GridColumns); ++column) {
             const Date day = from.addDays((row / 2) * 7 + (column - 2));
             auto *cell = new QStandardItem(formatDate(day, cellFormat));
-            cell->setData(CellDateRole, day.value());
+            cell->setData(day.value(), CellDateRole);
             cell->setBackground(face);
             cell->setForeground(formatDate(day, QStringLiteral("mmmm")) == shownMonth ? inMonth : otherMonth);
             setItem(row, column, cell);

@@ -8,6 +8,7 @@
 
 #include <QStandardItemModel>
 
+#include <optional>
 #include <vector>
 
 namespace dayvex {
@@ -51,6 +52,8 @@ public:
     // month name differs from shown's. Does nothing when the first cell already
     // shows from. Returns whether the cells were written.
     bool showMonthDates(Date from, Date shown);
+    // The date of a month view's date cell; none for any other cell.
+    std::optional<Date> monthCellDate(int row, int column) const;
 
     // Replaces the boxes (day and week views) or the day lists (month view) of
     // the last drawing. Entries are expected in order of start.

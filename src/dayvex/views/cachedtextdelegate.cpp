@@ -52,11 +52,13 @@ void CachedTextDelegate::paint(QPainter *painter, const QStyleOptionViewItem &op
             x = area.left() + area.width() - size.width();
         else if (align & Qt::AlignHCenter)
             x = area.left() + (area.width() - size.width()) / 2;
-        qreal y = area.top() + (area.height() - size.height()) / 2;
+        // Placed as the styles place a line of text: the font's whole pixels of height, centred in whole pixels.
+        const int height = int(QFontMetricsF(opt.font).height());
+        int y = area.top() + (area.height() - height) / 2;
         if (align & Qt::AlignTop)
             y = area.top();
         else if (align & Qt::AlignBottom)
-            y = area.top() + area.height() - size.height();
+            y = area.top() + area.height() - height;
         painter->setFont(opt.font);
         painter->drawStaticText(QPointF(x, y), text);
     }
