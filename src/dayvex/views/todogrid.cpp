@@ -44,15 +44,6 @@ void ToDoListModel::fill(const ToDoS &todos, const QStringList &headings)
     endResetModel();
 }
 
-int ToDoListModel::rowOf(const QString &key) const
-{
-    for (size_t row = 0; row < m_rows.size(); ++row) {
-        if (m_rows[row].key == key)
-            return int(row);
-    }
-    return -1;
-}
-
 void ToDoListModel::markDone(int row)
 {
     m_rows[size_t(row)].done = true;

@@ -23,8 +23,6 @@ public:
     using QAbstractTableModel::QAbstractTableModel;
 
     void fill(const ToDoS &todos, const QStringList &headings);
-    // The row of the to-do stored under key, -1 for none.
-    int rowOf(const QString &key) const;
     void markDone(int row);
     bool isDone(int row) const;
 
