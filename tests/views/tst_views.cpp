@@ -48,6 +48,7 @@ private slots:
     void keyboard();
     void monthSelection();
     void capsPanelFollowsCapsLock();
+    void boxesArePaintedByTheGrid();
     void refreshShowsChangesMadeInPlace_data();
     void refreshShowsChangesMadeInPlace();
 
@@ -430,6 +431,25 @@ void tst_Views::capsPanelFollowsCapsLock()
     QVERIFY(!caps->isEnabled());
     QCOMPARE(caps->text(), "CAPS");
     setCapsLockSource({});
+}
+
+void tst_Views::boxesArePaintedByTheGrid()
+{
+    addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 120);
+    m_data->Schedules()->Item("a")->Color = 0x00c000; // green, as 0x00BBGGRR
+    m_control->Refresh(zntPlanShowDay);
+    AgendaGrid *grid = lista();
+    const QRect box = grid->box(0)->geometry();
+    const QPoint corner = box.bottomRight() - QPoint(3, 3); // inside the border, below the text
+    QCOMPARE(grid->viewport()->grab().toImage().pixelColor(corner), QColor(0, 0xc0, 0));
+
+    // A new colour reaches the screen at the next Refresh, and a removed box leaves no trace.
+    m_data->Schedules()->Item("a")->Color = 0x0000c0;
+    m_control->Refresh();
+    QCOMPARE(grid->viewport()->grab().toImage().pixelColor(corner), QColor(0xc0, 0, 0));
+    m_data->Schedules()->Remove("a");
+    m_control->Refresh();
+    QVERIFY(grid->viewport()->grab().toImage().pixelColor(corner) != QColor(0xc0, 0, 0));
 }
 
 void tst_Views::refreshShowsChangesMadeInPlace_data()

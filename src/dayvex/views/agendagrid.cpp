@@ -160,6 +160,23 @@ void AgendaGrid::keyPressEvent(QKeyEvent *event)
         emit keyboardMoved();
 }
 
+void AgendaGrid::paintEvent(QPaintEvent *event)
+{
+    ViewGrid::paintEvent(event);
+    // The boxes over the cells, in drawing order.
+    QPainter painter(viewport());
+    for (int i = 0; i < m_boxCount; ++i) {
+        AppointmentBox *box = m_boxes[size_t(i)];
+        if (box->isHidden() || !event->rect().intersects(box->geometry()))
+            continue;
+        painter.save();
+        painter.translate(box->pos());
+        painter.setFont(box->font());
+        box->paintBox(painter);
+        painter.restore();
+    }
+}
+
 void AgendaGrid::resizeEvent(QResizeEvent *event)
 {
     // A grid resized while hidden gets this event only when it is shown, after

@@ -18,8 +18,8 @@ AppointmentBox::AppointmentBox(QWidget *parent)
     setObjectName(QStringLiteral("txApp"));
     setFont(boxFont());
     setFocusPolicy(Qt::ClickFocus);
-    // Not opaque: an opaque child cuts its rectangle out of the grid's paint region, and a grid
-    // paints every cell once per rectangle of that region.
+    // The grid paints the box: the widget's own updates would only cost.
+    setUpdatesEnabled(false);
 
     m_gestures = new ItemGestures(this);
 }
@@ -42,7 +42,8 @@ void AppointmentBox::setEntry(const AgendaEntry &entry)
     m_entry = entry;
     m_background = entry.color != 0 ? oleColor(quint32(entry.color), palette())
                                     : palette().color(QPalette::ToolTipBase);
-    update();
+    if (isVisible() && parentWidget())
+        parentWidget()->update(geometry());
 }
 
 QRect AppointmentBox::textArea() const
@@ -71,16 +72,15 @@ const FittedText &AppointmentBox::shownText()
     return m_fitted;
 }
 
-void AppointmentBox::paintEvent(QPaintEvent *)
+void AppointmentBox::paintBox(QPainter &painter)
 {
-    QPainter painter(this);
     painter.fillRect(rect(), m_background);
     painter.setPen(palette().color(QPalette::Dark));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
     // Dark text on light colours and the other way round.
     painter.setPen(m_background.lightness() < 128 ? Qt::white : Qt::black);
     const QRect area = textArea();
-    painter.setClipRect(area);
+    painter.setClipRect(area, Qt::IntersectClip);
     shownText();
     const int spacing = QFontMetrics(font()).lineSpacing();
     QPoint at = area.topLeft();

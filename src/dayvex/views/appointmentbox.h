@@ -13,8 +13,10 @@
 
 namespace dayvex {
 
-// One appointment box laid over the time grid. It paints its text itself, so
-// that a week with a thousand boxes stays cheap to build and to redraw.
+// One appointment box laid over the time grid. The box is a widget for what a
+// user does with it (clicks, keys, focus, tooltip) but paints nothing itself:
+// the grid paints every box in its own pass, as a widget each would cost a
+// thousand separate paints in a crowded week.
 class DAYVEX_EXPORT AppointmentBox : public QWidget
 {
     Q_OBJECT
@@ -30,12 +32,13 @@ public:
 
     // The lines the box shows at its present size.
     const FittedText &shownText();
+    // Paints the box with its top left corner at the painter's origin.
+    void paintBox(QPainter &painter);
 
     // Clicks, double clicks, right clicks, Delete and Enter on the box.
     ItemGestures *gestures() const { return m_gestures; }
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;

@@ -11,6 +11,19 @@ namespace dayvex {
 namespace {
 Date timeOf(const QString &text)
 {
+    // "hh:mm" as clockSpan writes it, read directly: the general reader costs more
+    // than the rest of placing a box, and a crowded week places a thousand of them.
+    const auto digit = [&text](qsizetype i) {
+        const char16_t c = text.at(i).unicode();
+        return c >= u'0' && c <= u'9' ? int(c - u'0') : -1;
+    };
+    if (text.size() == 5 && text.at(2) == QLatin1Char(':') && digit(0) >= 0 && digit(1) >= 0 && digit(3) >= 0
+        && digit(4) >= 0) {
+        const int hour = digit(0) * 10 + digit(1);
+        const int minute = digit(3) * 10 + digit(4);
+        if (hour < 24 && minute < 60)
+            return Date::fromTime(QTime(hour, minute));
+    }
     const std::optional<Date> t = parseDate(text, DateOrder::DayMonthYear);
     return t ? t->timePart() : Date();
 }
