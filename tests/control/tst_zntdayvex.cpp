@@ -70,10 +70,12 @@ void tst_zntDayvex::assignments_data()
     QTest::addColumn<QByteArray>("property");
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("accepted");
-    QTest::newRow("step 4") << QByteArray("DayStepMinutes") << QVariant::fromValue(qint16(4)) << false;
-    QTest::newRow("step 5") << QByteArray("DayStepMinutes") << QVariant::fromValue(qint16(5)) << true;
-    QTest::newRow("step 179") << QByteArray("DayStepMinutes") << QVariant::fromValue(qint16(179)) << true;
-    QTest::newRow("step 180") << QByteArray("DayStepMinutes") << QVariant::fromValue(qint16(180)) << false;
+    // Through the meta-object, as a form sets them: the step is an int, the day a QDate.
+    QTest::newRow("step 4") << QByteArray("DayStepMinutes") << QVariant(4) << false;
+    QTest::newRow("step 5") << QByteArray("DayStepMinutes") << QVariant(5) << true;
+    QTest::newRow("step 179") << QByteArray("DayStepMinutes") << QVariant(179) << true;
+    QTest::newRow("step 180") << QByteArray("DayStepMinutes") << QVariant(180) << false;
+    QTest::newRow("step 65541, 5 in 16 bits") << QByteArray("DayStepMinutes") << QVariant(65541) << false;
     QTest::newRow("start 08:30") << QByteArray("DayStartTime") << QVariant("08:30") << true;
     QTest::newRow("start 25:99") << QByteArray("DayStartTime") << QVariant("25:99") << false;
     QTest::newRow("start letters") << QByteArray("DayStartTime") << QVariant("mattina") << false;
@@ -82,7 +84,9 @@ void tst_zntDayvex::assignments_data()
     QTest::newRow("menu") << QByteArray("DisableMenu") << QVariant(true) << true;
     QTest::newRow("owner") << QByteArray("DefaultOwner") << QVariant("Rossi") << true;
     QTest::newRow("alarms off") << QByteArray("GlobalAlarmsEnable") << QVariant(false) << true;
-    QTest::newRow("start day") << QByteArray("StartDay") << QVariant::fromValue(Date(46349.0)) << true;
+    QTest::newRow("start day") << QByteArray("StartDay") << QVariant(QDate(2026, 11, 23)) << true;
+    QTest::newRow("start day in 10000") << QByteArray("StartDay") << QVariant(QDate(10000, 1, 1)) << false;
+    QTest::newRow("no start day") << QByteArray("StartDay") << QVariant(QDate()) << false;
 }
 
 void tst_zntDayvex::assignments()
@@ -204,10 +208,10 @@ void tst_zntDayvex::instancesShareSettingsAndPlan()
     auto data = std::make_shared<DayvexData>();
     first.setPlan(data);
     first.setDayStepMinutes(20);
-    zntDayvex second; // a new control replaces the shared Plan
+    zntDayvex second; // a new control starts initialised and replaces the shared Plan
     QVERIFY(first.Plan() != data);
     QCOMPARE(first.Plan(), second.Plan());
-    QCOMPARE(second.DayStepMinutes(), qint16(20));
+    QCOMPARE(first.DayStepMinutes(), qint16(30));
     second.setDefaultOwner("Verdi");
     QCOMPARE(first.DefaultOwner(), "Verdi");
     second.setDisableMenu(true); // per instance

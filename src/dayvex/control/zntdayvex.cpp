@@ -32,6 +32,8 @@
 #include <QStandardItem>
 #include <QTimer>
 
+#include <limits>
+
 // A host's event: the signal with its arguments, under the host-handler guard.
 #define DAYVEX_RAISE(event, ...) callHostHandler(#event, [&] { emit event(__VA_ARGS__); })
 
@@ -69,6 +71,9 @@ zntDayvex::zntDayvex(QWidget *parent)
     createMenus();
     connectGestures();
     connectCommands();
+    // A control made by code generated from a form gets no other call before the
+    // form's assignments, which must land on a freshly initialised control.
+    InitProperties();
 }
 
 zntDayvex::~zntDayvex() = default;
@@ -216,6 +221,24 @@ void zntDayvex::setStartDay(Date value)
     markChanged("StartDay");
 }
 
+void zntDayvex::setDayStepMinutesFromForm(int value)
+{
+    if (value < std::numeric_limits<qint16>::min() || value > std::numeric_limits<qint16>::max())
+        return;
+    setDayStepMinutes(qint16(value));
+}
+
+QDate zntDayvex::startDayOnForm() const
+{
+    return m_startDay.isValid() ? m_startDay.toDate() : QDate();
+}
+
+void zntDayvex::setStartDayFromForm(const QDate &value)
+{
+    if (value.isValid() && value >= QDate(100, 1, 1) && value <= QDate(9999, 12, 31))
+        setStartDay(Date::fromDate(value));
+}
+
 bool zntDayvex::MultiUserEnabled() const { return sharedSettings().MultiUserEnabled; }
 
 void zntDayvex::setMultiUserEnabled(bool value)
@@ -329,11 +352,26 @@ void zntDayvex::ReadProperties(PropertyBag &propertyBag)
         m_lista->setColumnWidth(0, TwipsScale::of(this).toPixels(500));
     LoadLanguage();
     applyMenuCaptions();
+    m_captionsApplied = true;
     m_calendar->setSelectedDate(m_startDay.toDate());
     rebuildTimeRows();
     refillToDos();
     m_selection.pressedListIndex = -1;
     m_selection.pressedLineIndex = -1;
+}
+
+bool zntDayvex::event(QEvent *event)
+{
+    // A control built from a form gets its properties by assignment and is never
+    // read: like a read one, it takes the language texts before it is first laid
+    // out and shown.
+    if (event->type() == QEvent::Polish && !m_captionsApplied) {
+        LoadLanguage();
+        applyMenuCaptions();
+        refillToDos();
+        m_captionsApplied = true;
+    }
+    return QWidget::event(event);
 }
 
 void zntDayvex::WriteProperties(PropertyBag &bag) const

@@ -9,6 +9,7 @@
 #include <dayvex/reminders/reminderhost.h>
 #include <dayvex/views/viewselection.h>
 
+#include <QDate>
 #include <QWidget>
 
 #include <functional>
@@ -44,9 +45,9 @@ enum zntPlanShowType : qint16 {
     zntPlanShowMonth = 3,
 };
 
-// The agenda control. The host either calls InitProperties() or
-// ReadProperties() after construction, assigns its DayvexData to Plan and calls
-// Refresh(). Settings marked shared live in sharedSettings() and are the same
+// The agenda control. It starts as InitProperties() leaves it; a host that
+// keeps the control's properties calls ReadProperties() after construction. The
+// host assigns its DayvexData to Plan and calls Refresh(). Settings marked shared live in sharedSettings() and are the same
 // for every instance in the process.
 class DAYVEX_EXPORT zntDayvex : public QWidget, private EditingHost, private ReminderHost
 {
@@ -55,16 +56,18 @@ class DAYVEX_EXPORT zntDayvex : public QWidget, private EditingHost, private Rem
     Q_PROPERTY(bool DisableMenu READ DisableMenu WRITE setDisableMenu)
     Q_PROPERTY(QString DayStartTime READ DayStartTime WRITE setDayStartTime)
     Q_PROPERTY(QString DayEndTime READ DayEndTime WRITE setDayEndTime)
-    Q_PROPERTY(qint16 DayStepMinutes READ DayStepMinutes WRITE setDayStepMinutes)
-    Q_PROPERTY(std::shared_ptr<dayvex::DayvexData> Plan READ Plan WRITE setPlan)
-    Q_PROPERTY(dayvex::Date StartDay READ StartDay WRITE setStartDay)
+    // Qt Designer edits neither qint16 nor Date: a form sees DayStepMinutes as an
+    // int and StartDay as a QDate, through setters that keep the host API's rules.
+    Q_PROPERTY(int DayStepMinutes READ dayStepMinutesOnForm WRITE setDayStepMinutesFromForm)
+    Q_PROPERTY(std::shared_ptr<dayvex::DayvexData> Plan READ Plan WRITE setPlan DESIGNABLE false)
+    Q_PROPERTY(QDate StartDay READ startDayOnForm WRITE setStartDayFromForm)
     Q_PROPERTY(bool MultiUserEnabled READ MultiUserEnabled WRITE setMultiUserEnabled)
     Q_PROPERTY(bool ContactCodeEnabled READ ContactCodeEnabled WRITE setContactCodeEnabled)
     Q_PROPERTY(QString ReminderSoundFile READ ReminderSoundFile WRITE setReminderSoundFile)
     Q_PROPERTY(QString DefaultOwner READ DefaultOwner WRITE setDefaultOwner)
     Q_PROPERTY(bool GlobalAlarmsEnable READ GlobalAlarmsEnable WRITE setGlobalAlarmsEnable)
     Q_PROPERTY(QString LanguageFileName READ LanguageFileName WRITE setLanguageFileName)
-    Q_PROPERTY(qint16 CurrentView READ CurrentView)
+    Q_PROPERTY(qint16 CurrentView READ CurrentView DESIGNABLE false)
 
 public:
     explicit zntDayvex(QWidget *parent = nullptr);
@@ -178,9 +181,17 @@ signals:
     void ValidateToDo(std::shared_ptr<dayvex::ToDo> &mToDo, bool &Cancel);
 
 protected:
+    bool event(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    // The form's view of DayStepMinutes and StartDay; values the host API would
+    // not take (a step that is no qint16, a day outside the years 100 to 9999) are ignored.
+    int dayStepMinutesOnForm() const { return DayStepMinutes(); }
+    void setDayStepMinutesFromForm(int value);
+    QDate startDayOnForm() const;
+    void setStartDayFromForm(const QDate &value);
+
     // What the commands and editors ask of the control.
     std::shared_ptr<DayvexData> editedPlan() const override { return Plan(); }
     QWidget *dialogParent() const override;
@@ -240,6 +251,7 @@ private:
     // Per instance.
     bool m_disableReminderPopUp = false;
     bool m_disableMenu = false;
+    bool m_captionsApplied = false; // the language texts are on the menus and lists
     Date m_startDay;
     QString m_reminderSoundFile;
     qint16 m_currentView = 0;

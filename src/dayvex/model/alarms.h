@@ -93,7 +93,7 @@ void Alarms::collect(std::vector<Source> &sources, QChar kind, const Range &reco
 {
     for (const auto &record : records) {
         if (isPending(record->ReminderDate))
-            sources.push_back({kind, record->Key, record->ReminderDate});
+            sources.push_back({kind, record->Key, record->ReminderDate, -1, QString()});
     }
 }
 
