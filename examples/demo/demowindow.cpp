@@ -6,6 +6,11 @@
 
 #include <QCheckBox>
 #include <QDockWidget>
+#include <QFileDialog>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QPlainTextEdit>
 #include <QSettings>
 #include <QTime>
@@ -59,6 +64,7 @@ DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
     addDockWidget(Qt::RightDockWidgetArea, dock);
 
     connectEvents();
+    createFileMenu();
 
     SettingsPropertyBag bag(m_settings);
     m_control->ReadProperties(bag);
@@ -72,6 +78,69 @@ DemoWindow::~DemoWindow()
 {
     SettingsPropertyBag bag(m_settings);
     m_control->WriteProperties(bag);
+}
+
+void DemoWindow::createFileMenu()
+{
+    QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
+    file->setObjectName(QStringLiteral("fileMenu"));
+    auto entry = [&](const char *name, const QString &caption, const QKeySequence &keys, auto run) {
+        QAction *action = file->addAction(caption, this, run);
+        action->setObjectName(QString::fromLatin1(name));
+        action->setShortcut(keys);
+    };
+    entry("importAction", QStringLiteral("&Import iCalendar…"), QKeySequence::Open, [this] {
+        const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("Import iCalendar"), QString(),
+                                                          QStringLiteral("iCalendar (*.ics *.ical);;All files (*)"));
+        if (!path.isEmpty())
+            QMessageBox::information(this, QStringLiteral("Import"), importFile(path).summary());
+    });
+    entry("exportAction", QStringLiteral("&Export iCalendar…"), QKeySequence::SaveAs, [this] {
+        const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Export iCalendar"),
+                                                          QStringLiteral("agenda.ics"), QStringLiteral("iCalendar (*.ics)"));
+        if (!path.isEmpty())
+            QMessageBox::information(this, QStringLiteral("Export"), exportFile(path).summary());
+    });
+    file->addSeparator();
+    entry("printAction", QStringLiteral("&Print…"), QKeySequence::Print, [this] {
+        QPrinter printer(QPrinter::HighResolution);
+        QPrintDialog dialog(&printer, this);
+        if (dialog.exec() == QDialog::Accepted)
+            m_control->printView(&printer);
+    });
+    entry("previewAction", QStringLiteral("Print pre&view…"), QKeySequence(), [this] {
+        openPrintPreview(this, [this](QPrinter *printer) { m_control->printView(printer); });
+    });
+    entry("pdfAction", QStringLiteral("Save as P&DF…"), QKeySequence(), [this] {
+        const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Save as PDF"), QStringLiteral("agenda.pdf"),
+                                                          QStringLiteral("PDF (*.pdf)"));
+        if (!path.isEmpty())
+            log(QStringLiteral("PDF: %1 pages in %2").arg(savePdf(path)).arg(path));
+    });
+}
+
+ExchangeReport DemoWindow::importFile(const QString &path)
+{
+    const ExchangeReport report = importICalendar(path, *m_control->Plan());
+    log(QStringLiteral("Import %1: %2").arg(path, report.summary()));
+    m_control->Refresh();
+    return report;
+}
+
+ExchangeReport DemoWindow::exportFile(const QString &path)
+{
+    const ExchangeReport report = exportICalendar(*m_control->Plan(), path);
+    log(QStringLiteral("Export %1: %2").arg(path, report.summary()));
+    return report;
+}
+
+int DemoWindow::savePdf(const QString &path)
+{
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(path);
+    printer.setPageOrientation(QPageLayout::Landscape);
+    return m_control->printView(&printer);
 }
 
 void DemoWindow::log(const QString &line)

@@ -6,6 +6,8 @@ class QCheckBox;
 class QPlainTextEdit;
 class QSettings;
 
+#include <dayvex/exchange/icalendar.h>
+
 namespace dayvex {
 class zntDayvex;
 }
@@ -21,7 +23,13 @@ public:
 
     dayvex::zntDayvex *control() const { return m_control; }
 
+    // The File menu's work, callable without its dialogs.
+    dayvex::ExchangeReport importFile(const QString &path);
+    dayvex::ExchangeReport exportFile(const QString &path);
+    int savePdf(const QString &path);
+
 private:
+    void createFileMenu();
     void connectEvents();
     void log(const QString &line);
     void answer(bool &ExternalHandled, bool &Cancel);

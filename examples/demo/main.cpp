@@ -79,6 +79,8 @@ int screenshots(DemoWindow &window, const QDir &dir)
     settle(1000);
     if (!save(window, dir, "week.png"))
         return 1;
+    // The same week on paper, as the File menu's "Save as PDF" writes it.
+    window.savePdf(dir.filePath(QStringLiteral("week.pdf")));
 
     auto *grid = window.control()->findChild<dayvex::AgendaGrid *>(QStringLiteral("Lista"));
     for (int i = 0; i < grid->boxCount(); ++i) {

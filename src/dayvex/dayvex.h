@@ -53,3 +53,6 @@
 #include <dayvex/views/textfit.h>
 #include <dayvex/views/daylist.h>
 #include <dayvex/views/itemgestures.h>
+#include <dayvex/exchange/icalendar.h>
+#include <dayvex/printing/agendaprint.h>
+#include <dayvex/printing/printpreview.h>

@@ -18,6 +18,8 @@
 #include <dayvex/views/appointmentorder.h>
 #include <dayvex/views/detailpane.h>
 #include <dayvex/views/todogrid.h>
+#include <dayvex/printing/agendaprint.h>
+#include <dayvex/printing/printpreview.h>
 
 #include <QCoreApplication>
 #include <QScrollBar>
@@ -31,6 +33,7 @@
 #include <QTabBar>
 #include <QStandardItem>
 #include <QTimer>
+#include <QPrinter>
 
 #include <limits>
 
@@ -132,6 +135,8 @@ void zntDayvex::createMenus()
     m_mnNuovo = action(m_mnAppuntamento, "mnNuovo", "Nuovo Appuntamento");
     m_mnModifica = action(m_mnAppuntamento, "mnModifica", "Modifica appuntamento");
     m_mnElimina = action(m_mnAppuntamento, "mnElimina", "Elimina appuntamento");
+    m_mnAppuntamento->addSeparator();
+    m_mnStampa = action(m_mnAppuntamento, "mnStampa", "Print…");
 
     m_mnuAttivita = new QMenu(QString::fromUtf8("Attività"), this);
     m_mnuAttivita->setObjectName(QString::fromUtf8("mnuAttività"));
@@ -141,6 +146,8 @@ void zntDayvex::createMenus()
     m_mnNuovaAttivita = action(m_mnuAttivita, "mnNuovaAttività", "Nuova attività");
     m_mnModificaAttivita = action(m_mnuAttivita, "mnModificaAttività", "Modifica attività");
     m_mnEliminaAttivita = action(m_mnuAttivita, "mnEliminaAttività", "Elimina attività");
+    m_mnuAttivita->addSeparator();
+    m_mnStampaAttivita = action(m_mnuAttivita, "mnStampaAttività", "Print…");
 }
 
 void zntDayvex::applyMenuCaptions()
@@ -496,6 +503,43 @@ void zntDayvex::connectCommands()
             [this] { runFromUser([this] { mnModificaAttivita_Click(); }); });
     connect(m_mnEliminaAttivita, &QAction::triggered, this,
             [this] { runFromUser([this] { mnEliminaAttivita_Click(); }); });
+    connect(m_mnStampa, &QAction::triggered, this, [this] {
+        openPrintPreview(this, [this](QPrinter *printer) { runFromUser([&] { printView(printer); }); });
+    });
+    connect(m_mnStampaAttivita, &QAction::triggered, this, [this] {
+        openPrintPreview(this, [this](QPrinter *printer) { runFromUser([&] { printToDoList(printer); }); });
+    });
+}
+
+int zntDayvex::printView(QPrinter *printer)
+{
+    const int tab = selectedTab();
+    return print(printer, tab >= zntPlanShowDay && tab <= zntPlanShowMonth ? tab : int(zntPlanShowWeek));
+}
+
+int zntDayvex::printToDoList(QPrinter *printer)
+{
+    return print(printer, int(PrintedView::ToDoList));
+}
+
+int zntDayvex::print(QPrinter *printer, int view)
+{
+    if (!printer)
+        throw Error::invalidArgument(QStringLiteral("no printer"));
+    const std::shared_ptr<DayvexData> plan = Plan();
+    if (!plan)
+        return 0;
+    const SharedSettings &shared = sharedSettings();
+    PrintOptions options;
+    options.view = PrintedView(view);
+    options.shown = Date::fromDate(m_calendar->selectedDate());
+    options.dayStart = shared.DayStartTime;
+    options.dayEnd = shared.DayEndTime;
+    options.step = shared.DayStepMinutes;
+    options.multiUser = shared.MultiUserEnabled;
+    options.dayFirst = dayFirst();
+    options.dateFormat = shared.DateFormat;
+    return printAgenda(*printer, *plan, options);
 }
 
 void zntDayvex::scanAlarms()

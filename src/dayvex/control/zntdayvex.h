@@ -18,6 +18,7 @@
 class QAction;
 class QLabel;
 class QMenu;
+class QPrinter;
 class QTabBar;
 class QTimer;
 
@@ -146,6 +147,12 @@ public:
     // True while a New or Modify command of either kind waits for its editor.
     bool commandInProgress() const;
 
+    // Prints the view on show (the day, week or month of the date on show) or
+    // the to-do list on printer's pages, as it is set up (page size,
+    // orientation, or a PDF file). Returns the number of pages.
+    int printView(QPrinter *printer);
+    int printToDoList(QPrinter *printer);
+
     // The date formats that start-up picks for a locale: day first when the
     // locale writes 3 December 2000 starting with "3", month first otherwise.
     static std::pair<QString, QString> dateFormatsFor(const QLocale &locale);
@@ -213,6 +220,7 @@ private:
     void selectView();
     int selectedTab() const;
     bool dayFirst() const;
+    int print(QPrinter *printer, int view);
     void rebuildTimeRows();
     void refillToDos();
     void drawAppointments();
@@ -283,6 +291,8 @@ private:
     QAction *m_mnNuovaAttivita = nullptr;
     QAction *m_mnModificaAttivita = nullptr;
     QAction *m_mnEliminaAttivita = nullptr;
+    QAction *m_mnStampa = nullptr;         // print preview of the view
+    QAction *m_mnStampaAttivita = nullptr; // print preview of the to-do list
 };
 
 } // namespace dayvex

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+
+#include <QByteArray>
+#include <QDate>
+#include <QList>
+#include <QString>
+
+namespace dayvex {
+
+class DayvexData;
+
+// What an import takes in besides the file.
+struct DAYVEX_EXPORT ImportOptions
+{
+    // Recurring events become single appointments between these days, both
+    // included. Null days mean a year back and two years ahead of today.
+    QDate windowFrom;
+    QDate windowTo;
+    // A bound on the appointments one recurring event may yield inside the window.
+    int maxOccurrencesPerEvent = 5000;
+};
+
+// One remark of an import or export: a component skipped, or taken in with a caveat.
+struct DAYVEX_EXPORT ExchangeEntry
+{
+    QString component; // "VEVENT 3" (the third in the file), "VTODO 1", or "file"
+    QString uid;
+    QString message;
+    bool skipped = false;
+};
+
+struct DAYVEX_EXPORT ExchangeReport
+{
+    bool fileRead = false;     // false: the file could not be used and nothing changed
+    int appointments = 0;      // added to (import) or written from (export) the data
+    int todos = 0;
+    int alreadyPresent = 0;    // matched on UID and start, left as they were
+    int skipped = 0;           // components left out; each has an entry saying why
+    QList<ExchangeEntry> entries;
+
+    // "12 appointments, 3 to-dos, 2 already present, 1 skipped", then one line per entry.
+    QString summary() const;
+};
+
+// Reads an iCalendar file into `into`: VEVENTs become appointments, VTODOs
+// to-dos, each VALARM their reminder. Records go through the collections' own
+// Add under keys from NewKey, and keep their UID in Tag; owners, places,
+// categories and projects join their lists. A component already present (same
+// UID and start) is not added again. A component that cannot be read is
+// skipped with an entry; when the file as a whole cannot be used, or adding
+// fails, `into` is left exactly as it was.
+DAYVEX_EXPORT ExchangeReport importICalendar(const QString &path, DayvexData &into,
+                                             const ImportOptions &options = {});
+DAYVEX_EXPORT ExchangeReport importICalendarData(const QByteArray &bytes, DayvexData &into,
+                                                 const ImportOptions &options = {});
+
+// Writes every appointment and to-do of `from` as an iCalendar file, times in
+// UTC. The file is replaced only once it is written whole.
+DAYVEX_EXPORT ExchangeReport exportICalendar(DayvexData &from, const QString &path);
+DAYVEX_EXPORT QByteArray exportICalendarData(DayvexData &from, ExchangeReport *report = nullptr);
+
+} // namespace dayvex
