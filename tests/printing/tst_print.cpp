@@ -84,7 +84,11 @@ void tst_Print::views()
     data.ToDoS()->Add("1", "", "Call the bank", "", at(2027, 3, 5, 9, 0), 1, "Casa", false, Date(), Date());
 
     QTemporaryDir dir;
-    const QString path = dir.filePath("view.pdf");
+    // DAYVEX_KEEP_PRINTS=1 keeps the PDFs to look at.
+    dir.setAutoRemove(!qEnvironmentVariableIsSet("DAYVEX_KEEP_PRINTS"));
+    const QString path = dir.filePath(QStringLiteral("%1.pdf").arg(QTest::currentDataTag()));
+    if (!dir.autoRemove())
+        qInfo("%s", qPrintable(path));
     int pages = 0;
     {
         QPdfWriter pdf(path);
