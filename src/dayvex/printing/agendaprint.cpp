@@ -25,7 +25,6 @@ constexpr double HeadingHeight = 560;
 constexpr double FooterHeight = 300;
 constexpr double HourColumn = 500;
 constexpr double MinuteColumn = 400;
-constexpr double GridEdge = 30; // as the screen's grid: boxes stand 30 twips inside their cells
 constexpr double CellPadding = 40;
 
 QFont paperFont(double points, bool bold = false)

@@ -19,9 +19,6 @@ namespace {
 constexpr double TimeColumnWidth = 400;
 constexpr int MonthRows = 12;
 constexpr int GridColumns = 9;
-// The placer's edge allowance: boxes stand 30 twips inside the grid's outer edge,
-// which the viewport already leaves out.
-constexpr double GridEdge = 30;
 // The date of a month view's date cell.
 constexpr int CellDateRole = Qt::UserRole + 1;
 // The month cell caption as the design has it, then shorter forms for narrow cells.

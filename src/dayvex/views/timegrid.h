@@ -50,6 +50,9 @@ DAYVEX_EXPORT qint32 timeRow(Date time, Date dayStart, qint16 step, bool week);
 DAYVEX_EXPORT std::optional<double> nowLineOffset(Date time, Date dayStart, qint16 step, qint32 slotRows,
                                                   double rowHeight);
 
+// The placer's edge allowance: boxes stand this many twips inside the grid's outer edge.
+constexpr double GridEdge = 30;
+
 // Where the grid stands and how it is scrolled, in twips.
 struct GridGeometry
 {
