@@ -6,7 +6,7 @@
 // the memory figures of one do not carry over to the next, and ends with the
 // growth of the week's Refresh from 1,000 to 100,000 appointments.
 
-#include <dayvex/dayvex.h>
+#include <internals.h>
 
 #include <QApplication>
 #include <QCommandLineParser>

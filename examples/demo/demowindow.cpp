@@ -10,6 +10,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPrintDialog>
+#include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QPlainTextEdit>
 #include <QSettings>
@@ -26,7 +27,7 @@ QString describe(const std::shared_ptr<Schedule> &s)
     if (!s)
         return QStringLiteral("mSca=<nothing>");
     return QStringLiteral("mSca={Key=%1, %2, \"%3\"}")
-        .arg(s->Key, s->StartDate.isValid() ? formatDate(s->StartDate, QStringLiteral("dd/mm/yyyy hh:nn")) : QString(),
+        .arg(s->Key, s->StartDate.isValid() ? s->StartDate.toDateTime().toString(QStringLiteral("dd/MM/yyyy hh:mm")) : QString(),
              s->Description);
 }
 
@@ -109,7 +110,10 @@ void DemoWindow::createFileMenu()
             m_control->printView(&printer);
     });
     entry("previewAction", QStringLiteral("Print pre&view…"), QKeySequence(), [this] {
-        openPrintPreview(this, [this](QPrinter *printer) { m_control->printView(printer); });
+        auto *preview = new QPrintPreviewDialog(this);
+        preview->setAttribute(Qt::WA_DeleteOnClose);
+        connect(preview, &QPrintPreviewDialog::paintRequested, m_control, &zntDayvex::printView);
+        preview->open();
     });
     entry("pdfAction", QStringLiteral("Save as P&DF…"), QKeySequence(), [this] {
         const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Save as PDF"), QStringLiteral("agenda.pdf"),
@@ -197,7 +201,7 @@ void DemoWindow::connectEvents()
     connect(c, &zntDayvex::ToDoAlarmChange, this, after("ToDoAlarmChange"));
     connect(c, &zntDayvex::BeforeTodoSetComplete, this, before("BeforeTodoSetComplete"));
     connect(c, &zntDayvex::DateSelected, this, [this](Date &NewDate) {
-        log("DateSelected NewDate=" + formatDate(NewDate, sharedSettings().DateFormat));
+        log("DateSelected NewDate=" + (NewDate.isValid() ? NewDate.toDate().toString(Qt::ISODate) : QString()));
     });
     connect(c, &zntDayvex::ReminderAlarm, this,
             [this](std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled, bool &Cancel) {

@@ -1,8 +1,6 @@
 #include "demowindow.h"
 
 #include <dayvex/control/zntdayvex.h>
-#include <dayvex/platform/clock.h>
-#include <dayvex/views/agendagrid.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -82,13 +80,18 @@ int screenshots(DemoWindow &window, const QDir &dir)
     // The same week on paper, as the File menu's "Save as PDF" writes it.
     window.savePdf(dir.filePath(QStringLiteral("week.pdf")));
 
-    auto *grid = window.control()->findChild<dayvex::AgendaGrid *>(QStringLiteral("Lista"));
-    for (int i = 0; i < grid->boxCount(); ++i) {
-        if (grid->box(i)->isVisible()) {
-            click(grid->box(i), QPoint(6, 6));
+    // The appointment boxes are the grid's children called txApp.
+    auto *grid = window.control()->findChild<QTableView *>(QStringLiteral("Lista"));
+    QWidget *box = nullptr;
+    for (QWidget *candidate : grid->findChildren<QWidget *>(QStringLiteral("txApp"))) {
+        if (candidate->isVisible()) {
+            box = candidate;
             break;
         }
     }
+    if (!box)
+        return 1;
+    click(box, QPoint(6, 6));
     if (!save(window, dir, "detail.png"))
         return 1;
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
@@ -97,14 +100,9 @@ int screenshots(DemoWindow &window, const QDir &dir)
     // A double click on a box opens the editor; the command waits until it closes.
     bool saved = false;
     saveEditorWhenOpen(window, dir, "frmAppuntamento", "editor.png", saved);
-    for (int i = 0; i < grid->boxCount(); ++i) {
-        if (grid->box(i)->isVisible()) {
-            QMouseEvent twice(QEvent::MouseButtonDblClick, QPointF(6, 6), grid->box(i)->mapToGlobal(QPointF(6, 6)),
-                              Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-            QCoreApplication::sendEvent(grid->box(i), &twice);
-            break;
-        }
-    }
+    QMouseEvent twice(QEvent::MouseButtonDblClick, QPointF(6, 6), box->mapToGlobal(QPointF(6, 6)), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(box, &twice);
     if (!saved)
         return 1;
 

@@ -1,6 +1,5 @@
 #include "sampledata.h"
 
-#include <dayvex/platform/clock.h>
 
 #include <QRandomGenerator>
 

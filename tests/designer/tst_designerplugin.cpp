@@ -1,5 +1,8 @@
 #include <dayvex/dayvex.h>
 
+#include <QCalendarWidget>
+#include <QTableView>
+
 #include <QMetaProperty>
 #include <QPluginLoader>
 #include <QTest>
@@ -63,7 +66,6 @@ void tst_DesignerPlugin::initTestCase()
 
 void tst_DesignerPlugin::init()
 {
-    resetSharedSettings();
     qDeleteAll(m_form.findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
 }
 
@@ -153,11 +155,11 @@ void tst_DesignerPlugin::formValuesStand()
     auto *agenda = static_cast<zntDayvex *>(control);
     agenda->resize(760, 520);
     agenda->Refresh(zntPlanShowDay);
-    const auto *grid = control->findChild<AgendaGrid *>("Lista");
+    const QAbstractItemModel *grid = control->findChild<QTableView *>("Lista")->model();
     QCOMPARE(grid->rowCount(), 7); // 06:00 to 07:30 in quarters
-    QCOMPARE(grid->item(0, 0)->text(), "6");
-    QCOMPARE(grid->item(6, 1)->text(), "30");
-    QCOMPARE(control->findChild<MonthCalendar *>("Calendar")->selectedDate(), QDate(2027, 3, 1));
+    QCOMPARE(grid->index(0, 0).data().toString(), "6");
+    QCOMPARE(grid->index(6, 1).data().toString(), "30");
+    QCOMPARE(control->findChild<QWidget *>("Calendar")->findChild<QCalendarWidget *>()->selectedDate(), QDate(2027, 3, 1));
 }
 
 QTEST_MAIN(tst_DesignerPlugin)

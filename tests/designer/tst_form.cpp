@@ -1,6 +1,6 @@
 #include "ui_agendaform.h"
 
-#include <dayvex/dayvex.h>
+#include <internals.h>
 
 #include <QAction>
 #include <QTabBar>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <dayvex/editing/hostevents.h>
+#include <dayvex/model/hostevents.h>
 #include <dayvex/editing/prompts.h>
 #include <dayvex/control/zntdayvex.h>
 #include <dayvex/i18n/language.h>

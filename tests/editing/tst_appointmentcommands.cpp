@@ -1,6 +1,6 @@
 #include "editordriver.h"
 
-#include <dayvex/dayvex.h>
+#include <internals.h>
 
 #include <QApplication>
 #include <QCheckBox>

@@ -1,6 +1,6 @@
 #include "demowindow.h"
 
-#include <dayvex/dayvex.h>
+#include <internals.h>
 
 #include <QApplication>
 #include <QPushButton>

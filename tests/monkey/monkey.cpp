@@ -8,7 +8,7 @@
 // with --cancelling the host cancels every "Before" event and every reminder,
 // and its records must stay exactly as they were.
 
-#include <dayvex/dayvex.h>
+#include <internals.h>
 
 #include <QAbstractButton>
 #include <QAbstractScrollArea>

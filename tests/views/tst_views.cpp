@@ -1,4 +1,4 @@
-#include <dayvex/dayvex.h>
+#include <internals.h>
 
 #include <QApplication>
 #include <QCalendarWidget>

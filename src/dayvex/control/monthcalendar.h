@@ -11,7 +11,7 @@ namespace dayvex {
 
 // A month calendar that shows one month, or two side by side, with weeks
 // starting on Monday; both months share one selected date.
-class DAYVEX_EXPORT MonthCalendar : public QWidget
+class MonthCalendar : public QWidget
 {
     Q_OBJECT
 public:

@@ -2,7 +2,6 @@
 
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/capslock.h>
-#include <dayvex/platform/clock.h>
 #include <dayvex/platform/format.h>
 
 #include <QApplication>

@@ -11,7 +11,7 @@ namespace dayvex {
 
 // The control's status line: a Caps Lock panel, greyed while Caps Lock is off,
 // then today's date and the time, which follow the clock.
-class DAYVEX_EXPORT StatusLine : public QStatusBar
+class StatusLine : public QStatusBar
 {
     Q_OBJECT
 public:

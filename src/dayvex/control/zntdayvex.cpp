@@ -1,10 +1,10 @@
 #include "zntdayvex.h"
 
-#include "layout.h"
+#include <dayvex/layout/controllayout.h>
 #include "monthcalendar.h"
 #include "propertybag.h"
 #include "statusline.h"
-#include "twips.h"
+#include <dayvex/platform/twips.h>
 
 #include <dayvex/editing/appointmentcommands.h>
 #include <dayvex/editing/commandflag.h>
@@ -12,10 +12,9 @@
 #include <dayvex/i18n/language.h>
 #include <dayvex/reminders/alarmscan.h>
 #include <dayvex/model/sharedsettings.h>
-#include <dayvex/platform/clock.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/views/agendagrid.h>
-#include <dayvex/views/appointmentorder.h>
+#include <dayvex/layout/appointmentorder.h>
 #include <dayvex/views/detailpane.h>
 #include <dayvex/views/todogrid.h>
 #include <dayvex/printing/agendaprint.h>

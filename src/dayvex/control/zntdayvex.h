@@ -2,7 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/editing/editinghost.h>
-#include <dayvex/editing/hostevents.h>
+#include <dayvex/model/hostevents.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/date.h>

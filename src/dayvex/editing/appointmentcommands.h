@@ -17,7 +17,7 @@ class Error;
 // host first (Cancel ends it, ExternalHandled skips the control's own dialog),
 // keeps the appointments and their alarms in step and redraws at the end.
 // Errors reach the caller.
-class DAYVEX_EXPORT AppointmentCommands
+class AppointmentCommands
 {
 public:
     AppointmentCommands(EditingHost &host, CommandFlag &running);
@@ -47,6 +47,6 @@ private:
 
 // The proposed start of a new appointment: day at the hour and minutes that the
 // grid's time columns show ("9" and "30" give 09:30; no number reads as 0).
-DAYVEX_EXPORT Date proposedStart(Date day, const QString &hour, const QString &minutes, const QString &dateFormat);
+Date proposedStart(Date day, const QString &hour, const QString &minutes, const QString &dateFormat);
 
 } // namespace dayvex

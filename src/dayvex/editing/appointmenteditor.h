@@ -15,7 +15,7 @@ namespace dayvex {
 
 // frmAppuntamento: the dialog in which the user creates, changes or deletes one
 // appointment, shown without modality by the New and Modify commands.
-class DAYVEX_EXPORT AppointmentEditor : public EditorForm
+class AppointmentEditor : public EditorForm
 {
     Q_OBJECT
 public:

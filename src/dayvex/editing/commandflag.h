@@ -9,7 +9,7 @@ namespace dayvex {
 // The control's one command-in-progress flag: set while a New or Modify
 // command of either kind waits for its editor, so that only one editor is open
 // at a time. It also tells a waiting command whether its control still exists.
-class DAYVEX_EXPORT CommandFlag
+class CommandFlag
 {
 public:
     CommandFlag() = default;
@@ -26,7 +26,7 @@ private:
 };
 
 // Sets the flag while it lives.
-class DAYVEX_EXPORT RunningCommand
+class RunningCommand
 {
 public:
     explicit RunningCommand(CommandFlag &flag)

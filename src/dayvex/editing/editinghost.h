@@ -1,6 +1,6 @@
 #pragma once
 
-#include <dayvex/editing/hostevents.h>
+#include <dayvex/model/hostevents.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
 

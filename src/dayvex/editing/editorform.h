@@ -22,7 +22,7 @@ class EditingHost;
 // Delete close the form when they have done their work; Fine, Escape and the
 // window's frame close it after asking, when fields were changed. The form is
 // loaded from its record when it is first shown.
-class DAYVEX_EXPORT EditorForm : public QDialog
+class EditorForm : public QDialog
 {
     Q_OBJECT
 public:
@@ -115,19 +115,19 @@ void EditorForm::confirmRemove(Text question, QChar kind, Records &records, cons
 class RunningCommand;
 // Shows editor and waits until it is hidden, then deletes it. False when the
 // control went away meanwhile (the editor with it): the caller touches nothing more.
-DAYVEX_EXPORT bool showUntilHidden(EditorForm *editor, const RunningCommand &running);
+bool showUntilHidden(EditorForm *editor, const RunningCommand &running);
 
 // The editors' helpers.
 namespace form {
 // A language text, or the design's Italian caption while the table is empty.
-DAYVEX_EXPORT QString caption(Text key, const char *italian);
+QString caption(Text key, const char *italian);
 // The control's date format in Qt's letters: "dd/mm/yyyy" shows as "dd/MM/yyyy".
-DAYVEX_EXPORT QString qtDateFormat(const QString &format);
+QString qtDateFormat(const QString &format);
 // A day and a time of day to the minute, as the editors store them.
-DAYVEX_EXPORT Date joined(const QDate &day, const QTime &time);
+Date joined(const QDate &day, const QTime &time);
 // Whole minutes from earlier to later, as a lead time shows them; a gap a host's
 // odd dates make too large for the list is cut to what an int holds, NaN to 0.
-DAYVEX_EXPORT int minutesBetween(Date earlier, Date later);
+int minutesBetween(Date earlier, Date later);
 
 template <typename Widget>
 Widget *named(Widget *widget, const char *name)

@@ -17,13 +17,13 @@ namespace dayvex {
 // empty function brings the real message box back.
 enum class PromptIcon { None, Exclamation };
 using PromptAnswerer = std::function<bool(const QString &text, PromptIcon icon)>;
-DAYVEX_EXPORT void setPromptAnswerer(PromptAnswerer answerer);
-DAYVEX_EXPORT bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon);
+void setPromptAnswerer(PromptAnswerer answerer);
+bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon);
 // askYesNo with a message of the language table (its English default before the table is loaded).
-DAYVEX_EXPORT bool confirm(QWidget *parent, Text message, PromptIcon icon);
+bool confirm(QWidget *parent, Text message, PromptIcon icon);
 
 // The hourglass over the whole application while it lives; nests.
-class DAYVEX_EXPORT BusyCursor
+class BusyCursor
 {
 public:
     BusyCursor();
@@ -34,13 +34,13 @@ public:
 
 // Runs the event loop until form is hidden or destroyed, with form raised and
 // active: timers, host events and the user go on meanwhile.
-DAYVEX_EXPORT void waitUntilHidden(QWidget *form);
+void waitUntilHidden(QWidget *form);
 
 // Alarms::setFor for the bookkeeping that must happen even while an error is on
 // its way: a failure is logged, never thrown.
-DAYVEX_EXPORT void setAlarmQuietly(Alarms &alarms, QChar kind, const QString &recordKey, Date due) noexcept;
+void setAlarmQuietly(Alarms &alarms, QChar kind, const QString &recordKey, Date due) noexcept;
 
 // Closes and deletes the visible top-level widgets whose "Tag" property is tag.
-DAYVEX_EXPORT void closeFormsTagged(const QString &tag);
+void closeFormsTagged(const QString &tag);
 
 } // namespace dayvex

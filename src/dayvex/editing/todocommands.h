@@ -15,7 +15,7 @@ class EditingHost;
 // the host first, keeps the to-dos and their alarms in step and refills the
 // list (mark done greys its row instead). New asks with BeforeTodoChange, as
 // hosts written for the control expect. Errors reach the caller.
-class DAYVEX_EXPORT ToDoCommands
+class ToDoCommands
 {
 public:
     ToDoCommands(EditingHost &host, CommandFlag &running);

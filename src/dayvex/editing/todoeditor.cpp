@@ -4,7 +4,6 @@
 #include "prompts.h"
 
 #include <dayvex/model/sharedsettings.h>
-#include <dayvex/platform/clock.h>
 #include <dayvex/platform/error.h>
 
 #include <QCheckBox>

@@ -16,7 +16,7 @@ namespace dayvex {
 // frmAttività: the dialog in which the user creates, changes or deletes one to-do,
 // shown without modality by the New and Modify to-do commands. Its reminder is
 // the due time plus the lead time, as it has always been, whatever its label says.
-class DAYVEX_EXPORT ToDoEditor : public EditorForm
+class ToDoEditor : public EditorForm
 {
     Q_OBJECT
 public:

@@ -12,7 +12,7 @@ namespace dayvex {
 class DayvexData;
 
 // What an import takes in besides the file.
-struct DAYVEX_EXPORT ImportOptions
+struct DAYVEX_CORE_EXPORT ImportOptions
 {
     // Recurring events become single appointments between these days, both
     // included. Null days mean a year back and two years ahead of today.
@@ -23,7 +23,7 @@ struct DAYVEX_EXPORT ImportOptions
 };
 
 // One remark of an import or export: a component skipped, or taken in with a caveat.
-struct DAYVEX_EXPORT ExchangeEntry
+struct DAYVEX_CORE_EXPORT ExchangeEntry
 {
     QString component; // "VEVENT 3" (the third in the file), "VTODO 1", or "file"
     QString uid;
@@ -31,7 +31,7 @@ struct DAYVEX_EXPORT ExchangeEntry
     bool skipped = false;
 };
 
-struct DAYVEX_EXPORT ExchangeReport
+struct DAYVEX_CORE_EXPORT ExchangeReport
 {
     bool fileRead = false;     // false: the file could not be used and nothing changed
     int appointments = 0;      // added to (import) or written from (export) the data
@@ -51,14 +51,14 @@ struct DAYVEX_EXPORT ExchangeReport
 // UID and start) is not added again. A component that cannot be read is
 // skipped with an entry; when the file as a whole cannot be used, or adding
 // fails, `into` is left exactly as it was.
-DAYVEX_EXPORT ExchangeReport importICalendar(const QString &path, DayvexData &into,
+DAYVEX_CORE_EXPORT ExchangeReport importICalendar(const QString &path, DayvexData &into,
                                              const ImportOptions &options = {});
-DAYVEX_EXPORT ExchangeReport importICalendarData(const QByteArray &bytes, DayvexData &into,
+DAYVEX_CORE_EXPORT ExchangeReport importICalendarData(const QByteArray &bytes, DayvexData &into,
                                                  const ImportOptions &options = {});
 
 // Writes every appointment and to-do of `from` as an iCalendar file, times in
 // UTC. The file is replaced only once it is written whole.
-DAYVEX_EXPORT ExchangeReport exportICalendar(DayvexData &from, const QString &path);
-DAYVEX_EXPORT QByteArray exportICalendarData(DayvexData &from, ExchangeReport *report = nullptr);
+DAYVEX_CORE_EXPORT ExchangeReport exportICalendar(DayvexData &from, const QString &path);
+DAYVEX_CORE_EXPORT QByteArray exportICalendarData(DayvexData &from, ExchangeReport *report = nullptr);
 
 } // namespace dayvex

@@ -4,7 +4,6 @@
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/model/todos.h>
-#include <dayvex/platform/clock.h>
 #include <dayvex/platform/error.h>
 
 #include <QHash>

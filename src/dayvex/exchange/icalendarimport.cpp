@@ -5,7 +5,6 @@
 #include <dayvex/model/lookuplists.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/model/todos.h>
-#include <dayvex/platform/clock.h>
 #include <dayvex/platform/error.h>
 
 #include <QFile>

@@ -20,28 +20,28 @@ enum class Text {
 };
 constexpr int TextCount = int(Text::DontRemind) + 1;
 
-DAYVEX_EXPORT QString languageKey(Text text);
-DAYVEX_EXPORT QString defaultText(Text text);
+DAYVEX_CORE_EXPORT QString languageKey(Text text);
+DAYVEX_CORE_EXPORT QString defaultText(Text text);
 
 // The loaded text; empty until the first LoadLanguage().
-DAYVEX_EXPORT QString text(Text text);
+DAYVEX_CORE_EXPORT QString text(Text text);
 // The loaded text, or fallback (a form's design caption) while the table is empty.
-DAYVEX_EXPORT QString textOr(Text key, const char *fallback);
+DAYVEX_CORE_EXPORT QString textOr(Text key, const char *fallback);
 
 // Fills the table from the language file: LanguageFileName when it is not
 // blank, otherwise "Languagefile.txt" in the component folder.
-DAYVEX_EXPORT void LoadLanguage();
+DAYVEX_CORE_EXPORT void LoadLanguage();
 // Sets the component folder and points the INI path at the default settings file.
-DAYVEX_EXPORT void InitIniPath();
+DAYVEX_CORE_EXPORT void InitIniPath();
 // One value from the current INI path; the section defaults to the component's title.
-DAYVEX_EXPORT QString ReadIni(const QString &Key, const QString &Default, const QString &Section = QString());
+DAYVEX_CORE_EXPORT QString ReadIni(const QString &Key, const QString &Default, const QString &Section = QString());
 
-DAYVEX_EXPORT QString componentTitle(); // "Dayvex"
+DAYVEX_CORE_EXPORT QString componentTitle(); // "Dayvex"
 // The folder holding the Dayvex library file, ending with a separator.
-DAYVEX_EXPORT QString componentFolder();
-DAYVEX_EXPORT QString currentIniPath();
+DAYVEX_CORE_EXPORT QString componentFolder();
+DAYVEX_CORE_EXPORT QString currentIniPath();
 
 // Empties the table and forgets the INI path (for tests).
-DAYVEX_EXPORT void resetLanguage();
+DAYVEX_CORE_EXPORT void resetLanguage();
 
 } // namespace dayvex

@@ -10,7 +10,7 @@
 namespace dayvex {
 
 // Internal to the component: the pending reminders, kept in due-time order.
-class DAYVEX_EXPORT Alarms : public KeyedCollection<Alarm>
+class DAYVEX_CORE_EXPORT Alarms : public KeyedCollection<Alarm>
 {
 public:
     // The key of a record's alarm: the kind letter ("S" appointment, "T" to-do)

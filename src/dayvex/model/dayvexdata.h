@@ -13,7 +13,7 @@ namespace dayvex {
 // The agenda a host hands to the control: appointments, to-dos and users, and
 // the control's own list of pending alarms. Each part is created on first read;
 // the host may set shared parts (one Schedules in several containers).
-class DAYVEX_EXPORT DayvexData
+class DAYVEX_CORE_EXPORT DayvexData
 {
 public:
     DayvexData();

@@ -26,17 +26,17 @@ public:
     }
 };
 
-class DAYVEX_EXPORT Places : public KeyedLookupList<Place>
+class DAYVEX_CORE_EXPORT Places : public KeyedLookupList<Place>
 {
 };
 
-class DAYVEX_EXPORT Categories : public KeyedLookupList<Category>
+class DAYVEX_CORE_EXPORT Categories : public KeyedLookupList<Category>
 {
 };
 
 // Projects are appended without a key: duplicates are allowed and only
 // positions find an entry.
-class DAYVEX_EXPORT ActiveProjects : public KeyedCollection<ActiveProject>
+class DAYVEX_CORE_EXPORT ActiveProjects : public KeyedCollection<ActiveProject>
 {
 public:
     std::shared_ptr<ActiveProject> Add(const QString &Key, const QString &Tag = QString());
@@ -44,7 +44,7 @@ public:
 
 // Users are appended without a key, so only positions find one; Add refuses a
 // blank name and a name already present (trimmed, case-insensitive).
-class DAYVEX_EXPORT Users : public KeyedCollection<User>
+class DAYVEX_CORE_EXPORT Users : public KeyedCollection<User>
 {
 public:
     static constexpr qint32 InvalidUserError = Error::ObjectErrorBase + 2;   // -2147221502

@@ -14,7 +14,7 @@ namespace dayvex {
 // so that what every redraw reads of a record (its key and dates) lies together.
 
 // One appointment.
-struct DAYVEX_EXPORT Schedule
+struct DAYVEX_CORE_EXPORT Schedule
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
@@ -45,7 +45,7 @@ public:
 };
 
 // One to-do activity.
-struct DAYVEX_EXPORT ToDo
+struct DAYVEX_CORE_EXPORT ToDo
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
@@ -74,7 +74,7 @@ public:
 };
 
 // Entries of the lookup lists: the text itself and a free tag.
-struct DAYVEX_EXPORT User
+struct DAYVEX_CORE_EXPORT User
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
@@ -84,7 +84,7 @@ public:
     QString Tag;
 };
 
-struct DAYVEX_EXPORT Place
+struct DAYVEX_CORE_EXPORT Place
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
@@ -94,7 +94,7 @@ public:
     QString Tag;
 };
 
-struct DAYVEX_EXPORT Category
+struct DAYVEX_CORE_EXPORT Category
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
@@ -104,7 +104,7 @@ public:
     QString Tag;
 };
 
-struct DAYVEX_EXPORT ActiveProject
+struct DAYVEX_CORE_EXPORT ActiveProject
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
@@ -115,7 +115,7 @@ public:
 };
 
 // A pending reminder of an appointment ("S") or a to-do ("T").
-struct DAYVEX_EXPORT Alarm
+struct DAYVEX_CORE_EXPORT Alarm
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)

@@ -10,9 +10,12 @@
 namespace dayvex {
 
 Schedules::Schedules()
-    : m_places(std::make_shared<dayvex::Places>())
+    : m_places(std::make_shared<dayvex::Places>()), m_largestKey(std::make_unique<detail::LargestNumericKey>())
 {
 }
+
+void Schedules::keyStored(const QString &key) { m_largestKey->stored(key); }
+void Schedules::keyRemoved(const QString &key) { m_largestKey->removed(key); }
 
 Schedules::~Schedules() = default;
 
@@ -42,7 +45,7 @@ void Schedules::setPlaces(std::shared_ptr<dayvex::Places> places)
 
 qint32 Schedules::largestNumericKey() const
 {
-    return m_largestKey.value([this](auto consider) { forEachStoredKey(consider); });
+    return m_largestKey->value([this](auto consider) { forEachStoredKey(consider); });
 }
 
 QString Schedules::NewKey() const

@@ -2,15 +2,18 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/model/lookuplists.h>
-#include <dayvex/model/numerickeys.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/keyedcollection.h>
 
 namespace dayvex {
 
+namespace detail {
+class LargestNumericKey;
+}
+
 // The appointments of one DayvexData. Adding an appointment collects its place
 // and category into the lookup lists.
-class DAYVEX_EXPORT Schedules : public KeyedCollection<Schedule>
+class DAYVEX_CORE_EXPORT Schedules : public KeyedCollection<Schedule>
 {
 public:
     Schedules();
@@ -41,14 +44,14 @@ public:
     void AddSorted(const std::shared_ptr<Schedule> &schedule);
 
 private:
-    void keyStored(const QString &key) override { m_largestKey.stored(key); }
-    void keyRemoved(const QString &key) override { m_largestKey.removed(key); }
+    void keyStored(const QString &key) override;
+    void keyRemoved(const QString &key) override;
     qint32 largestNumericKey() const;
 
     // Declared so that destruction releases the categories, then the places.
     std::shared_ptr<dayvex::Places> m_places;
     std::shared_ptr<dayvex::Categories> m_categories;
-    mutable detail::LargestNumericKey m_largestKey;
+    std::unique_ptr<detail::LargestNumericKey> m_largestKey;
 };
 
 } // namespace dayvex

@@ -11,7 +11,7 @@ namespace dayvex {
 class DayvexData;
 
 // Settings held once per process and shared by every control instance.
-struct DAYVEX_EXPORT SharedSettings
+struct DAYVEX_CORE_EXPORT SharedSettings
 {
     QString DayStartTime = QStringLiteral("08:00");
     QString DayEndTime = QStringLiteral("20:00");
@@ -25,8 +25,8 @@ struct DAYVEX_EXPORT SharedSettings
     QString DateTimeFormat = QStringLiteral("dd/mm/yyyy hh:ss"); // hours and seconds, as it always was
 };
 
-DAYVEX_EXPORT SharedSettings &sharedSettings();
+DAYVEX_CORE_EXPORT SharedSettings &sharedSettings();
 // Puts every shared setting back to its default (for tests and for hosts that restart).
-DAYVEX_EXPORT void resetSharedSettings();
+DAYVEX_CORE_EXPORT void resetSharedSettings();
 
 } // namespace dayvex

@@ -6,8 +6,13 @@
 
 namespace dayvex {
 
+ToDoS::ToDoS() : m_largestKey(std::make_unique<detail::LargestNumericKey>()) {}
+
 // Members go before the base: the project list is released before the collection.
 ToDoS::~ToDoS() = default;
+
+void ToDoS::keyStored(const QString &key) { m_largestKey->stored(key); }
+void ToDoS::keyRemoved(const QString &key) { m_largestKey->removed(key); }
 
 std::shared_ptr<ActiveProjects> ToDoS::ActiveProjects()
 {
@@ -23,7 +28,7 @@ void ToDoS::setActiveProjects(std::shared_ptr<dayvex::ActiveProjects> projects)
 
 qint32 ToDoS::largestNumericKey() const
 {
-    return m_largestKey.value([this](auto consider) { forEachStoredKey(consider); });
+    return m_largestKey->value([this](auto consider) { forEachStoredKey(consider); });
 }
 
 QString ToDoS::NewKey() const

@@ -2,16 +2,20 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/model/lookuplists.h>
-#include <dayvex/model/numerickeys.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/keyedcollection.h>
 
 namespace dayvex {
 
+namespace detail {
+class LargestNumericKey;
+}
+
 // The to-do activities of one DayvexData.
-class DAYVEX_EXPORT ToDoS : public KeyedCollection<ToDo>
+class DAYVEX_CORE_EXPORT ToDoS : public KeyedCollection<ToDo>
 {
 public:
+    ToDoS();
     ~ToDoS() override;
 
     // Created on first read unless the host set one.
@@ -29,12 +33,12 @@ public:
                               const QString &Tag = QString());
 
 private:
-    void keyStored(const QString &key) override { m_largestKey.stored(key); }
-    void keyRemoved(const QString &key) override { m_largestKey.removed(key); }
+    void keyStored(const QString &key) override;
+    void keyRemoved(const QString &key) override;
     qint32 largestNumericKey() const;
 
     std::shared_ptr<dayvex::ActiveProjects> m_projects;
-    mutable detail::LargestNumericKey m_largestKey;
+    std::unique_ptr<detail::LargestNumericKey> m_largestKey;
 };
 
 } // namespace dayvex

@@ -10,7 +10,7 @@ namespace dayvex {
 // Windows); elsewhere it is taken as off. Tests replace the source; an empty
 // function restores the window system's.
 using CapsLockSource = std::function<bool()>;
-DAYVEX_EXPORT void setCapsLockSource(CapsLockSource source);
-DAYVEX_EXPORT bool capsLockOn();
+DAYVEX_CORE_EXPORT void setCapsLockSource(CapsLockSource source);
+DAYVEX_CORE_EXPORT bool capsLockOn();
 
 } // namespace dayvex

@@ -1,4 +1,5 @@
-#include "clock.h"
+#include <dayvex/platform/date.h>
+
 
 namespace dayvex {
 

@@ -9,7 +9,7 @@ namespace dayvex {
 
 // A colour as the control's properties store it: 0x00BBGGRR for a plain RGB
 // value, or 0x800000nn for system colour nn, taken from the palette.
-DAYVEX_EXPORT QColor oleColor(quint32 value, const QPalette &palette);
+DAYVEX_CORE_EXPORT QColor oleColor(quint32 value, const QPalette &palette);
 
 // The system colours the views use.
 namespace SystemColor {

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <compare>
+#include <functional>
 
 namespace dayvex {
 
@@ -14,7 +15,7 @@ namespace dayvex {
 // as the fraction; 0.0 is the empty date. For negative values the integer part
 // is the day and the fraction's absolute value the time (-1.25 is 29 December
 // 1899 06:00). Comparisons compare the stored numbers, as the platform does.
-class DAYVEX_EXPORT Date
+class DAYVEX_CORE_EXPORT Date
 {
 public:
     static constexpr double MinValue = -657434.0;  // 1 January 100
@@ -61,6 +62,14 @@ private:
 
     double m_value = 0.0;
 };
+
+// The one place the component reads the time of day. Tests replace the source;
+// an empty function restores the system clock.
+using ClockSource = std::function<QDateTime()>;
+DAYVEX_CORE_EXPORT void setClockSource(ClockSource source);
+
+DAYVEX_CORE_EXPORT Date now();
+DAYVEX_CORE_EXPORT Date today();
 
 } // namespace dayvex
 

@@ -12,7 +12,7 @@ namespace dayvex {
 
 // An automation error as a host sees it: a number, a description and the
 // component that raised it.
-class DAYVEX_EXPORT Error : public std::exception
+class DAYVEX_CORE_EXPORT Error : public std::exception
 {
 public:
     // Numbers of the platform's run-time errors that the object model raises.

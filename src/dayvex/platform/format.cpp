@@ -1,6 +1,5 @@
 #include "format.h"
 
-#include "clock.h"
 #include "error.h"
 
 #include <QRegularExpression>

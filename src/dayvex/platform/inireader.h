@@ -13,7 +13,7 @@ namespace dayvex {
 // the section or the key is absent. Files are read as UTF-8 (with or without a
 // byte-order mark); a line that is not valid UTF-8 is read as Windows-1252. A file
 // that cannot be read, or is larger than MaxFileSize, counts as missing.
-class DAYVEX_EXPORT IniReader
+class DAYVEX_CORE_EXPORT IniReader
 {
 public:
     static constexpr qint64 MaxFileSize = 1024 * 1024;

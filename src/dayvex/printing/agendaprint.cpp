@@ -6,11 +6,11 @@
 #include <dayvex/model/todos.h>
 #include <dayvex/platform/color.h>
 #include <dayvex/platform/format.h>
-#include <dayvex/views/agendaentry.h>
-#include <dayvex/views/appointmentorder.h>
-#include <dayvex/views/textfit.h>
-#include <dayvex/views/timegrid.h>
-#include <dayvex/views/todoorder.h>
+#include <dayvex/layout/agendaentry.h>
+#include <dayvex/layout/appointmentorder.h>
+#include <dayvex/layout/textfit.h>
+#include <dayvex/layout/timegrid.h>
+#include <dayvex/layout/todoorder.h>
 
 #include <QFontMetricsF>
 #include <QPagedPaintDevice>

@@ -13,6 +13,6 @@ namespace dayvex {
 // Opens Qt's print preview over parent, window-modal and without waiting: the
 // dialog draws its pages with paint and prints or saves them as its user
 // chooses, then deletes itself.
-DAYVEX_EXPORT QPrintPreviewDialog *openPrintPreview(QWidget *parent, std::function<void(QPrinter *)> paint);
+QPrintPreviewDialog *openPrintPreview(QWidget *parent, std::function<void(QPrinter *)> paint);
 
 } // namespace dayvex

@@ -5,7 +5,6 @@
 #include "remindersound.h"
 
 #include <dayvex/model/sharedsettings.h>
-#include <dayvex/platform/clock.h>
 #include <dayvex/platform/error.h>
 
 #include <QApplication>

@@ -17,7 +17,7 @@ class ReminderHost;
 // host (ReminderAlarm); unless the host stops the tick, takes the reminder over
 // or pop-ups are off, it gets a reminder pop-up and the reminder sound. An alarm
 // whose pop-up is open is offered again, with the pop-up, and gets no second one.
-class DAYVEX_EXPORT AlarmScan
+class AlarmScan
 {
 public:
     // A host that loads thousands of past reminders must not bury the screen:

@@ -3,7 +3,6 @@
 #include "reminderhost.h"
 
 #include <dayvex/i18n/language.h>
-#include <dayvex/platform/clock.h>
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 

@@ -23,13 +23,13 @@ struct ReminderText
     QString kind;
     QStringList details;
 };
-DAYVEX_EXPORT ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat);
+ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat);
 
 // frmPromemoria: a small window over every other window that shows one due
 // alarm, with "remind me in 5 minutes" and "don't remind anymore". Its "Tag"
 // property is its alarm's key, by which the scan finds it. It deletes itself
 // when closed; closing it by its frame changes nothing.
-class DAYVEX_EXPORT ReminderPopup : public QWidget
+class ReminderPopup : public QWidget
 {
     Q_OBJECT
 public:

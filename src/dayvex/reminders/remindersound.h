@@ -11,7 +11,7 @@ namespace dayvex {
 // The reminder sound. The default asks Qt Multimedia for an output device and
 // plays a WAV file with QSoundEffect; a host can route the sound elsewhere and
 // tests count what is played.
-class DAYVEX_EXPORT ReminderSound
+class ReminderSound
 {
 public:
     virtual ~ReminderSound() = default;
@@ -22,10 +22,10 @@ public:
 };
 
 // nullptr puts the default back.
-DAYVEX_EXPORT void setReminderSound(std::shared_ptr<ReminderSound> sound);
-DAYVEX_EXPORT ReminderSound &reminderSound();
+void setReminderSound(std::shared_ptr<ReminderSound> sound);
+ReminderSound &reminderSound();
 
 // The length of a WAV file in milliseconds, from its header; -1 when it is none.
-DAYVEX_EXPORT qint64 wavDurationMs(const QString &fileName);
+qint64 wavDurationMs(const QString &fileName);
 
 } // namespace dayvex

@@ -1,11 +1,11 @@
 #include "agendagrid.h"
 
-#include <dayvex/control/twips.h>
+#include <dayvex/platform/twips.h>
 #include <dayvex/platform/color.h>
 #include <dayvex/platform/format.h>
 
 #include <dayvex/views/cachedtextdelegate.h>
-#include <dayvex/views/textfit.h>
+#include <dayvex/layout/textfit.h>
 
 #include <QHeaderView>
 #include <QKeyEvent>

@@ -3,7 +3,7 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/daylist.h>
-#include <dayvex/views/timegrid.h>
+#include <dayvex/layout/timegrid.h>
 #include <dayvex/views/viewgrid.h>
 
 #include <QStandardItemModel>
@@ -19,7 +19,7 @@ namespace dayvex {
 // carry the dates of six weeks and the odd rows the days' appointment lists.
 // Appointment boxes and day lists are children of the viewport, placed over the
 // cells; they are pooled, so a redraw reuses the widgets of the last one.
-class DAYVEX_EXPORT AgendaGrid : public ViewGrid
+class AgendaGrid : public ViewGrid
 {
     Q_OBJECT
 public:

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
-#include <dayvex/views/agendaentry.h>
+#include <dayvex/layout/agendaentry.h>
 
 #include <dayvex/views/itemgestures.h>
-#include <dayvex/views/textfit.h>
+#include <dayvex/layout/textfit.h>
 
 #include <QStaticText>
 #include <QWidget>
@@ -17,7 +17,7 @@ namespace dayvex {
 // user does with it (clicks, keys, focus, tooltip) but paints nothing itself:
 // the grid paints every box in its own pass, as a widget each would cost a
 // thousand separate paints in a crowded week.
-class DAYVEX_EXPORT AppointmentBox : public QWidget
+class AppointmentBox : public QWidget
 {
     Q_OBJECT
 public:

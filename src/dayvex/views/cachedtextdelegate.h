@@ -13,7 +13,7 @@ namespace dayvex {
 // line of text (panel, selection, text in the item's colour and alignment,
 // elided or clipped, focus frame), but keeps each text laid out: a table
 // repainted with the same texts shapes none of them again.
-class DAYVEX_EXPORT CachedTextDelegate : public QStyledItemDelegate
+class CachedTextDelegate : public QStyledItemDelegate
 {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;

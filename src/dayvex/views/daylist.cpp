@@ -3,7 +3,7 @@
 #include <dayvex/platform/color.h>
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/cachedtextdelegate.h>
-#include <dayvex/views/textfit.h>
+#include <dayvex/layout/textfit.h>
 
 #include <QContextMenuEvent>
 #include <QHelpEvent>

@@ -2,7 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 
-#include <dayvex/views/agendaentry.h>
+#include <dayvex/layout/agendaentry.h>
 #include <dayvex/views/itemgestures.h>
 
 #include <QAbstractListModel>
@@ -15,7 +15,7 @@ namespace dayvex {
 
 // The appointments of one day as lines: a line's text is made only when the
 // list shows it.
-class DAYVEX_EXPORT DayLines : public QAbstractListModel
+class DayLines : public QAbstractListModel
 {
     Q_OBJECT
 public:
@@ -40,7 +40,7 @@ private:
 // line shows its start time and description, cut to the cell with "…" (the
 // whole appointment line is the line's text, which the tooltip shows); "+N"
 // in the corner counts the lines below what the cell shows.
-class DAYVEX_EXPORT DayList : public QListView
+class DayList : public QListView
 {
     Q_OBJECT
 public:

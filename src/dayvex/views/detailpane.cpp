@@ -1,6 +1,6 @@
 #include "detailpane.h"
 
-#include <dayvex/control/twips.h>
+#include <dayvex/platform/twips.h>
 #include <dayvex/i18n/language.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/views/appointmentbox.h>

@@ -15,30 +15,30 @@ struct AgendaEntry;
 // The texts of the detail pane.
 namespace detail {
 // Over an appointment box: the first 16 characters of the date text, " - " and the end time.
-DAYVEX_EXPORT QString boxCaption(const AgendaEntry &entry);
+QString boxCaption(const AgendaEntry &entry);
 // The box text with each "|" starting a new paragraph.
-DAYVEX_EXPORT QString boxText(const AgendaEntry &entry);
+QString boxText(const AgendaEntry &entry);
 // Over a line of a day list: the first 11 characters of the day's date text, the
 // line's start time, " - " and its end time.
-DAYVEX_EXPORT QString listCaption(const QString &dayDates, const QString &line);
+QString listCaption(const QString &dayDates, const QString &line);
 // The line after its times and their blank.
-DAYVEX_EXPORT QString listText(const QString &line);
+QString listText(const QString &line);
 // Due date, state, short and long description, each as caption ": " value,
 // the dashed line before the long description, joined by CR LF.
-DAYVEX_EXPORT QString toDoText(const ToDo &todo, const QString &dateFormat);
+QString toDoText(const ToDo &todo, const QString &dateFormat);
 
 // Where the pane stands beside an item, all in twips in one coordinate system:
 // level with the item's top, right of it where room has the width, else left of
 // it, else over it; moved and cut so that it stays inside room.
-DAYVEX_EXPORT QRectF besideItem(const QRectF &item, const QSizeF &pane, const QRectF &room);
+QRectF besideItem(const QRectF &item, const QSizeF &pane, const QRectF &room);
 // Above a list, at its left edge and as wide as it, so that no row of the list
 // is covered; as high as room leaves above the list, at most pane's height.
-DAYVEX_EXPORT QRectF aboveList(const QRectF &list, const QSizeF &pane, const QRectF &room);
+QRectF aboveList(const QRectF &list, const QSizeF &pane, const QRectF &room);
 } // namespace detail
 
 // The floating pane that shows one appointment or to-do beside the item it
 // describes. Escape or a click anywhere else closes it.
-class DAYVEX_EXPORT DetailPane : public QGroupBox
+class DetailPane : public QGroupBox
 {
     Q_OBJECT
 public:

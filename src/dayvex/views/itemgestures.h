@@ -13,7 +13,7 @@ namespace dayvex {
 // What an appointment box and a day list make alike of the mouse and the keys:
 // a click, a double click (whose closing release is no click of its own), the
 // right button's release, Delete and Enter. The item passes its events in.
-class DAYVEX_EXPORT ItemGestures : public QObject
+class ItemGestures : public QObject
 {
     Q_OBJECT
 public:

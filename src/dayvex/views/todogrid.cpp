@@ -1,9 +1,9 @@
 #include "todogrid.h"
 
-#include <dayvex/control/twips.h>
+#include <dayvex/platform/twips.h>
 #include <dayvex/model/todos.h>
 #include <dayvex/views/cachedtextdelegate.h>
-#include <dayvex/views/todoorder.h>
+#include <dayvex/layout/todoorder.h>
 
 #include <QHeaderView>
 #include <QHelpEvent>

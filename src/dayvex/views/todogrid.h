@@ -14,7 +14,7 @@ class ToDoS;
 
 // The rows of the to-do list as the last fill found the to-dos: the texts are
 // shared with the records, so a fill copies no characters.
-class DAYVEX_EXPORT ToDoListModel : public QAbstractTableModel
+class ToDoListModel : public QAbstractTableModel
 {
     Q_OBJECT
 public:
@@ -46,7 +46,7 @@ private:
 
 // The to-do list: a heading (the horizontal header) and one row per to-do in
 // ascending priority, done ones in grey. Column 0 holds the key and is hidden.
-class DAYVEX_EXPORT ToDoGrid : public ViewGrid
+class ToDoGrid : public ViewGrid
 {
     Q_OBJECT
 public:

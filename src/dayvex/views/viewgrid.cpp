@@ -1,7 +1,7 @@
 #include "viewgrid.h"
 
-#include <dayvex/control/twips.h>
-#include <dayvex/views/timegrid.h>
+#include <dayvex/platform/twips.h>
+#include <dayvex/layout/timegrid.h>
 
 #include <QContextMenuEvent>
 #include <QMouseEvent>

@@ -12,7 +12,7 @@ namespace dayvex {
 // A table that reports mouse releases and double clicks with their viewport
 // position and finds the cell under a point from its row heights and column
 // widths. Its cells come from the model of the grid that derives from it.
-class DAYVEX_EXPORT ViewGrid : public QTableView
+class ViewGrid : public QTableView
 {
     Q_OBJECT
 public:

@@ -32,7 +32,7 @@ struct ControlMinimum
     static constexpr double Margin = 30; // a control is grown a little past its minimum
 };
 
-DAYVEX_EXPORT ResizeAction resizeAction(double width, double height);
+DAYVEX_CORE_EXPORT ResizeAction resizeAction(double width, double height);
 
 // The design-time measures that the handler does not change.
 struct LayoutDesign
@@ -65,10 +65,10 @@ struct ControlLayout
     bool tabCaptions = false;           // false: the tabs show empty captions
 };
 
-DAYVEX_EXPORT ControlLayout layOutControl(double width, double height, const LayoutDesign &design);
+DAYVEX_CORE_EXPORT ControlLayout layOutControl(double width, double height, const LayoutDesign &design);
 
 // Width of the day column in the day view, and of each day column in the week view.
-DAYVEX_EXPORT double dayViewColumnWidth(double listaWidth);
-DAYVEX_EXPORT qint32 weekViewColumnWidth(double listaWidth);
+DAYVEX_CORE_EXPORT double dayViewColumnWidth(double listaWidth);
+DAYVEX_CORE_EXPORT qint32 weekViewColumnWidth(double listaWidth);
 
 } // namespace dayvex

@@ -1,4 +1,4 @@
-#include <dayvex/control/layout.h>
+#include <dayvex/layout/controllayout.h>
 
 #include <QTest>
 
@@ -100,4 +100,4 @@ void tst_Layout::childrenFitTheControl()
 }
 
 QTEST_GUILESS_MAIN(tst_Layout)
-#include "tst_layout.moc"
+#include "tst_controllayout.moc"

@@ -2,7 +2,7 @@
 
 #include <dayvex/model/records.h>
 #include <dayvex/platform/format.h>
-#include <dayvex/views/timegrid.h>
+#include <dayvex/layout/timegrid.h>
 
 namespace dayvex {
 

@@ -1,10 +1,10 @@
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/model/schedules.h>
-#include <dayvex/views/agendaentry.h>
-#include <dayvex/views/appointmentorder.h>
-#include <dayvex/views/timegrid.h>
-#include <dayvex/views/todoorder.h>
+#include <dayvex/layout/agendaentry.h>
+#include <dayvex/layout/appointmentorder.h>
+#include <dayvex/layout/timegrid.h>
+#include <dayvex/layout/todoorder.h>
 
 #include <QTest>
 

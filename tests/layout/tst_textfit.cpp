@@ -1,7 +1,7 @@
 #include <dayvex/platform/format.h>
 #include <dayvex/views/detailpane.h>
-#include <dayvex/views/textfit.h>
-#include <dayvex/views/timegrid.h>
+#include <dayvex/layout/textfit.h>
+#include <dayvex/layout/timegrid.h>
 
 #include <QTest>
 

@@ -12,7 +12,7 @@ struct Schedule;
 // What the views show of one appointment: the record's fields as the redraw
 // found them (the texts shared, not copied) and the texts made of them, which
 // are formatted when first asked for, so that a redraw pays only for what shows.
-class DAYVEX_EXPORT AgendaEntry
+class DAYVEX_CORE_EXPORT AgendaEntry
 {
 public:
     AgendaEntry() = default;

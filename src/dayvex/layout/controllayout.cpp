@@ -1,4 +1,4 @@
-#include "layout.h"
+#include "controllayout.h"
 
 #include <cmath>
 

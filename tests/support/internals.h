@@ -1,0 +1,57 @@
+#pragma once
+
+// Every header of the library, the internal ones too: for the project's own tests and benchmark.
+
+#include <dayvex/platform/date.h>
+#include <dayvex/platform/error.h>
+#include <dayvex/platform/format.h>
+#include <dayvex/platform/color.h>
+#include <dayvex/platform/capslock.h>
+#include <dayvex/platform/keyedcollection.h>
+
+#include <dayvex/model/alarms.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/model/lookuplists.h>
+#include <dayvex/model/records.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/model/todos.h>
+
+#include <dayvex/i18n/language.h>
+#include <dayvex/platform/inireader.h>
+
+#include <dayvex/layout/controllayout.h>
+#include <dayvex/control/monthcalendar.h>
+#include <dayvex/control/statusline.h>
+#include <dayvex/control/propertybag.h>
+#include <dayvex/platform/twips.h>
+#include <dayvex/control/zntdayvex.h>
+#include <dayvex/model/hostevents.h>
+#include <dayvex/editing/editinghost.h>
+#include <dayvex/editing/prompts.h>
+#include <dayvex/editing/appointmenteditor.h>
+#include <dayvex/editing/appointmentcommands.h>
+#include <dayvex/editing/commandflag.h>
+#include <dayvex/editing/editorform.h>
+#include <dayvex/editing/todoeditor.h>
+#include <dayvex/editing/todocommands.h>
+#include <dayvex/reminders/reminderhost.h>
+#include <dayvex/reminders/remindersound.h>
+#include <dayvex/reminders/reminderpopup.h>
+#include <dayvex/reminders/alarmscan.h>
+
+#include <dayvex/layout/timegrid.h>
+#include <dayvex/layout/todoorder.h>
+#include <dayvex/layout/appointmentorder.h>
+#include <dayvex/views/appointmentbox.h>
+#include <dayvex/views/agendagrid.h>
+#include <dayvex/views/todogrid.h>
+#include <dayvex/views/detailpane.h>
+#include <dayvex/views/viewselection.h>
+#include <dayvex/views/viewgrid.h>
+#include <dayvex/layout/textfit.h>
+#include <dayvex/views/daylist.h>
+#include <dayvex/views/itemgestures.h>
+#include <dayvex/exchange/icalendar.h>
+#include <dayvex/printing/agendaprint.h>
+#include <dayvex/printing/printpreview.h>
