@@ -1,4 +1,4 @@
-#include <dayvex/control/zntdayvex.h>
+#include <internals.h>
 
 #include <QMetaMethod>
 #include <QTest>
@@ -73,8 +73,8 @@ void tst_Events::beforeAnswersAreReadBack()
     auto schedule = std::make_shared<Schedule>();
     auto todo = std::make_shared<ToDo>();
     const bool isSchedule = id <= int(EventId::BeforeScheduleChange);
-    const BeforeAnswer answer = isSchedule ? control.raiseBefore(EventId(id), schedule)
-                                           : control.raiseBefore(EventId(id), todo);
+    const BeforeAnswer answer = isSchedule ? zntDayvexPrivate::get(&control)->raiseBefore(EventId(id), schedule)
+                                           : zntDayvexPrivate::get(&control)->raiseBefore(EventId(id), todo);
     QCOMPARE(calls, 1);
     QCOMPARE(answer.ExternalHandled, external);
     QCOMPARE(answer.Cancel, cancel);
@@ -99,20 +99,20 @@ void tst_Events::recordsAreReadBack()
             });
 
     auto schedule = std::make_shared<Schedule>();
-    control.raiseBefore(EventId::BeforeScheduleAdd, schedule);
+    zntDayvexPrivate::get(&control)->raiseBefore(EventId::BeforeScheduleAdd, schedule);
     QCOMPARE(schedule, replacement);
 
     auto todo = std::make_shared<ToDo>();
     bool cancel = false;
-    control.RaiseValidateToDo(todo, cancel);
+    zntDayvexPrivate::get(&control)->RaiseValidateToDo(todo, cancel);
     QVERIFY(cancel);
     QCOMPARE(todo->ShortDesc, "checked");
-    control.RaiseToDoChanged(todo);
+    zntDayvexPrivate::get(&control)->RaiseToDoChanged(todo);
     QVERIFY(!todo);
 
     auto alarm = std::make_shared<Alarm>();
     QWidget *form = nullptr;
-    const BeforeAnswer answer = control.raiseReminderAlarm(alarm, form);
+    const BeforeAnswer answer = zntDayvexPrivate::get(&control)->raiseReminderAlarm(alarm, form);
     QCOMPARE(form, &control);
     QCOMPARE(alarm->AlarmDateTime, Date(2.0));
     QVERIFY(answer.ExternalHandled && !answer.Cancel);
@@ -148,7 +148,7 @@ void tst_Events::throwingHandlerReachesTheCaller()
     connect(&control, &zntDayvex::BeforeTodoDelete, this, [&](std::shared_ptr<ToDo> &, bool &, bool &) { ++later; });
     auto todo = std::make_shared<ToDo>();
     try {
-        control.raiseBefore(EventId::BeforeTodoDelete, todo);
+        zntDayvexPrivate::get(&control)->raiseBefore(EventId::BeforeTodoDelete, todo);
         QFAIL("no error");
     } catch (const Error &error) {
         QTEST(error.number(), "number");
@@ -156,7 +156,7 @@ void tst_Events::throwingHandlerReachesTheCaller()
     }
     QCOMPARE(later, 0);
     failing = false;
-    control.raiseBefore(EventId::BeforeTodoDelete, todo);
+    zntDayvexPrivate::get(&control)->raiseBefore(EventId::BeforeTodoDelete, todo);
     QCOMPARE(later, 1);
 }
 

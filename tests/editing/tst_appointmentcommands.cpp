@@ -157,7 +157,7 @@ void tst_AppointmentCommands::newAppointment()
 
     QCOMPARE(m_log, events);
     QCOMPARE(m_data->Schedules()->Count(), before + added);
-    QVERIFY(!m_control->commandInProgress());
+    QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
     QVERIFY(!openEditor());
     if (added)
         QCOMPARE(m_data->Schedules()->Item("8")->Description, "Pranzo");
@@ -215,7 +215,7 @@ void tst_AppointmentCommands::modify()
     QCOMPARE(raised, error);
     QCOMPARE(m_log, events);
     QCOMPARE(live().Description, description);
-    QVERIFY(!m_control->commandInProgress());
+    QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
     const bool editorSaved = events.contains("ValidateSchedule");
     // Saved without a reminder: the zero date and no alarm.
     QCOMPARE(bool(m_data->Alarms()->find("S7")), !editorSaved);
@@ -322,7 +322,7 @@ void tst_AppointmentCommands::missingKeyChangesNothing()
         } catch (const Error &e) {
             QCOMPARE(e.number(), qint32(Error::InvalidArgument));
         }
-        QVERIFY(!m_control->commandInProgress());
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
     }
     QVERIFY(m_log.isEmpty());
 }
@@ -338,7 +338,7 @@ void tst_AppointmentCommands::secondCommandRefused()
         QVERIFY(m_data->Schedules()->find("7"));
         for (QWidget *window : QApplication::topLevelWidgets())
             editors += window->objectName() == "frmAppuntamento" ? 1 : 0;
-        QVERIFY(m_control->commandInProgress());
+        QVERIFY(zntDayvexPrivate::get(&*m_control)->commandInProgress());
         press(editor, "Fine");
     });
     m_control->mnModifica_Click();
@@ -375,16 +375,16 @@ void tst_AppointmentCommands::throwingHostLeavesNoHalfChange()
     });
     m_control->mnNuovo_Click();
     QCOMPARE(m_data->Schedules()->Count(), 1);
-    QVERIFY(!m_control->commandInProgress());
+    QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
 
     m_hostEdit = [](std::shared_ptr<Schedule> &) { throw std::runtime_error("host failed"); };
     const QString description = live().Description;
     QVERIFY_THROWS_EXCEPTION(Error, m_control->mnModifica_Click());
-    QVERIFY(!m_control->commandInProgress());
+    QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
     // From the menu nothing can take it: said once, with the event's name.
     QTest::ignoreMessage(QtWarningMsg, "zntDayvex: error 440: BeforeScheduleChange: Automation error: host failed");
     m_control->findChild<QAction *>("mnModifica")->trigger();
-    QVERIFY(!m_control->commandInProgress());
+    QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
     QCOMPARE(live().Description, description);
     m_hostEdit = nullptr;
 

@@ -179,7 +179,7 @@ void tst_ToDoCommands::newToDo()
     m_control->mnNuovaAttivita_Click();
 
     QCOMPARE(m_log, events);
-    QVERIFY(!m_control->commandInProgress());
+    QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
     QCOMPARE(bool(m_data->ToDoS()->find("3")), stored);
     QCOMPARE(bool(m_data->Alarms()->find("T3")), reminder.value() != 0.0);
     if (!stored)
@@ -294,7 +294,7 @@ void tst_ToDoCommands::missingKeyChangesNothing()
     for (auto command : {&zntDayvex::mnuAttivitaCompleta_Click, &zntDayvex::mnModificaAttivita_Click,
                          &zntDayvex::mnEliminaAttivita_Click}) {
         QVERIFY_THROWS_EXCEPTION(Error, (m_control.get()->*command)());
-        QVERIFY(!m_control->commandInProgress());
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
     }
     QVERIFY(m_log.isEmpty());
     QCOMPARE(m_data->ToDoS()->Count(), 1);

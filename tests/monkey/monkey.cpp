@@ -417,7 +417,7 @@ private:
         m_now = m_now.addSecs(qint64(pick(3)) * 60 * (chance(5) ? 600 : 7));
         if (chance(8))
             m_now = m_now.addDays(-3);
-        m_control->scanAlarms();
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
     }
 
     void act()

@@ -143,7 +143,7 @@ void tst_Reminders::dueAlarms()
     QFETCH(bool, fires);
     addAppointment("1", at(8, 0));
     m_data->Alarms()->Add("S1", "S", "1", due, false, "S1")->Showing = showing;
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(m_offered, fires ? QStringList{"S1"} : QStringList{});
     QCOMPARE(popups().size(), fires ? 1 : 0);
     QCOMPARE(m_sound->played, fires ? QStringList{"ding.wav"} : QStringList{});
@@ -155,7 +155,7 @@ void tst_Reminders::cancelEndsTheTick()
     addAppointment("2", at(9, 30));
     m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
     m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &Cancel) { Cancel = true; };
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(m_offered, QStringList{"S1"});
     QVERIFY(popups().isEmpty());
 }
@@ -166,8 +166,8 @@ void tst_Reminders::popUpsOff()
     m_data->ToDoS()->Add("7", "Rossi", "Chiamare", {}, at(9, 0), 1, "Sito", false, Date(), at(9, 30));
     m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
     m_control->setDisableReminderPopUp(true);
-    m_control->scanAlarms();
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(m_offered, QStringList({"S1", "T7", "S1", "T7"}));
     QVERIFY(popups().isEmpty());
     QVERIFY(m_sound->played.isEmpty());
@@ -181,7 +181,7 @@ void tst_Reminders::hostTakesItOver()
         alrm->AlarmDateTime = alrm->AlarmDateTime.addMinutes(60);
         ExternalHandled = true;
     };
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(10, 0).value());
     QVERIFY(popups().isEmpty());
     QVERIFY(m_sound->played.isEmpty());
@@ -191,9 +191,9 @@ void tst_Reminders::openPopUpIsPassedOn()
 {
     addAppointment("1", at(9, 0));
     m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(popups().size(), 1);
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(m_offered, QStringList({"S1", "S1"}));
     QCOMPARE(m_forms, QList<QWidget *>({nullptr, popups().first()}));
     QCOMPARE(popups().size(), 1);
@@ -204,7 +204,7 @@ void tst_Reminders::openPopUpIsPassedOn()
     popups().first()->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(9, 0).value());
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(popups().size(), 1);
     QCOMPARE(m_sound->played.size(), 1);
 }
@@ -235,7 +235,7 @@ void tst_Reminders::buttons()
     const QString key = appointment ? "S1" : "T7";
     // The host takes the other alarm over, so one pop-up opens.
     m_answer = [key](std::shared_ptr<Alarm> &alrm, bool &ExternalHandled, bool &) { ExternalHandled = alrm->Key != key; };
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(popups().size(), 1);
 
     QTest::mouseClick(popups().first()->findChild<QPushButton *>(button), Qt::LeftButton);
@@ -252,10 +252,10 @@ void tst_Reminders::storm()
     for (int i = 1; i <= 25; ++i)
         addAppointment(QString::number(i), at(9, 0).addMinutes(i));
     m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_control->scanAlarms();
+    zntDayvexPrivate::get(&*m_control)->scanAlarms();
     QCOMPARE(popups().size(), AlarmScan::MaxNewPopUpsPerTick);
     QCOMPARE(m_offered.size(), AlarmScan::MaxNewPopUpsPerTick);
-    m_control->scanAlarms(); // the open ten are passed on, ten more open
+    zntDayvexPrivate::get(&*m_control)->scanAlarms(); // the open ten are passed on, ten more open
     QCOMPARE(popups().size(), 2 * AlarmScan::MaxNewPopUpsPerTick);
 }
 
@@ -265,7 +265,7 @@ void tst_Reminders::goneRecord()
     m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
     m_data->Schedules()->Remove("1"); // the alarm list still names it
     try {
-        m_control->scanAlarms();
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
         QFAIL("no error");
     } catch (const Error &error) {
         QCOMPARE(error.number(), qint32(Error::InvalidArgument));
@@ -286,7 +286,7 @@ void tst_Reminders::throwingHandler()
     m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
     m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &) { throw std::runtime_error("host failed"); };
     try {
-        m_control->scanAlarms();
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
         QFAIL("no error");
     } catch (const Error &error) {
         QCOMPARE(error.number(), qint32(Error::AutomationError));
@@ -311,7 +311,7 @@ void tst_Reminders::controlGoesDuringTheSound()
     m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
     m_sound->whilePlaying = [this] { m_control.reset(); }; // the host closes its window meanwhile
     zntDayvex *control = m_control.get();
-    control->scanAlarms(); // ends without touching what went
+    zntDayvexPrivate::get(&*control)->scanAlarms(); // ends without touching what went
     QVERIFY(!m_control);
     QCOMPARE(m_sound->played.size(), 1);
 }

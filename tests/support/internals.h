@@ -55,3 +55,4 @@
 #include <dayvex/exchange/icalendar.h>
 #include <dayvex/printing/agendaprint.h>
 #include <dayvex/printing/printpreview.h>
+#include <dayvex/control/zntdayvex_p.h>

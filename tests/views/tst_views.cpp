@@ -271,7 +271,7 @@ void tst_Views::clickMovesTheDate()
     m_control->Refresh(zntPlanShowType(style));
     QTest::mouseClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(row, column));
     QCOMPARE(m_control->findChild<MonthCalendar *>("Calendar")->selectedDate(), shown);
-    QCOMPARE(m_control->viewSelection().listaRow, row);
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().listaRow, row);
 }
 
 void tst_Views::rightClickMenus_data()
@@ -322,13 +322,13 @@ void tst_Views::detailPane()
     QVERIFY(pane->isVisible());
     QCOMPARE(pane->title(), "03/12/2000-03/12 - 10:30");
     QCOMPARE(pane->text(), "09:00-10:30 Rossi: Sala A \n Ferri \n a");
-    QCOMPARE(m_control->viewSelection().appointmentKey, "a");
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().appointmentKey, "a");
     QVERIFY(pane->x() < daFare()->x());
 
     QTest::mouseClick(daFare()->viewport(), Qt::LeftButton, {}, daFare()->visualRect(daFare()->model()->index(0, 3)).center());
     QCOMPARE(pane->text(), "due to: 09/12/2000\nstate: to be done\nshort description: Call\n"
                            "---------------------------------------\ndescription: Ask for the offer\nand the dates");
-    QCOMPARE(m_control->viewSelection().toDoKey, "t1");
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().toDoKey, "t1");
     QCOMPARE(pane->x(), daFare()->x());
     QVERIFY(pane->geometry().bottom() < daFare()->y()); // above the list: no row covered
     QTest::mouseMove(daFare()->viewport(), QPoint(5, daFare()->viewport()->height() - 5)); // clear of the pane
@@ -365,12 +365,12 @@ void tst_Views::keyboard()
         connect(entry(name), &QAction::triggered, this, [&ran, name] { ran << QString::fromUtf8(name); });
 
     QTest::keyClick(lista()->box(0), Qt::Key_Return);
-    QCOMPARE(m_control->viewSelection().appointmentKey, "a");
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().appointmentKey, "a");
     daFare()->setCurrentCell(0, 3);
     QTest::keyClick(daFare(), Qt::Key_Enter);
     QTest::keyClick(daFare(), Qt::Key_Delete);
     QCOMPARE(ran, QStringList({"mnModifica", "mnModificaAttività", "mnEliminaAttività"}));
-    QCOMPARE(m_control->viewSelection().toDoKey, "t1");
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().toDoKey, "t1");
 
     // The menu key opens the menu of what has the focus, as a right click would.
     QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, QPoint(2, 2), lista()->box(0)->mapToGlobal(QPoint(2, 2)));
@@ -386,7 +386,7 @@ void tst_Views::keyboard()
     QCOMPARE(calendar->selectedDate(), QDate(2000, 11, 29));
     QTest::keyClick(lista(), Qt::Key_Right);
     QCOMPARE(calendar->selectedDate(), QDate(2000, 11, 30));
-    QCOMPARE(m_control->viewSelection().listaColumn, 5);
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().listaColumn, 5);
 }
 
 void tst_Views::monthSelection()
@@ -403,7 +403,7 @@ void tst_Views::monthSelection()
     QTest::mouseClick(saturday->viewport(), Qt::LeftButton, {}, firstLine);
     QVERIFY(friday->selectionModel()->selectedIndexes().isEmpty());
     QCOMPARE(saturday->selectionModel()->selectedIndexes().size(), 1);
-    QCOMPARE(m_control->viewSelection().pressedListIndex, 1);
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().pressedListIndex, 1);
 
     // Delete acts on the line the keyboard selected, not on the one clicked before.
     addAppointment(*m_data, "saturday late", at(QDate(2000, 12, 2), 18), 30);
@@ -412,7 +412,7 @@ void tst_Views::monthSelection()
     QTest::mouseClick(saturday->viewport(), Qt::LeftButton, {}, firstLine);
     QTest::keyClick(saturday, Qt::Key_Down);
     QTest::keyClick(saturday, Qt::Key_Delete);
-    QCOMPARE(m_control->viewSelection().appointmentKey, "saturday late");
+    QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().appointmentKey, "saturday late");
 
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cellCentre(3, 2)); // an empty day
     QVERIFY(grid->selectionModel()->selectedIndexes().isEmpty());

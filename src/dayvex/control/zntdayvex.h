@@ -1,42 +1,23 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
-#include <dayvex/editing/editinghost.h>
-#include <dayvex/model/hostevents.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
 #include <dayvex/platform/date.h>
-#include <dayvex/reminders/reminderhost.h>
-#include <dayvex/views/viewselection.h>
 
 #include <QDate>
 #include <QWidget>
 
-#include <functional>
 #include <memory>
+#include <utility>
 
-class QAction;
-class QLabel;
-class QMenu;
+class QLocale;
 class QPrinter;
-class QTabBar;
-class QTimer;
 
 namespace dayvex {
 
-class AgendaGrid;
-class AlarmScan;
-class AppointmentBox;
-class AppointmentCommands;
-class CommandFlag;
-class ToDoCommands;
-class DayList;
-class DetailPane;
-class ItemGestures;
-class StatusLine;
-class MonthCalendar;
 class PropertyBag;
-class ToDoGrid;
+class zntDayvexPrivate;
 
 // The view styles; also the tab numbers of TipoVis and the values of CurrentView.
 enum zntPlanShowType : qint16 {
@@ -50,7 +31,7 @@ enum zntPlanShowType : qint16 {
 // keeps the control's properties calls ReadProperties() after construction. The
 // host assigns its DayvexData to Plan and calls Refresh(). Settings marked shared live in sharedSettings() and are the same
 // for every instance in the process.
-class DAYVEX_EXPORT zntDayvex : public QWidget, private EditingHost, private ReminderHost
+class DAYVEX_EXPORT zntDayvex : public QWidget
 {
     Q_OBJECT
     Q_PROPERTY(bool DisableReminderPopUp READ DisableReminderPopUp WRITE setDisableReminderPopUp)
@@ -74,9 +55,9 @@ public:
     explicit zntDayvex(QWidget *parent = nullptr);
     ~zntDayvex() override;
 
-    bool DisableReminderPopUp() const override { return m_disableReminderPopUp; }
+    bool DisableReminderPopUp() const;
     void setDisableReminderPopUp(bool value);
-    bool DisableMenu() const { return m_disableMenu; }
+    bool DisableMenu() const;
     void setDisableMenu(bool value);
     // Shared. Texts that are no date or time are ignored.
     QString DayStartTime() const;
@@ -89,13 +70,13 @@ public:
     // Shared; never saved. Assigning it redraws nothing: call Refresh().
     std::shared_ptr<DayvexData> Plan() const;
     void setPlan(std::shared_ptr<DayvexData> value);
-    Date StartDay() const { return m_startDay; }
+    Date StartDay() const;
     void setStartDay(Date value);
     bool MultiUserEnabled() const;
     void setMultiUserEnabled(bool value);
     bool ContactCodeEnabled() const;
     void setContactCodeEnabled(bool value);
-    QString ReminderSoundFile() const override { return m_reminderSoundFile; }
+    QString ReminderSoundFile() const;
     void setReminderSoundFile(const QString &value);
     QString DefaultOwner() const;
     void setDefaultOwner(const QString &value);
@@ -105,7 +86,7 @@ public:
     // Shared. Reloads the language texts at once; menu captions follow at the next load.
     QString LanguageFileName() const;
     void setLanguageFileName(const QString &value);
-    qint16 CurrentView() const { return m_currentView; }
+    qint16 CurrentView() const;
 
     // Forces a complete repaint of a object. Style selects a view (the default
     // keeps the current one); RebuildFrame is accepted and has no effect.
@@ -116,37 +97,17 @@ public:
     void ReadProperties(PropertyBag &bag);
     void WriteProperties(PropertyBag &bag) const;
 
-    // Internal to the component: the raise operations of the event protocol.
-    // The Before events start with both flags false and hand back the host's answer.
-    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) override;
-    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo) override;
-    BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) override;
-    void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) override;
-    void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) override;
-    void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) override;
-    void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) override;
-    void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) override;
-    void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) override;
-
-    // Internal to the component: what the commands act on, as the gestures left it.
-    const ViewSelection &viewSelection() const { return m_selection; }
-
-    // Internal to the component: the appointment commands, as the menu entries
-    // and gestures run them. They throw dayvex::Error to a direct caller.
+    // The appointment commands, as the menu entries and gestures run them: New
+    // at the selected day and row, Modify and Delete on the selected appointment.
+    // They throw dayvex::Error to a direct caller.
     void mnNuovo_Click();
     void mnModifica_Click();
     void mnElimina_Click();
-    // Internal to the component: the to-do commands, on the to-do of the list's current row.
+    // The to-do commands, on the to-do of the list's current row.
     void mnuAttivitaCompleta_Click();
     void mnNuovaAttivita_Click();
     void mnModificaAttivita_Click();
     void mnEliminaAttivita_Click();
-    // Internal to the component: one tick of the alarm timer, as the Timer child runs it.
-    // Throws dayvex::Error 5 when a due alarm's record is gone.
-    void scanAlarms();
-    // True while a New or Modify command of either kind waits for its editor.
-    bool commandInProgress() const;
-
     // Prints the view on show (the day, week or month of the date on show) or
     // the to-do list on printer's pages, as it is set up (page size,
     // orientation, or a PDF file). Returns the number of pages.
@@ -192,107 +153,17 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    friend class zntDayvexPrivate;
+
     // The form's view of DayStepMinutes and StartDay; values the host API would
     // not take (a step that is no qint16, a day outside the years 100 to 9999) are ignored.
     int dayStepMinutesOnForm() const { return DayStepMinutes(); }
     void setDayStepMinutesFromForm(int value);
     QDate startDayOnForm() const;
     void setStartDayFromForm(const QDate &value);
-
-    // What the commands and editors ask of the control.
-    std::shared_ptr<DayvexData> editedPlan() const override { return Plan(); }
-    QWidget *dialogParent() const override;
-    void redraw() override;
-    void refillToDoList() override { refillToDos(); }
-    QWidget *reminderOwner() override { return this; }
-    void showToDoDone(const QString &key) override;
-    QString currentToDoKey() const;
-    void RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) override;
-    void RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) override;
-    void RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) override;
-    void RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel) override;
-    void RaiseContactCodeChange(QString &Value) override;
-    void RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel) override;
-    void RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription) override;
-    void connectCommands();
-
-    // The view switch of the tab strip, then the drawing steps of the views.
-    void selectView();
-    int selectedTab() const;
-    bool dayFirst() const;
-    int print(QPrinter *printer, int view);
-    void rebuildTimeRows();
-    void refillToDos();
-    void drawAppointments();
-    void drawView(int view);
-    void showNow();
-    void rebuildAlarms();
-    void onCalendarDateClicked(const QDate &date);
-    void onCalendarSelectionChanged();
-    // Runs a drawing step started by the user, where no host call could catch its error.
-    template <typename Step>
-    void runFromUser(Step step);
-
-    // The gestures of the grids, the boxes, the day lists and the detail pane.
-    void connectGestures();
-    void watchBox(AppointmentBox *box);
-    void watchDayList(DayList *list);
-    // select makes the gesture's appointment the selected one; false when there is none.
-    void watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select);
-    void onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
-    void listaClickAction();
-    void showBoxDetails(AppointmentBox *box);
-    bool selectDayLine(int index);
-    void showDayListDetails(int index);
-    void showToDoDetails(int row);
-    void onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
-    void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos);
-    // Runs a command entry point whatever the menu's enabled state.
-    static void runCommand(QAction *entry);
-
-    void createChildren();
-    void createMenus();
-    void applyMenuCaptions();
-    void layOutChildren();
     void markChanged(const char *name);
 
-    // Per instance.
-    bool m_disableReminderPopUp = false;
-    bool m_disableMenu = false;
-    bool m_captionsApplied = false; // the language texts are on the menus and lists
-    Date m_startDay;
-    QString m_reminderSoundFile;
-    qint16 m_currentView = 0;
-    bool m_inResize = false;
-    ViewSelection m_selection;
-    // The flag outlives the commands, which end the waits of their editors.
-    std::unique_ptr<CommandFlag> m_commandRunning;
-    std::unique_ptr<AppointmentCommands> m_appointments;
-    std::unique_ptr<ToDoCommands> m_todos;
-    std::unique_ptr<AlarmScan> m_alarmScan;
-
-    // Children, named as the host and the language file know them.
-    AgendaGrid *m_lista = nullptr;
-    ToDoGrid *m_daFare = nullptr;
-    MonthCalendar *m_calendar = nullptr;
-    QTabBar *m_tipoVis = nullptr;
-    QLabel *m_thisDay = nullptr;
-    StatusLine *m_statusBar = nullptr;
-    DetailPane *m_frShowApp = nullptr;
-    QTimer *m_timer = nullptr;
-
-    QMenu *m_mnAppuntamento = nullptr;
-    QAction *m_mnNuovo = nullptr;
-    QAction *m_mnModifica = nullptr;
-    QAction *m_mnElimina = nullptr;
-    QMenu *m_mnuAttivita = nullptr;
-    QAction *m_mnuAttivitaCompleta = nullptr;
-    QAction *m_mnuSep1 = nullptr;
-    QAction *m_mnNuovaAttivita = nullptr;
-    QAction *m_mnModificaAttivita = nullptr;
-    QAction *m_mnEliminaAttivita = nullptr;
-    QAction *m_mnStampa = nullptr;         // print preview of the view
-    QAction *m_mnStampaAttivita = nullptr; // print preview of the to-do list
+    std::unique_ptr<zntDayvexPrivate> d;
 };
 
 } // namespace dayvex

@@ -1,0 +1,461 @@
+#include "zntdayvex_p.h"
+
+#include <dayvex/layout/controllayout.h>
+#include "monthcalendar.h"
+#include "propertybag.h"
+#include "statusline.h"
+#include <dayvex/platform/twips.h>
+
+#include <dayvex/editing/appointmentcommands.h>
+#include <dayvex/editing/commandflag.h>
+#include <dayvex/editing/todocommands.h>
+#include <dayvex/i18n/language.h>
+#include <dayvex/reminders/alarmscan.h>
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/platform/format.h>
+#include <dayvex/views/agendagrid.h>
+#include <dayvex/layout/appointmentorder.h>
+#include <dayvex/views/detailpane.h>
+#include <dayvex/views/todogrid.h>
+#include <dayvex/printing/agendaprint.h>
+#include <dayvex/printing/printpreview.h>
+
+#include <QCoreApplication>
+#include <QScrollBar>
+#include <QSignalBlocker>
+
+#include <QAction>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QResizeEvent>
+#include <QTabBar>
+#include <QStandardItem>
+#include <QTimer>
+#include <QPrinter>
+
+#include <limits>
+
+// A host's event: the control's signal with its arguments, under the host-handler guard.
+#define DAYVEX_RAISE(event, ...) callHostHandler(#event, [&] { emit q->event(__VA_ARGS__); })
+
+namespace dayvex {
+
+namespace {
+// The alarm timer ticks every few seconds; it starts enabled, as designed.
+constexpr int AlarmTimerInterval = 5000;
+} // namespace
+
+zntDayvexPrivate::zntDayvexPrivate(zntDayvex *control)
+    : q(control),
+      m_commandRunning(std::make_unique<CommandFlag>()),
+      m_appointments(std::make_unique<AppointmentCommands>(*this, *m_commandRunning)),
+      m_todos(std::make_unique<ToDoCommands>(*this, *m_commandRunning)),
+      m_alarmScan(std::make_unique<AlarmScan>(*this))
+{
+}
+
+zntDayvexPrivate::~zntDayvexPrivate() = default;
+
+std::shared_ptr<DayvexData> zntDayvexPrivate::editedPlan() const { return q->Plan(); }
+QWidget *zntDayvexPrivate::reminderOwner() { return q; }
+
+void zntDayvexPrivate::createChildren()
+{
+    m_tipoVis = new QTabBar(q);
+    m_tipoVis->setObjectName(QStringLiteral("TipoVis"));
+    m_tipoVis->setDrawBase(false);
+    for (const char *caption : {"1 giorno", "7 giorni", "30 giorni"})
+        m_tipoVis->addTab(QString::fromUtf8(caption));
+
+    m_thisDay = new QLabel(QStringLiteral("Wendesday 30"), q);
+    m_thisDay->setObjectName(QStringLiteral("ThisDay"));
+    m_thisDay->setFont(QFont(QStringLiteral("Arial"), 11, QFont::Bold));
+    m_thisDay->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+
+    m_lista = new AgendaGrid(q);
+    m_daFare = new ToDoGrid(q);
+
+    m_calendar = new MonthCalendar(q);
+    m_calendar->setObjectName(QStringLiteral("Calendar"));
+
+    QObject::connect(m_tipoVis, &QTabBar::currentChanged, q, [this] { runFromUser([this] { selectView(); }); });
+    QObject::connect(m_calendar, &MonthCalendar::dateClicked, q,
+            [this](const QDate &date) { runFromUser([this, date] { onCalendarDateClicked(date); }); });
+    QObject::connect(m_calendar, &MonthCalendar::selectionChanged, q,
+            [this] { runFromUser([this] { onCalendarSelectionChanged(); }); });
+    // The boxes follow the rows they stand on.
+    QObject::connect(m_lista->verticalScrollBar(), &QScrollBar::valueChanged, q,
+            [this] { runFromUser([this] { drawView(selectedTab()); }); });
+    QObject::connect(m_lista, &AgendaGrid::viewportResized, q, [this] { runFromUser([this] { drawView(selectedTab()); }); });
+
+    m_statusBar = new StatusLine(q);
+    // The line of the current time moves with the clock.
+    QObject::connect(m_statusBar, &StatusLine::ticked, q, [this] { runFromUser([this] { showNow(); }); });
+
+    m_frShowApp = new DetailPane(q);
+
+    m_timer = new QTimer(q);
+    m_timer->setObjectName(QStringLiteral("Timer"));
+    m_timer->setInterval(AlarmTimerInterval);
+    QObject::connect(m_timer, &QTimer::timeout, q, [this] { m_alarmScan->tickFromTimer(); });
+    m_timer->start();
+}
+
+void zntDayvexPrivate::createMenus()
+{
+    auto action = [](QMenu *menu, const char *name, const char *caption) {
+        QAction *a = menu->addAction(QString::fromUtf8(caption));
+        a->setObjectName(QString::fromUtf8(name));
+        return a;
+    };
+    m_mnAppuntamento = new QMenu(QStringLiteral("Appuntamento"), q);
+    m_mnAppuntamento->setObjectName(QStringLiteral("mnAppuntamento"));
+    m_mnNuovo = action(m_mnAppuntamento, "mnNuovo", "Nuovo Appuntamento");
+    m_mnModifica = action(m_mnAppuntamento, "mnModifica", "Modifica appuntamento");
+    m_mnElimina = action(m_mnAppuntamento, "mnElimina", "Elimina appuntamento");
+    m_mnAppuntamento->addSeparator();
+    m_mnStampa = action(m_mnAppuntamento, "mnStampa", "Print…");
+
+    m_mnuAttivita = new QMenu(QString::fromUtf8("Attività"), q);
+    m_mnuAttivita->setObjectName(QString::fromUtf8("mnuAttività"));
+    m_mnuAttivitaCompleta = action(m_mnuAttivita, "mnuAttivitàCompleta", "Segna come completata");
+    m_mnuSep1 = m_mnuAttivita->addSeparator();
+    m_mnuSep1->setObjectName(QStringLiteral("mnuSep1"));
+    m_mnNuovaAttivita = action(m_mnuAttivita, "mnNuovaAttività", "Nuova attività");
+    m_mnModificaAttivita = action(m_mnuAttivita, "mnModificaAttività", "Modifica attività");
+    m_mnEliminaAttivita = action(m_mnuAttivita, "mnEliminaAttività", "Elimina attività");
+    m_mnuAttivita->addSeparator();
+    m_mnStampaAttivita = action(m_mnuAttivita, "mnStampaAttività", "Print…");
+}
+
+void zntDayvexPrivate::applyMenuCaptions()
+{
+    m_mnNuovaAttivita->setText(text(Text::mnuAddToDo));
+    m_mnNuovo->setText(text(Text::MnuAddAppointemnt));
+    m_mnElimina->setText(text(Text::mnuDeleteAppointment));
+    m_mnEliminaAttivita->setText(text(Text::mnuDeleteToDo));
+    m_mnModifica->setText(text(Text::mnuChangeAppointment));
+    m_mnModificaAttivita->setText(text(Text::mnuChangeToDo));
+    m_mnuAttivitaCompleta->setText(text(Text::mnuDoneToDo));
+}
+
+// ---- events ----
+
+// Emits one Before signal with both flags false and hands back what the host left in them.
+template <typename Record>
+static BeforeAnswer askHost(zntDayvex *control, const char *event,
+                            void (zntDayvex::*signal)(std::shared_ptr<Record> &, bool &, bool &),
+                            std::shared_ptr<Record> &record)
+{
+    BeforeAnswer answer;
+    callHostHandler(event, [&] { (control->*signal)(record, answer.ExternalHandled, answer.Cancel); });
+    return answer;
+}
+
+#define DAYVEX_ASK(event, record) \
+    case EventId::event: return askHost(q, #event, &zntDayvex::event, record)
+
+BeforeAnswer zntDayvexPrivate::raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca)
+{
+    switch (id) {
+    DAYVEX_ASK(BeforeScheduleAdd, mSca);
+    DAYVEX_ASK(BeforeScheduleDelete, mSca);
+    DAYVEX_ASK(BeforeScheduleChange, mSca);
+    default:
+        throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of an appointment").arg(qint32(id)));
+    }
+}
+
+BeforeAnswer zntDayvexPrivate::raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo)
+{
+    switch (id) {
+    DAYVEX_ASK(BeforeTodoAdd, mToDo);
+    DAYVEX_ASK(BeforeTodoDelete, mToDo);
+    DAYVEX_ASK(BeforeTodoChange, mToDo);
+    DAYVEX_ASK(BeforeTodoSetComplete, mToDo);
+    default:
+        throw Error::invalidArgument(QStringLiteral("event %1 is no Before event of a to-do").arg(qint32(id)));
+    }
+}
+#undef DAYVEX_ASK
+
+BeforeAnswer zntDayvexPrivate::raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder)
+{
+    BeforeAnswer answer;
+    DAYVEX_RAISE(ReminderAlarm, alrm, FormReminder, answer.ExternalHandled, answer.Cancel);
+    return answer;
+}
+
+void zntDayvexPrivate::RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(TodoAdded, mToDo); }
+void zntDayvexPrivate::RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoChanged, mToDo); }
+void zntDayvexPrivate::RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoDeleted, mToDo); }
+void zntDayvexPrivate::RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(AlarmChange, mSca); }
+void zntDayvexPrivate::RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoAlarmChange, mToDo); }
+void zntDayvexPrivate::RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) { DAYVEX_RAISE(ValidateToDo, mToDo, Cancel); }
+void zntDayvexPrivate::RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleAdded, mSca); }
+void zntDayvexPrivate::RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleChanged, mSca); }
+void zntDayvexPrivate::RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleDeleted, mSca); }
+void zntDayvexPrivate::RaiseContactCodeChange(QString &Value) { DAYVEX_RAISE(ContactCodeChange, Value); }
+
+void zntDayvexPrivate::RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel)
+{
+    DAYVEX_RAISE(ValidateSchedule, mSca, Cancel);
+}
+
+void zntDayvexPrivate::RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel)
+{
+    DAYVEX_RAISE(ContactCodeLostFocus, Value, ContactDescription, Cancel);
+}
+
+void zntDayvexPrivate::RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription)
+{
+    DAYVEX_RAISE(ContactCodeDoubleClick, Value, ContactDescription);
+}
+
+// ---- commands ----
+
+QWidget *zntDayvexPrivate::dialogParent() const
+{
+    return q->window();
+}
+
+void zntDayvexPrivate::redraw()
+{
+    q->Refresh();
+}
+
+bool zntDayvexPrivate::commandInProgress() const
+{
+    return m_commandRunning->isSet();
+}
+
+void zntDayvexPrivate::connectCommands()
+{
+    QObject::connect(m_mnNuovo, &QAction::triggered, q, [this] { runFromUser([this] { q->mnNuovo_Click(); }); });
+    QObject::connect(m_mnModifica, &QAction::triggered, q, [this] { runFromUser([this] { q->mnModifica_Click(); }); });
+    QObject::connect(m_mnElimina, &QAction::triggered, q, [this] { runFromUser([this] { q->mnElimina_Click(); }); });
+    QObject::connect(m_mnuAttivitaCompleta, &QAction::triggered, q,
+            [this] { runFromUser([this] { q->mnuAttivitaCompleta_Click(); }); });
+    QObject::connect(m_mnNuovaAttivita, &QAction::triggered, q, [this] { runFromUser([this] { q->mnNuovaAttivita_Click(); }); });
+    QObject::connect(m_mnModificaAttivita, &QAction::triggered, q,
+            [this] { runFromUser([this] { q->mnModificaAttivita_Click(); }); });
+    QObject::connect(m_mnEliminaAttivita, &QAction::triggered, q,
+            [this] { runFromUser([this] { q->mnEliminaAttivita_Click(); }); });
+    QObject::connect(m_mnStampa, &QAction::triggered, q, [this] {
+        openPrintPreview(q, [this](QPrinter *printer) { runFromUser([&] { q->printView(printer); }); });
+    });
+    QObject::connect(m_mnStampaAttivita, &QAction::triggered, q, [this] {
+        openPrintPreview(q, [this](QPrinter *printer) { runFromUser([&] { q->printToDoList(printer); }); });
+    });
+}
+
+int zntDayvexPrivate::print(QPrinter *printer, int view)
+{
+    if (!printer)
+        throw Error::invalidArgument(QStringLiteral("no printer"));
+    const std::shared_ptr<DayvexData> plan = q->Plan();
+    if (!plan)
+        return 0;
+    const SharedSettings &shared = sharedSettings();
+    PrintOptions options;
+    options.view = PrintedView(view);
+    options.shown = Date::fromDate(m_calendar->selectedDate());
+    options.dayStart = shared.DayStartTime;
+    options.dayEnd = shared.DayEndTime;
+    options.step = shared.DayStepMinutes;
+    options.multiUser = shared.MultiUserEnabled;
+    options.dayFirst = dayFirst();
+    options.dateFormat = shared.DateFormat;
+    return printAgenda(*printer, *plan, options);
+}
+
+void zntDayvexPrivate::scanAlarms()
+{
+    m_alarmScan->tick();
+}
+
+QString zntDayvexPrivate::currentToDoKey() const
+{
+    return m_daFare->keyAt(m_daFare->currentRow());
+}
+
+void zntDayvexPrivate::showToDoDone(const QString &key)
+{
+    m_daFare->showDone(key);
+}
+
+// ---- views ----
+
+int zntDayvexPrivate::selectedTab() const
+{
+    return m_tipoVis->currentIndex() + 1;
+}
+
+bool zntDayvexPrivate::dayFirst() const
+{
+    return sharedSettings().DateFormat.left(1).toUpper() == QLatin1String("D");
+}
+
+void zntDayvexPrivate::selectView()
+{
+    const TwipsScale scale = TwipsScale::of(q);
+    const double gridWidth = scale.toTwips(m_lista->width());
+    const Date shown = Date::fromDate(m_calendar->selectedDate());
+    const int tab = selectedTab();
+    switch (tab) {
+    case zntPlanShowMonth:
+        if (m_currentView == zntPlanShowMonth)
+            break;
+        m_lista->clearItems();
+        m_lista->setMonthLayout(gridWidth, scale.toTwips(m_lista->height()));
+        m_lista->showMonthDates(monthFirstCell(shown, dayFirst()), shown);
+        m_currentView = zntPlanShowMonth;
+        break;
+    case zntPlanShowWeek:
+        m_currentView = zntPlanShowWeek;
+        m_lista->setWeekColumns(weekViewColumnWidth(gridWidth));
+        rebuildTimeRows();
+        m_lista->setWeekHeading(weekHeadings(viewRange(zntPlanShowWeek, shown, dayFirst()).from));
+        if (m_lista->rowCount() > 0)
+            m_lista->setCurrentCell(0, qMax(0, m_lista->currentColumn()), QItemSelectionModel::NoUpdate);
+        break;
+    default:
+        m_currentView = zntPlanShowDay;
+        m_lista->setHeadingRow(false);
+        m_lista->setDayColumns(dayViewColumnWidth(gridWidth));
+        rebuildTimeRows();
+        break;
+    }
+    if (m_inResize)
+        drawView(tab);
+    else
+        onCalendarSelectionChanged();
+}
+
+void zntDayvexPrivate::rebuildTimeRows()
+{
+    if (selectedTab() == zntPlanShowMonth)
+        return;
+    SharedSettings &shared = sharedSettings();
+    QString start = shared.DayStartTime;
+    QString end = shared.DayEndTime;
+    // A step of 0 or less comes back as 30 and stays so.
+    const qint32 count = slotCount(start, end, shared.DayStepMinutes);
+    m_lista->setTimeRows(slotLabels(start, shared.DayStepMinutes, count));
+    if (m_currentView == zntPlanShowWeek)
+        m_lista->setHeadingRow(true);
+}
+
+void zntDayvexPrivate::refillToDos()
+{
+    const std::shared_ptr<DayvexData> plan = q->Plan();
+    const std::shared_ptr<ToDoS> todos = plan ? plan->ToDoS() : std::make_shared<ToDoS>();
+    m_daFare->fill(*todos, {text(Text::PriorityShort), text(Text::Project), text(Text::ToDo)});
+}
+
+void zntDayvexPrivate::drawAppointments()
+{
+    const int view = selectedTab();
+    const Date shown = Date::fromDate(m_calendar->selectedDate());
+    const DateRange range = viewRange(view, shown, dayFirst());
+    m_thisDay->setText(viewCaption(view, shown));
+    m_lista->setColumnDays(range.from, view == zntPlanShowDay ? 1 : view == zntPlanShowWeek ? 7 : 0);
+    if (view == zntPlanShowWeek)
+        m_lista->setWeekHeading(weekHeadings(range.from));
+    else if (view == zntPlanShowMonth)
+        m_lista->showMonthDates(range.from, shown);
+
+    std::vector<AgendaEntry> entries;
+    if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
+        const SharedSettings &shared = sharedSettings();
+        const std::vector<std::shared_ptr<Schedule>> shown = appointmentsStartingIn(*plan->Schedules(), range);
+        entries.reserve(shown.size());
+        for (const std::shared_ptr<Schedule> &s : shown)
+            entries.emplace_back(*s, shared.MultiUserEnabled, shared.DateFormat);
+    }
+    if (view == zntPlanShowMonth)
+        m_lista->showDayLists(std::move(entries));
+    else
+        m_lista->showBoxes(entries);
+    drawView(view);
+}
+
+namespace {
+// The first slot's time and the slot length that the rows were built with.
+std::pair<Date, qint16> slotStartAndStep()
+{
+    const SharedSettings &shared = sharedSettings();
+    const std::optional<Date> start = parseDate(shared.DayStartTime);
+    return {start ? start->timePart() : Date::fromTime(QTime(8, 0)),
+            shared.DayStepMinutes > 0 ? shared.DayStepMinutes : qint16(30)};
+}
+} // namespace
+
+void zntDayvexPrivate::drawView(int view)
+{
+    if (view == zntPlanShowMonth) {
+        m_lista->placeDayLists(monthFirstCell(Date::fromDate(m_calendar->selectedDate()), dayFirst()));
+    } else if (view == zntPlanShowDay || view == zntPlanShowWeek) {
+        const auto [dayStart, step] = slotStartAndStep();
+        m_lista->placeBoxes(view == zntPlanShowWeek, dayStart, step);
+    }
+    showNow();
+}
+
+void zntDayvexPrivate::showNow()
+{
+    const auto [dayStart, step] = slotStartAndStep();
+    m_lista->showNow(now(), dayStart, step);
+}
+
+void zntDayvexPrivate::rebuildAlarms()
+{
+    if (const std::shared_ptr<DayvexData> plan = q->Plan())
+        plan->setAlarms(Alarms::rebuilt(plan->Alarms(), *plan->Schedules(), *plan->ToDoS()));
+}
+
+void zntDayvexPrivate::onCalendarDateClicked(const QDate &date)
+{
+    drawAppointments();
+    Date NewDate = Date::fromDate(date);
+    DAYVEX_RAISE(DateSelected, NewDate);
+}
+
+void zntDayvexPrivate::onCalendarSelectionChanged()
+{
+    drawAppointments();
+}
+
+void zntDayvexPrivate::layOutChildren()
+{
+    const TwipsScale scale = TwipsScale::of(q);
+    LayoutDesign design;
+    const QSize month = m_calendar->monthSizeHint();
+    design.monthWidth = scale.toTwips(month.width());
+    design.calendarHeight = scale.toTwips(month.height());
+    design.tabsHeight = scale.toTwips(m_tipoVis->sizeHint().height());
+    design.listaTop = design.tabsTop + design.tabsHeight;
+    design.statusHeight = scale.toTwips(m_statusBar->sizeHint().height());
+    design.thisDayHeight = design.tabsHeight;
+
+    const ControlLayout l = layOutControl(scale.toTwips(q->width()), scale.toTwips(q->height()), design);
+    auto place = [&scale](QWidget *w, const TwipsRect &r) {
+        w->setGeometry(scale.toPixels(r.left), scale.toPixels(r.top), scale.toPixels(r.width),
+                       scale.toPixels(r.height));
+    };
+    place(m_statusBar, l.status);
+    m_statusBar->panel(0)->setFixedWidth(qMax(0, scale.toPixels(l.statusFirstPanel)));
+    m_calendar->setMonthColumns(l.calendarMonths);
+    place(m_calendar, l.calendar);
+    place(m_lista, l.lista);
+    place(m_daFare, l.daFare); // its description column stretches to what the others leave
+    place(m_thisDay, l.thisDay);
+    place(m_tipoVis, l.tipoVis);
+    m_tipoVis->setStyleSheet(QStringLiteral("QTabBar::tab { width: %1px; }").arg(qMax(0, scale.toPixels(l.tabWidth))));
+    const Text captions[] = {Text::Day, Text::Week, Text::Month};
+    for (int tab = 0; tab < 3; ++tab)
+        m_tipoVis->setTabText(tab, l.tabCaptions ? text(captions[tab]) : QString());
+}
+
+} // namespace dayvex

@@ -1,0 +1,169 @@
+#pragma once
+
+// The control's insides: its children, the commands and editors it drives, and
+// the event raising the commands and reminders ask of it. Not installed.
+
+#include "zntdayvex.h"
+
+#include <dayvex/editing/editinghost.h>
+#include <dayvex/model/hostevents.h>
+#include <dayvex/reminders/reminderhost.h>
+#include <dayvex/views/viewselection.h>
+
+#include <functional>
+#include <memory>
+
+class QAction;
+class QLabel;
+class QMenu;
+class QTabBar;
+class QTimer;
+
+namespace dayvex {
+
+class AgendaGrid;
+class AlarmScan;
+class AppointmentBox;
+class AppointmentCommands;
+class CommandFlag;
+class ToDoCommands;
+class DayList;
+class DetailPane;
+class ItemGestures;
+class StatusLine;
+class MonthCalendar;
+class ToDoGrid;
+
+class zntDayvexPrivate final : public EditingHost, public ReminderHost
+{
+public:
+    explicit zntDayvexPrivate(zntDayvex *control);
+    ~zntDayvexPrivate() override;
+
+    static zntDayvexPrivate *get(zntDayvex *control) { return control->d.get(); }
+    static const zntDayvexPrivate *get(const zntDayvex *control) { return control->d.get(); }
+
+    // What the commands and reminders ask of the control.
+    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) override;
+    BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo) override;
+    BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) override;
+    void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) override;
+    void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) override;
+    void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) override;
+    void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) override;
+    void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) override;
+    void RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) override;
+    void RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel) override;
+    void RaiseContactCodeChange(QString &Value) override;
+    void RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel) override;
+    void RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription) override;
+    bool DisableReminderPopUp() const override { return m_disableReminderPopUp; }
+    QString ReminderSoundFile() const override { return m_reminderSoundFile; }
+    std::shared_ptr<DayvexData> editedPlan() const override;
+    QWidget *dialogParent() const override;
+    void redraw() override;
+    void refillToDoList() override { refillToDos(); }
+    QWidget *reminderOwner() override;
+    void showToDoDone(const QString &key) override;
+
+    // What the commands act on, as the gestures left it.
+    const ViewSelection &viewSelection() const { return m_selection; }
+    // One tick of the alarm timer, as the Timer child runs it. Throws
+    // dayvex::Error 5 when a due alarm's record is gone.
+    void scanAlarms();
+    // True while a New or Modify command of either kind waits for its editor.
+    bool commandInProgress() const;
+    QString currentToDoKey() const;
+
+    // The view switch of the tab strip, then the drawing steps of the views.
+    void selectView();
+    int selectedTab() const;
+    bool dayFirst() const;
+    int print(QPrinter *printer, int view);
+    void rebuildTimeRows();
+    void refillToDos();
+    void drawAppointments();
+    void drawView(int view);
+    void showNow();
+    void rebuildAlarms();
+    void onCalendarDateClicked(const QDate &date);
+    void onCalendarSelectionChanged();
+    void applyCaptions();
+    // Runs a drawing step started by the user, where no host call could catch its error.
+    template <typename Step>
+    void runFromUser(Step step);
+
+    // The gestures of the grids, the boxes, the day lists and the detail pane.
+    void connectGestures();
+    void watchBox(AppointmentBox *box);
+    void watchDayList(DayList *list);
+    // select makes the gesture's appointment the selected one; false when there is none.
+    void watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select);
+    void onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
+    void listaClickAction();
+    void showBoxDetails(AppointmentBox *box);
+    bool selectDayLine(int index);
+    void showDayListDetails(int index);
+    void showToDoDetails(int row);
+    void onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
+    void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos);
+    // Runs a command entry point whatever the menu's enabled state.
+    static void runCommand(QAction *entry);
+
+    void createChildren();
+    void createMenus();
+    void connectCommands();
+    void applyMenuCaptions();
+    void layOutChildren();
+
+    zntDayvex *const q;
+
+    // Per instance.
+    bool m_disableReminderPopUp = false;
+    bool m_disableMenu = false;
+    bool m_captionsApplied = false; // the language texts are on the menus and lists
+    Date m_startDay;
+    QString m_reminderSoundFile;
+    qint16 m_currentView = 0;
+    bool m_inResize = false;
+    ViewSelection m_selection;
+    // The flag outlives the commands, which end the waits of their editors.
+    std::unique_ptr<CommandFlag> m_commandRunning;
+    std::unique_ptr<AppointmentCommands> m_appointments;
+    std::unique_ptr<ToDoCommands> m_todos;
+    std::unique_ptr<AlarmScan> m_alarmScan;
+
+    // Children, named as the host and the language file know them.
+    AgendaGrid *m_lista = nullptr;
+    ToDoGrid *m_daFare = nullptr;
+    MonthCalendar *m_calendar = nullptr;
+    QTabBar *m_tipoVis = nullptr;
+    QLabel *m_thisDay = nullptr;
+    StatusLine *m_statusBar = nullptr;
+    DetailPane *m_frShowApp = nullptr;
+    QTimer *m_timer = nullptr;
+
+    QMenu *m_mnAppuntamento = nullptr;
+    QAction *m_mnNuovo = nullptr;
+    QAction *m_mnModifica = nullptr;
+    QAction *m_mnElimina = nullptr;
+    QMenu *m_mnuAttivita = nullptr;
+    QAction *m_mnuAttivitaCompleta = nullptr;
+    QAction *m_mnuSep1 = nullptr;
+    QAction *m_mnNuovaAttivita = nullptr;
+    QAction *m_mnModificaAttivita = nullptr;
+    QAction *m_mnEliminaAttivita = nullptr;
+    QAction *m_mnStampa = nullptr;         // print preview of the view
+    QAction *m_mnStampaAttivita = nullptr; // print preview of the to-do list
+};
+
+template <typename Step>
+void zntDayvexPrivate::runFromUser(Step step)
+{
+    runLoggingErrors("zntDayvex", step);
+}
+
+} // namespace dayvex
