@@ -165,7 +165,7 @@ void zntDayvexPrivate::onListaReleased(const QPoint &pos, Qt::MouseButton button
     m_selection.listaRow = m_lista->currentRow();
     m_selection.listaColumn = m_lista->currentColumn();
     listaClickAction();
-    QCoreApplication::processEvents();
+    // popup() returns at once: the redrawn day shows while the menu is open.
     if (button == Qt::RightButton && !m_disableMenu)
         popUpAppointmentMenu(false, globalPos);
 }

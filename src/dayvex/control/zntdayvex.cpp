@@ -417,7 +417,6 @@ void zntDayvex::Refresh(zntPlanShowType Style, bool RebuildFrame)
         }
         d->selectView();
     }
-    QCoreApplication::processEvents();
     if (d->m_currentView == zntPlanShowDay || d->m_currentView == zntPlanShowWeek)
         d->rebuildTimeRows();
     d->refillToDos();

@@ -79,7 +79,7 @@ void AlarmScan::tick()
         auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, sharedSettings().DateFormat),
                                         m_host.reminderOwner());
         popup->showNear(m_host.reminderOwner(), opened);
-        QCoreApplication::processEvents(); // painted before the sound holds the tick
+        popup->repaint(); // painted before the sound holds the tick
         if (!*alive)
             return;
         const QString sound = m_host.ReminderSoundFile();
