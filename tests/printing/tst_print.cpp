@@ -1,6 +1,11 @@
 #include <internals.h>
 
+#include <QAction>
+#include <QDialog>
 #include <QImage>
+#include <QPointer>
+#include <QPrintPreviewDialog>
+#include <QTimer>
 #include <QPdfWriter>
 #include <QPrinter>
 #include <QProcess>
@@ -53,6 +58,7 @@ private slots:
     void views();
     void toDoListBreaksOverPages();
     void controlPrintsItsView();
+    void controlDeletedUnderPageSetup();
 };
 
 void tst_Print::init()
@@ -159,6 +165,37 @@ void tst_Print::controlPrintsItsView()
     QVERIFY_THROWS_EXCEPTION(Error, control.printView(nullptr));
     QVERIFY(control.findChild<QAction *>("mnStampa"));
     QVERIFY(control.findChild<QAction *>(QString::fromUtf8("mnStampaAttività")));
+}
+
+// The host deletes the control while the preview's page setup waits for its user:
+// the preview outlives it, paints nothing more from it, and nothing crashes.
+void tst_Print::controlDeletedUnderPageSetup()
+{
+    auto *control = new zntDayvex;
+    control->setPlan(std::make_shared<DayvexData>());
+    control->resize(900, 600);
+    control->show();
+    control->findChild<QAction *>("mnStampa")->trigger();
+    QPointer<QPrintPreviewDialog> preview = control->findChild<QPrintPreviewDialog *>();
+    QVERIFY(preview);
+    QAction *pageSetup = nullptr;
+    for (QAction *action : preview->findChildren<QAction *>())
+        if (action->text().contains("Page setup", Qt::CaseInsensitive))
+            pageSetup = action;
+    QVERIFY(pageSetup);
+    bool deleted = false;
+    QTimer::singleShot(50, [&] {
+        delete control;
+        deleted = true;
+        for (QDialog *setup : preview->findChildren<QDialog *>())
+            if (setup->isVisible())
+                QMetaObject::invokeMethod(setup, "accept", Qt::QueuedConnection);
+    });
+    pageSetup->trigger(); // runs the page setup dialog until the timer accepts it
+    QVERIFY(deleted);
+    QVERIFY(preview);
+    preview->close(); // as its user would
+    QTRY_VERIFY(!preview);
 }
 
 QTEST_MAIN(tst_Print)

@@ -72,6 +72,7 @@ zntDayvex::zntDayvex(QWidget *parent)
 
 zntDayvex::~zntDayvex()
 {
+    releasePrintPreviews(this);
     // The children go before their connections' receiver: nothing they signal on
     // the way out reaches a half-destroyed control.
     for (QObject *child : findChildren<QObject *>())

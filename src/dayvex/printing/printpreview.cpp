@@ -15,4 +15,19 @@ QPrintPreviewDialog *openPrintPreview(QWidget *parent, std::function<void(QPrint
     return dialog;
 }
 
+void releasePrintPreviews(QWidget *owner)
+{
+    // Deleted with its owner, a preview would be freed under its own running page
+    // setup or print dialog. It goes to the owner's window instead (on its own when
+    // the owner is the window), paints no more, and deletes itself when closed.
+    QWidget *window = owner->window() != owner ? owner->window() : nullptr;
+    for (QPrintPreviewDialog *dialog : owner->findChildren<QPrintPreviewDialog *>(Qt::FindDirectChildrenOnly)) {
+        QObject::disconnect(dialog, &QPrintPreviewDialog::paintRequested, nullptr, nullptr);
+        const bool shown = dialog->isVisible();
+        dialog->setParent(window, dialog->windowFlags());
+        if (shown)
+            dialog->show();
+    }
+}
+
 } // namespace dayvex

@@ -15,4 +15,8 @@ namespace dayvex {
 // chooses, then deletes itself.
 QPrintPreviewDialog *openPrintPreview(QWidget *parent, std::function<void(QPrinter *)> paint);
 
+// For an owner about to be deleted: its open previews stop painting from it and
+// are deleted once any dialog they wait on (page setup, print) has returned.
+void releasePrintPreviews(QWidget *owner);
+
 } // namespace dayvex
