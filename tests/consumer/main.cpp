@@ -1,4 +1,8 @@
+#ifdef DAYVEX_CORE_ONLY
+#include <dayvex/model/dayvexdata.h> // a host of the records alone, without widgets
+#else
 #include <dayvex/dayvex.h>
+#endif
 
 #include <cstdio>
 

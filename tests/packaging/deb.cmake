@@ -24,6 +24,7 @@ foreach(path
         usr/include/dayvex/dayvex_export.h
         usr/include/dayvex/model/schedules.h
         ${LIBDIR}/libDayvex.so.${VERSION}
+        ${LIBDIR}/libDayvexCore.so.${VERSION}
         ${LIBDIR}/cmake/Dayvex/DayvexConfig.cmake
         ${LIBDIR}/cmake/Dayvex/DayvexTargets.cmake
         ${PLUGIN_DIR}/libdayvex_designer.so)
@@ -31,6 +32,12 @@ foreach(path
         message(FATAL_ERROR "the package lacks /${path}:\n${contents}")
     endif()
 endforeach()
+# Only what a host includes is installed.
+string(REGEX MATCHALL "usr/include/[^\n]*\\.h\n" headers "${contents}")
+list(LENGTH headers header_count)
+if(header_count GREATER 15 OR contents MATCHES "usr/include/dayvex/(views|editing|reminders|layout)/")
+    message(FATAL_ERROR "the package installs internal headers (${header_count} headers):\n${contents}")
+endif()
 if(contents MATCHES "tst_|dayvex_demo|dayvex_monkey")
     message(FATAL_ERROR "the package holds tests or the demo:\n${contents}")
 endif()
@@ -51,3 +58,4 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/consumer -DCMAKE_P
     "-DCMAKE_CXX_FLAGS=${flags}" "-DCMAKE_EXE_LINKER_FLAGS=${flags}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/consumer)
 run(${WORK_DIR}/consumer/dayvex_consumer)
+run(${WORK_DIR}/consumer/dayvex_core_consumer)
