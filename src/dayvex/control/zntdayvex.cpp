@@ -1,5 +1,6 @@
 #include "zntdayvex.h"
 #include "zntdayvex_p.h"
+#include "propertytable.h"
 
 #include <dayvex/layout/controllayout.h>
 #include "monthcalendar.h"
@@ -92,47 +93,24 @@ void zntDayvex::markChanged(const char *name)
 
 // ---- properties ----
 
-void zntDayvex::setDisableReminderPopUp(bool value)
+bool zntDayvex::assign(const char *name, const QVariant &value)
 {
-    d->m_disableReminderPopUp = value;
-    markChanged("DisableReminderPopUp");
+    const ControlProperty &row = controlProperty(name);
+    if (!row.accepts(value))
+        return false;
+    row.set(*d, value);
+    markChanged(name);
+    return true;
 }
 
-void zntDayvex::setDisableMenu(bool value)
-{
-    d->m_disableMenu = value;
-    markChanged("DisableMenu");
-}
-
+void zntDayvex::setDisableReminderPopUp(bool value) { assign("DisableReminderPopUp", value); }
+void zntDayvex::setDisableMenu(bool value) { assign("DisableMenu", value); }
 QString zntDayvex::DayStartTime() const { return sharedSettings().DayStartTime; }
-
-void zntDayvex::setDayStartTime(const QString &value)
-{
-    if (!isDate(value))
-        return;
-    sharedSettings().DayStartTime = value;
-    markChanged("DayStartTime");
-}
-
+void zntDayvex::setDayStartTime(const QString &value) { assign("DayStartTime", value); }
 QString zntDayvex::DayEndTime() const { return sharedSettings().DayEndTime; }
-
-void zntDayvex::setDayEndTime(const QString &value)
-{
-    if (!isDate(value))
-        return;
-    sharedSettings().DayEndTime = value;
-    markChanged("DayEndTime");
-}
-
+void zntDayvex::setDayEndTime(const QString &value) { assign("DayEndTime", value); }
 qint16 zntDayvex::DayStepMinutes() const { return sharedSettings().DayStepMinutes; }
-
-void zntDayvex::setDayStepMinutes(qint16 value)
-{
-    if (value <= 4 || value >= 180)
-        return;
-    sharedSettings().DayStepMinutes = value;
-    markChanged("DayStepMinutes");
-}
+void zntDayvex::setDayStepMinutes(qint16 value) { assign("DayStepMinutes", int(value)); }
 
 std::shared_ptr<DayvexData> zntDayvex::Plan() const { return sharedSettings().Plan; }
 
@@ -171,52 +149,20 @@ void zntDayvex::setStartDayFromForm(const QDate &value)
 }
 
 bool zntDayvex::MultiUserEnabled() const { return sharedSettings().MultiUserEnabled; }
-
-void zntDayvex::setMultiUserEnabled(bool value)
-{
-    sharedSettings().MultiUserEnabled = value;
-    markChanged("MultiUserEnabled");
-}
-
+void zntDayvex::setMultiUserEnabled(bool value) { assign("MultiUserEnabled", value); }
 bool zntDayvex::ContactCodeEnabled() const { return sharedSettings().ContactCodeEnabled; }
-
-void zntDayvex::setContactCodeEnabled(bool value)
-{
-    sharedSettings().ContactCodeEnabled = value;
-    markChanged("ContactCodeEnabled");
-}
-
-void zntDayvex::setReminderSoundFile(const QString &value)
-{
-    d->m_reminderSoundFile = value;
-    markChanged("ReminderSoundFile");
-}
-
+void zntDayvex::setContactCodeEnabled(bool value) { assign("ContactCodeEnabled", value); }
+void zntDayvex::setReminderSoundFile(const QString &value) { assign("ReminderSoundFile", value); }
 QString zntDayvex::DefaultOwner() const { return sharedSettings().DefaultOwner; }
-
-void zntDayvex::setDefaultOwner(const QString &value)
-{
-    sharedSettings().DefaultOwner = value;
-    markChanged("DefaultOwner");
-}
-
+void zntDayvex::setDefaultOwner(const QString &value) { assign("DefaultOwner", value); }
 bool zntDayvex::GlobalAlarmsEnable() const { return d->m_timer->isActive(); }
-
-void zntDayvex::setGlobalAlarmsEnable(bool value)
-{
-    if (value)
-        d->m_timer->start();
-    else
-        d->m_timer->stop();
-    markChanged("GlobalAlarmsEnable");
-}
-
+void zntDayvex::setGlobalAlarmsEnable(bool value) { assign("GlobalAlarmsEnable", value); }
 QString zntDayvex::LanguageFileName() const { return sharedSettings().LanguageFileName; }
 
 void zntDayvex::setLanguageFileName(const QString &value)
 {
-    sharedSettings().LanguageFileName = value;
-    LoadLanguage();
+    controlProperty("LanguageFileName").set(*d, value);
+    LoadLanguage(); // the texts change at once, before the host hears of it
     markChanged("LanguageFileName");
 }
 
@@ -224,60 +170,16 @@ void zntDayvex::setLanguageFileName(const QString &value)
 
 void zntDayvex::InitProperties()
 {
-    SharedSettings &shared = sharedSettings();
-    shared.DayStartTime = QStringLiteral("08:00");
-    shared.DayEndTime = QStringLiteral("20:00");
-    shared.DayStepMinutes = 30;
-    d->m_startDay = today();
-    shared.MultiUserEnabled = true;
-    shared.ContactCodeEnabled = true;
-    d->m_reminderSoundFile.clear();
-    shared.DefaultOwner.clear();
-    shared.LanguageFileName.clear();
-    d->m_disableReminderPopUp = false;
-    d->m_disableMenu = false;
+    for (const ControlProperty &row : controlProperties())
+        if (row.initialised)
+            row.set(*d, row.defaultValue());
 }
 
 void zntDayvex::ReadProperties(PropertyBag &propertyBag)
 {
-    auto read = [&propertyBag](const char *name, const QVariant &defaultValue) {
-        return std::pair{propertyBag.ReadProperty(QString::fromLatin1(name), defaultValue), QString::fromLatin1(name)};
-    };
-    auto text = [&](const char *name, const QString &defaultValue) {
-        const auto [value, key] = read(name, defaultValue);
-        return bag::toText(value, key);
-    };
-    auto flag = [&](const char *name, bool defaultValue) {
-        const auto [value, key] = read(name, defaultValue);
-        return bag::toBool(value, key);
-    };
-
     // Loaded values bypass the assignment rules: a saved step outside 5..179 stands.
-    SharedSettings &shared = sharedSettings();
-    shared.DayStartTime = text("DayStartTime", QStringLiteral("08:00"));
-    shared.DayEndTime = text("DayEndTime", QStringLiteral("20:00"));
-    {
-        const auto [value, key] = read("DayStepMinutes", 30);
-        shared.DayStepMinutes = bag::toInt16(value, key);
-    }
-    {
-        const auto [value, key] = read("StartDay", today().value());
-        const Date day(bag::toDouble(value, key));
-        if (!day.isValid())
-            throw Error::overflow(QStringLiteral("property \"StartDay\" holds %1").arg(day.value()));
-        d->m_startDay = day;
-    }
-    shared.MultiUserEnabled = flag("MultiUserEnabled", true);
-    shared.ContactCodeEnabled = flag("ContactCodeEnabled", true);
-    d->m_reminderSoundFile = text("ReminderSoundFile", QString());
-    shared.DefaultOwner = text("DefaultOwner", QString());
-    if (flag("GlobalAlarmsEnable", true))
-        d->m_timer->start();
-    else
-        d->m_timer->stop();
-    shared.LanguageFileName = text("LanguageFileName", QString());
-    d->m_disableMenu = flag("DisableMenu", false);
-    d->m_disableReminderPopUp = flag("DisableReminderPopUp", false);
+    for (const ControlProperty &row : controlProperties())
+        row.set(*d, fromBag(row, propertyBag.ReadProperty(QString::fromLatin1(row.name), row.defaultValue())));
 
     if (d->m_lista->columnCount() > 0)
         d->m_lista->setColumnWidth(0, TwipsScale::of(this).toPixels(500));
@@ -307,22 +209,9 @@ bool zntDayvex::event(QEvent *event)
 
 void zntDayvex::WriteProperties(PropertyBag &bag) const
 {
-    const SharedSettings &shared = sharedSettings();
-    auto write = [&bag](const char *name, const QVariant &value, const QVariant &defaultValue) {
-        bag.WriteProperty(QString::fromLatin1(name), value, defaultValue);
-    };
-    write("DayStartTime", shared.DayStartTime, QStringLiteral("08:00"));
-    write("DayEndTime", shared.DayEndTime, QStringLiteral("20:00"));
-    write("DayStepMinutes", int(shared.DayStepMinutes), 30);
-    write("StartDay", d->m_startDay.value(), 0.0);
-    write("MultiUserEnabled", shared.MultiUserEnabled, true);
-    write("ContactCodeEnabled", shared.ContactCodeEnabled, true);
-    write("ReminderSoundFile", d->m_reminderSoundFile, QString());
-    write("DefaultOwner", shared.DefaultOwner, QString());
-    write("GlobalAlarmsEnable", d->m_timer->isActive(), true);
-    write("LanguageFileName", shared.LanguageFileName, QString());
-    write("DisableMenu", d->m_disableMenu, false);
-    write("DisableReminderPopUp", d->m_disableReminderPopUp, false);
+    for (const ControlProperty &row : controlProperties())
+        bag.WriteProperty(QString::fromLatin1(row.name), row.get(*d),
+                          row.writtenDefault.isValid() ? row.writtenDefault : row.defaultValue());
 }
 
 int zntDayvex::printView(QPrinter *printer)

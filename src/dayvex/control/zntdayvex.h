@@ -162,6 +162,8 @@ private:
     QDate startDayOnForm() const;
     void setStartDayFromForm(const QDate &value);
     void markChanged(const char *name);
+    // Applies a property's assignment rule; an accepted value is stored and announced.
+    bool assign(const char *name, const QVariant &value);
 
     std::unique_ptr<zntDayvexPrivate> d;
 };

@@ -1,0 +1,121 @@
+#include "propertytable.h"
+
+#include "propertybag.h"
+#include "zntdayvex_p.h"
+
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/platform/error.h>
+#include <dayvex/platform/format.h>
+
+#include <QTimer>
+
+#include <array>
+#include <type_traits>
+#include <cstring>
+
+namespace dayvex {
+
+namespace {
+
+using Stored = ControlProperty::Stored;
+
+bool any(const QVariant &) { return true; }
+bool timeText(const QVariant &value) { return isDate(value.toString()); }
+// A step from 5 to 179 minutes.
+bool stepInRange(const QVariant &value) { return value.toInt() > 4 && value.toInt() < 180; }
+
+// A row whose value is a field of the settings shared by every control.
+template <auto field>
+ControlProperty shared(const char *name, Stored stored, QVariant (*defaultValue)(),
+                       bool (*accepts)(const QVariant &) = any)
+{
+    using Value = std::remove_cvref_t<decltype(sharedSettings().*field)>;
+    return {name, stored, defaultValue, QVariant(), true, accepts,
+            [](const zntDayvexPrivate &) { return QVariant::fromValue(sharedSettings().*field); },
+            [](zntDayvexPrivate &, const QVariant &v) { sharedSettings().*field = v.value<Value>(); }};
+}
+
+const std::array<ControlProperty, 12> &table()
+{
+    static const std::array<ControlProperty, 12> rows = [] {
+        std::array<ControlProperty, 12> r = {
+            shared<&SharedSettings::DayStartTime>("DayStartTime", Stored::Text,
+                                                           [] { return QVariant(QStringLiteral("08:00")); }, timeText),
+            shared<&SharedSettings::DayEndTime>("DayEndTime", Stored::Text,
+                                                         [] { return QVariant(QStringLiteral("20:00")); }, timeText),
+            ControlProperty{"DayStepMinutes", Stored::Int16, [] { return QVariant(30); }, QVariant(), true, stepInRange,
+                            [](const zntDayvexPrivate &) { return QVariant(int(sharedSettings().DayStepMinutes)); },
+                            [](zntDayvexPrivate &, const QVariant &v) {
+                                sharedSettings().DayStepMinutes = qint16(v.toInt());
+                            }},
+            ControlProperty{"StartDay", Stored::Day, [] { return QVariant(today().value()); }, QVariant(0.0), true, any,
+                            [](const zntDayvexPrivate &c) { return QVariant(c.m_startDay.value()); },
+                            [](zntDayvexPrivate &c, const QVariant &v) { c.m_startDay = Date(v.toDouble()); }},
+            shared<&SharedSettings::MultiUserEnabled>("MultiUserEnabled", Stored::Flag,
+                                                               [] { return QVariant(true); }),
+            shared<&SharedSettings::ContactCodeEnabled>("ContactCodeEnabled", Stored::Flag,
+                                                                 [] { return QVariant(true); }),
+            ControlProperty{"ReminderSoundFile", Stored::Text, [] { return QVariant(QString()); }, QVariant(), true,
+                            any, [](const zntDayvexPrivate &c) { return QVariant(c.m_reminderSoundFile); },
+                            [](zntDayvexPrivate &c, const QVariant &v) { c.m_reminderSoundFile = v.toString(); }},
+            shared<&SharedSettings::DefaultOwner>("DefaultOwner", Stored::Text,
+                                                           [] { return QVariant(QString()); }),
+            // The running state of the alarm timer, which starts running.
+            ControlProperty{"GlobalAlarmsEnable", Stored::Flag, [] { return QVariant(true); }, QVariant(), false, any,
+                            [](const zntDayvexPrivate &c) { return QVariant(c.m_timer->isActive()); },
+                            [](zntDayvexPrivate &c, const QVariant &v) {
+                                if (v.toBool())
+                                    c.m_timer->start();
+                                else
+                                    c.m_timer->stop();
+                            }},
+            shared<&SharedSettings::LanguageFileName>("LanguageFileName", Stored::Text,
+                                                               [] { return QVariant(QString()); }),
+            ControlProperty{"DisableMenu", Stored::Flag, [] { return QVariant(false); }, QVariant(), true, any,
+                            [](const zntDayvexPrivate &c) { return QVariant(c.m_disableMenu); },
+                            [](zntDayvexPrivate &c, const QVariant &v) { c.m_disableMenu = v.toBool(); }},
+            ControlProperty{"DisableReminderPopUp", Stored::Flag, [] { return QVariant(false); }, QVariant(), true,
+                            any, [](const zntDayvexPrivate &c) { return QVariant(c.m_disableReminderPopUp); },
+                            [](zntDayvexPrivate &c, const QVariant &v) { c.m_disableReminderPopUp = v.toBool(); }},
+        };
+        return r;
+    }();
+    return rows;
+}
+
+} // namespace
+
+std::span<const ControlProperty> controlProperties()
+{
+    return table();
+}
+
+const ControlProperty &controlProperty(const char *name)
+{
+    for (const ControlProperty &row : table())
+        if (std::strcmp(row.name, name) == 0)
+            return row;
+    throw Error::invalidArgument(QStringLiteral("no property %1").arg(QLatin1String(name)));
+}
+
+QVariant fromBag(const ControlProperty &row, const QVariant &value)
+{
+    const QString name = QString::fromLatin1(row.name);
+    switch (row.stored) {
+    case Stored::Text:
+        return bag::toText(value, name);
+    case Stored::Flag:
+        return bag::toBool(value, name);
+    case Stored::Int16:
+        return int(bag::toInt16(value, name));
+    case Stored::Day: {
+        const Date day(bag::toDouble(value, name));
+        if (!day.isValid())
+            throw Error::overflow(QStringLiteral("property \"%1\" holds %2").arg(name).arg(day.value()));
+        return day.value();
+    }
+    }
+    return value;
+}
+
+} // namespace dayvex
