@@ -9,47 +9,50 @@
 
 namespace dayvex {
 
-// Internal to the component: the pending reminders, kept in due-time order.
+/// Internal to the component: the pending reminders, kept in due-time order.
 class DAYVEX_CORE_EXPORT Alarms : public KeyedCollection<Alarm>
 {
 public:
-    // The key of a record's alarm: the kind letter ("S" appointment, "T" to-do)
-    // followed by the record's trimmed key.
+    /// The key of a record's alarm: the kind letter ("S" appointment, "T" to-do)
+    /// followed by the record's trimmed key.
     static QString keyFor(QChar kind, const QString &recordKey);
 
-    // Inserts after every alarm due no later than AlarmDateTime (stable), stored
-    // under sKey; Key and sKey are expected to be the same text.
+    /// Inserts after every alarm due no later than AlarmDateTime (stable), stored
+    /// under sKey; Key and sKey are expected to be the same text. Returns the new
+    /// alarm; throws Error 457 when sKey is already stored.
     std::shared_ptr<Alarm> Add(const QString &Key, const QString &AlarmType,
                                const QString &AlarmEventKey, Date AlarmDateTime, bool AlarmChanged,
                                const QString &sKey, const QString &Tag = QString());
 
-    // Sets the alarm of a record (kind "S" appointment, "T" to-do) to due: any
-    // alarm it had is dropped, and one is added when due is later than the zero date.
+    /// Sets the alarm of a record (kind "S" appointment, "T" to-do) to due: any
+    /// alarm it had is dropped, and one is added when due is later than the zero date
+    /// (and finite: see isPending).
     void setFor(QChar kind, const QString &recordKey, Date due);
 
-    // The order of the list: by due time, a NaN due time after every number, so
-    // that the order is total whatever a host stored.
+    /// The order of the list: by due time, a NaN due time after every number, so
+    /// that the order is total whatever a host stored.
     static bool dueBefore(Date a, Date b)
     {
         if (std::isnan(a.value()))
             return false;
         return std::isnan(b.value()) || a < b;
     }
-    // Whether a reminder date asks for an alarm: a moment after the empty date.
+    /// Whether a reminder date asks for an alarm: a finite moment after the empty date.
     static bool isPending(Date due) { return std::isfinite(due.value()) && due.value() > 0.0; }
 
-    // A missing alarm is not an error here.
+    /// Removes the alarm at position (from 1). A missing alarm is not an error here.
     void Remove(qint32 position);
+    /// Removes the alarm stored under key (case ignored). A missing alarm is not an error here.
     void Remove(const QString &key);
 
-    // The list of every appointment's and to-do's reminder, as Add would build it
-    // one by one, in O(n log n).
+    /// The list of every appointment's and to-do's reminder, as Add would build it
+    /// one by one, in O(n log n). Of records whose keys differ only in case, the first keeps the alarm.
     template <typename ScheduleRange, typename ToDoRange>
     static std::shared_ptr<Alarms> fromRecords(const ScheduleRange &schedules, const ToDoRange &todos);
 
-    // fromRecords for a redraw: current itself when the records' keys and
-    // reminder dates are still those it was built from and its alarms are still
-    // as built, a new list otherwise. The check is one pass that allocates nothing.
+    /// fromRecords for a redraw: current itself when the records' keys and
+    /// reminder dates are still those it was built from and its alarms are still
+    /// as built, a new list otherwise. The check is one pass that allocates nothing.
     template <typename ScheduleRange, typename ToDoRange>
     static std::shared_ptr<Alarms> rebuilt(const std::shared_ptr<Alarms> &current, const ScheduleRange &schedules,
                                            const ToDoRange &todos);

@@ -10,30 +10,39 @@
 
 namespace dayvex {
 
-// The agenda a host hands to the control: appointments, to-dos and users, and
-// the control's own list of pending alarms. Each part is created on first read;
-// the host may set shared parts (one Schedules in several containers).
+/// The agenda a host hands to the control: appointments, to-dos and users, and
+/// the control's own list of pending alarms. Each part is created on first read;
+/// the host may set shared parts (one Schedules in several containers).
 class DAYVEX_CORE_EXPORT DayvexData
 {
 public:
+    /// An agenda with no parts yet: each is created on its first read.
     DayvexData();
-    DayvexData(const DayvexData &) = delete;
-    DayvexData &operator=(const DayvexData &) = delete;
+    DayvexData(const DayvexData &) = delete;            ///< Not copyable: share it through a pointer.
+    DayvexData &operator=(const DayvexData &) = delete; ///< Not copyable: share it through a pointer.
+    /// Releases the alarms, users, appointments and to-dos, in that order.
     ~DayvexData();
 
-    // Releases the alarms, users, appointments and to-dos, in that order. The
-    // next read yields new empty parts; a host holding the old ones keeps them.
+    /// Releases the alarms, users, appointments and to-dos, in that order. The
+    /// next read yields new empty parts; a host holding the old ones keeps them.
     void Clear();
 
+    /// The users, created empty on first read.
     std::shared_ptr<dayvex::Users> Users();
+    /// Sets the users, which may be shared; null makes the next read create new ones.
     void setUsers(std::shared_ptr<dayvex::Users> users);
+    /// The appointments, created empty on first read.
     std::shared_ptr<dayvex::Schedules> Schedules();
+    /// Sets the appointments, which may be shared; null makes the next read create new ones.
     void setSchedules(std::shared_ptr<dayvex::Schedules> schedules);
+    /// The to-dos, created empty on first read.
     std::shared_ptr<dayvex::ToDoS> ToDoS();
+    /// Sets the to-dos, which may be shared; null makes the next read create new ones.
     void setToDoS(std::shared_ptr<dayvex::ToDoS> todos);
 
-    // Internal to the component.
+    /// Internal to the component: the pending alarms, created empty on first read.
     std::shared_ptr<dayvex::Alarms> Alarms();
+    /// Internal to the component: sets the pending alarms.
     void setAlarms(std::shared_ptr<dayvex::Alarms> alarms);
 
 private:

@@ -6,12 +6,13 @@
 
 namespace dayvex {
 
-// A list whose entries are stored under their own text; adding a text that is
-// already there keeps the first entry and hands back an unstored one.
+/// A list whose entries are stored under their own text; adding a text that is
+/// already there keeps the first entry and hands back an unstored one.
 template <typename Entry>
 class KeyedLookupList : public KeyedCollection<Entry>
 {
 public:
+    /// Appends an entry with Key and Tag under Key and returns it; never throws for a duplicate.
     std::shared_ptr<Entry> Add(const QString &Key, const QString &Tag = QString())
     {
         auto entry = std::make_shared<Entry>();
@@ -26,33 +27,40 @@ public:
     }
 };
 
+/// The places of a Schedules' appointments, each stored once.
 class DAYVEX_CORE_EXPORT Places : public KeyedLookupList<Place>
 {
 };
 
+/// The categories of a Schedules' appointments, each stored once.
 class DAYVEX_CORE_EXPORT Categories : public KeyedLookupList<Category>
 {
 };
 
-// Projects are appended without a key: duplicates are allowed and only
-// positions find an entry.
+/// The projects of the to-dos. Projects are appended without a key: duplicates
+/// are allowed and only positions find an entry.
 class DAYVEX_CORE_EXPORT ActiveProjects : public KeyedCollection<ActiveProject>
 {
 public:
+    /// Appends a project with Key and Tag and returns it.
     std::shared_ptr<ActiveProject> Add(const QString &Key, const QString &Tag = QString());
 };
 
-// Users are appended without a key, so only positions find one; Add refuses a
-// blank name and a name already present (trimmed, case-insensitive).
+/// The users of the agenda. Users are appended without a key, so only positions find one;
+/// Add refuses a blank name and a name already present (trimmed, case-insensitive).
 class DAYVEX_CORE_EXPORT Users : public KeyedCollection<User>
 {
 public:
-    static constexpr qint32 InvalidUserError = Error::ObjectErrorBase + 2;   // -2147221502
-    static constexpr qint32 DuplicateUserError = Error::ObjectErrorBase + 1; // -2147221503
+    static constexpr qint32 InvalidUserError = Error::ObjectErrorBase + 2;   ///< A blank or unknown user: -2147221502.
+    static constexpr qint32 DuplicateUserError = Error::ObjectErrorBase + 1; ///< A name already present: -2147221503.
 
+    /// Appends a user named Key and returns it. Throws InvalidUserError for a blank
+    /// name and DuplicateUserError for a name already present.
     std::shared_ptr<User> Add(const QString &Key, const QString &Tag = QString());
-    // Any failure of the removal is reported as an invalid user.
+    /// Removes the user at position (from 1). Any failure of the removal is
+    /// reported as an invalid user (InvalidUserError).
     void Remove(qint32 position);
+    /// Removes by key; as users are stored without keys, this always throws InvalidUserError.
     void Remove(const QString &key);
 };
 

@@ -13,7 +13,7 @@ namespace dayvex {
 // the meta-object; the properties are declared in interface order, the members
 // so that what every redraw reads of a record (its key and dates) lies together.
 
-// One appointment.
+/// One appointment. Each member is also a property of the same name.
 struct DAYVEX_CORE_EXPORT Schedule
 {
     Q_GADGET
@@ -30,21 +30,21 @@ struct DAYVEX_CORE_EXPORT Schedule
     Q_PROPERTY(dayvex::Date StartDate MEMBER StartDate)
     Q_PROPERTY(QString Owner MEMBER Owner)
 public:
-    QString Key;
-    Date StartDate;
-    Date ReminderDate;
-    Date EndDate;
-    qint32 Color = 0;   // an RGB value as 0x00BBGGRR; 0 paints with the default colour
-    QString Tag;
-    QString Place;
-    QString Description;
-    QString Category;
-    QString Contact;
-    QString ContactCode;
-    QString Owner;
+    QString Key;            ///< The key it is stored under in its Schedules.
+    Date StartDate;         ///< When it starts.
+    Date ReminderDate;      ///< When its reminder is due; the empty date for no reminder.
+    Date EndDate;           ///< When it ends.
+    qint32 Color = 0;       ///< An RGB value as 0x00BBGGRR; 0 paints with the default colour.
+    QString Tag;            ///< Free text for the host; an iCalendar import keeps the UID here.
+    QString Place;          ///< Where it takes place.
+    QString Description;    ///< What it is about.
+    QString Category;       ///< Its category.
+    QString Contact;        ///< The person it is with.
+    QString ContactCode;    ///< The host's code of the contact.
+    QString Owner;          ///< The user it belongs to.
 };
 
-// One to-do activity.
+/// One to-do activity. Each member is also a property of the same name.
 struct DAYVEX_CORE_EXPORT ToDo
 {
     Q_GADGET
@@ -60,61 +60,66 @@ struct DAYVEX_CORE_EXPORT ToDo
     Q_PROPERTY(QString ShortDesc MEMBER ShortDesc)
     Q_PROPERTY(QString Owner MEMBER Owner)
 public:
-    QString Key;
-    Date ReminderDate;
-    qint16 Priority = 0;
-    bool Done = false;
-    Date DateDone;
-    QString Tag;
-    QString Project;
-    Date DueTo;
-    QString LongDesc;
-    QString ShortDesc;
-    QString Owner;
+    QString Key;            ///< The key it is stored under in its ToDoS.
+    Date ReminderDate;      ///< When its reminder is due; the empty date for no reminder.
+    qint16 Priority = 0;    ///< Its priority.
+    bool Done = false;      ///< Whether it is done.
+    Date DateDone;          ///< When it was done.
+    QString Tag;            ///< Free text for the host; an iCalendar import keeps the UID here.
+    QString Project;        ///< The project it belongs to.
+    Date DueTo;             ///< When it is due.
+    QString LongDesc;       ///< The full description.
+    QString ShortDesc;      ///< The one-line description.
+    QString Owner;          ///< The user it belongs to.
 };
 
 // Entries of the lookup lists: the text itself and a free tag.
+
+/// A user, an entry of Users.
 struct DAYVEX_CORE_EXPORT User
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
     Q_PROPERTY(QString Tag MEMBER Tag)
 public:
-    QString Key;
-    QString Tag;
+    QString Key; ///< The text itself.
+    QString Tag; ///< A free tag.
 };
 
+/// A place, an entry of Places.
 struct DAYVEX_CORE_EXPORT Place
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
     Q_PROPERTY(QString Tag MEMBER Tag)
 public:
-    QString Key;
-    QString Tag;
+    QString Key; ///< The text itself.
+    QString Tag; ///< A free tag.
 };
 
+/// A category, an entry of Categories.
 struct DAYVEX_CORE_EXPORT Category
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
     Q_PROPERTY(QString Tag MEMBER Tag)
 public:
-    QString Key;
-    QString Tag;
+    QString Key; ///< The text itself.
+    QString Tag; ///< A free tag.
 };
 
+/// A project, an entry of ActiveProjects.
 struct DAYVEX_CORE_EXPORT ActiveProject
 {
     Q_GADGET
     Q_PROPERTY(QString Key MEMBER Key)
     Q_PROPERTY(QString Tag MEMBER Tag)
 public:
-    QString Key;
-    QString Tag;
+    QString Key; ///< The text itself.
+    QString Tag; ///< A free tag.
 };
 
-// A pending reminder of an appointment ("S") or a to-do ("T").
+/// A pending reminder of an appointment ("S") or a to-do ("T").
 struct DAYVEX_CORE_EXPORT Alarm
 {
     Q_GADGET
@@ -125,14 +130,14 @@ struct DAYVEX_CORE_EXPORT Alarm
     Q_PROPERTY(QString AlarmEventKey MEMBER AlarmEventKey)
     Q_PROPERTY(QString AlarmType MEMBER AlarmType)
 public:
-    QString Key;
-    QString Tag;
-    bool AlarmChanged = false;
-    Date AlarmDateTime;
-    QString AlarmEventKey;
-    QString AlarmType;
-    // Internal to the component: the scan passes over an alarm while this is set.
-    // Nothing sets it yet; Alarms::Add and the rebuild of the list clear it.
+    QString Key;                ///< The key it is stored under: see Alarms::keyFor.
+    QString Tag;                ///< A free tag.
+    bool AlarmChanged = false;  ///< A flag kept for the host, as given to Alarms::Add.
+    Date AlarmDateTime;         ///< When the reminder is due.
+    QString AlarmEventKey;      ///< The key of the appointment or to-do it reminds of.
+    QString AlarmType;          ///< "S" for an appointment, "T" for a to-do.
+    /// Internal to the component: the scan passes over an alarm while this is set.
+    /// Nothing sets it yet; Alarms::Add and the rebuild of the list clear it.
     bool Showing = false;
 };
 

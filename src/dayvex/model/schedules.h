@@ -11,36 +11,43 @@ namespace detail {
 class LargestNumericKey;
 }
 
-// The appointments of one DayvexData. Adding an appointment collects its place
-// and category into the lookup lists.
+/// The appointments of one DayvexData. Adding an appointment collects its place
+/// and category into the lookup lists.
 class DAYVEX_CORE_EXPORT Schedules : public KeyedCollection<Schedule>
 {
 public:
+    /// An empty list with an empty list of places; the categories wait for their first read.
     Schedules();
+    /// Releases the categories, then the places, then the appointments.
     ~Schedules() override;
 
-    // Created on first read unless the host set one: until then the categories
-    // of added appointments are not collected.
+    /// The categories of added appointments. Created on first read unless the host
+    /// set one: until then the categories of added appointments are not collected.
     std::shared_ptr<dayvex::Categories> Categories();
+    /// Sets the category list, which may be shared; null leaves categories uncollected until the next read.
     void setCategories(std::shared_ptr<dayvex::Categories> categories);
+    /// The places of added appointments; created with the list, and again on a read after setPlaces(nullptr).
     std::shared_ptr<dayvex::Places> Places();
+    /// Sets the place list, which may be shared; null leaves places uncollected until the next read.
     void setPlaces(std::shared_ptr<dayvex::Places> places);
 
-    // One more than the largest numeric key present ("1" when there is none).
-    // Throws Error::Overflow when that would pass 2147483647.
+    /// One more than the largest numeric key present ("1" when there is none).
+    /// Throws Error::Overflow when that would pass 2147483647.
     QString NewKey() const;
 
-    // Stores a new appointment under Key. When the end's time of day is not
-    // after the start's (only hours and minutes are compared, not the days),
-    // the end becomes the start plus the shared DayStepMinutes.
+    /// Stores a new appointment under Key and returns it. When the end's time of day is not
+    /// after the start's (only hours and minutes are compared, not the days),
+    /// the end becomes the start plus the shared DayStepMinutes. The trimmed Place and
+    /// Category join Places and Categories when those lists exist. Throws Error 457 when
+    /// Key is already stored (case ignored); an empty Key stores it without a key.
     std::shared_ptr<Schedule> Add(const QString &Key, const QString &Owner, Date StartDate,
                                   Date EndDate, const QString &ContactCode, const QString &Contact,
                                   const QString &Category, const QString &Description,
                                   const QString &Place, Date ReminderDate,
                                   const QString &Tag = QString(), qint32 Color = 0);
 
-    // Internal to the component: inserts an existing record after every entry
-    // that starts no later than it, under the record's own Key.
+    /// Internal to the component: inserts an existing record after every entry
+    /// that starts no later than it, under the record's own Key (Error 457 when taken).
     void AddSorted(const std::shared_ptr<Schedule> &schedule);
 
 private:

@@ -10,41 +10,47 @@
 
 namespace dayvex {
 
-// An automation error as a host sees it: a number, a description and the
-// component that raised it.
+/// An automation error as a host sees it: a number, a description and the
+/// component that raised it.
 class DAYVEX_CORE_EXPORT Error : public std::exception
 {
 public:
-    // Numbers of the platform's run-time errors that the object model raises.
+    /// Numbers of the platform's run-time errors that the object model raises.
     enum PlatformNumber : qint32 {
-        InvalidArgument = 5,
-        Overflow = 6,
-        SubscriptOutOfRange = 9,
-        DuplicateKey = 457,
-        AutomationError = 440,
+        InvalidArgument = 5,        ///< Invalid procedure call or argument: a bad position, key or date.
+        Overflow = 6,               ///< A number or date out of range.
+        SubscriptOutOfRange = 9,    ///< Subscript out of range.
+        DuplicateKey = 457,         ///< A key already associated with an element of the collection.
+        AutomationError = 440,      ///< A host's handler failed with something other than an Error.
     };
-    // Base of the component's own errors (hexadecimal 80040000 as a signed 32-bit value).
+    /// Base of the component's own errors (hexadecimal 80040000 as a signed 32-bit value).
     static constexpr qint32 ObjectErrorBase = qint32(0x80040000u);
-    static const QString ComponentSource; // "zntDayvex.ocx"
-    static const QString PlatformSource;  // "Dayvex"
+    static const QString ComponentSource; ///< "zntDayvex.ocx": the source of the component's own errors.
+    static const QString PlatformSource;  ///< "Dayvex": the source of the platform's run-time errors.
 
+    /// An error with number, description and source; what() reads "source (number): description".
     Error(qint32 number, const QString &description, const QString &source);
 
-    qint32 number() const noexcept { return m_number; }
-    QString description() const { return m_description; }
-    QString source() const { return m_source; }
+    qint32 number() const noexcept { return m_number; }             ///< The error number.
+    QString description() const { return m_description; }           ///< The text describing the error.
+    QString source() const { return m_source; }                     ///< The component that raised it.
+    /// "source (number): description", in UTF-8.
     const char *what() const noexcept override { return m_what.constData(); }
 
-    // The platform's run-time errors with their standard texts.
+    /// Error 5, "Invalid procedure call or argument", followed by ": detail" when detail is given.
     static Error invalidArgument(const QString &detail = {});
+    /// Error 6, "Overflow", followed by ": detail" when detail is given.
     static Error overflow(const QString &detail = {});
+    /// Error 9, "Subscript out of range", followed by ": detail" when detail is given.
     static Error subscriptOutOfRange(const QString &detail = {});
+    /// Error 457 with the platform's text for a duplicate key.
     static Error duplicateKey();
-    // A host's handler of event failed: its own Error keeps its number and source
-    // and gains the event's name; anything else becomes an automation error.
+    /// A host's handler of event failed: its own Error keeps its number and source
+    /// and gains the event's name (once, however many handlers it passed).
     static Error inHandler(const char *event, const Error &thrown);
+    /// A host's handler of event failed with anything but an Error: an automation error (440) saying what.
     static Error inHandler(const char *event, const QString &what);
-    // An error of this component: the object-error base plus offset, source "zntDayvex.ocx".
+    /// An error of this component: the object-error base plus offset, source "zntDayvex.ocx".
     static Error objectError(qint32 offset, const QString &description);
 
 private:
@@ -54,9 +60,9 @@ private:
     QByteArray m_what;
 };
 
-// Raises event to the host's handlers through raise. Whatever a handler throws
-// leaves as a dayvex::Error naming the event, so that the step raising it stops
-// before its change and whoever logs it can say where it came from.
+/// Raises event to the host's handlers through raise. Whatever a handler throws
+/// leaves as a dayvex::Error naming the event, so that the step raising it stops
+/// before its change and whoever logs it can say where it came from.
 template <typename Raise>
 void callHostHandler(const char *event, Raise raise)
 {
@@ -71,9 +77,9 @@ void callHostHandler(const char *event, Raise raise)
     }
 }
 
-// Runs step where nothing up the stack can take its error (a user's click,
-// a resize, a timer): an error, the component's or a host handler's, is logged
-// under who and goes no further; no exception may cross Qt's event loop.
+/// Runs step where nothing up the stack can take its error (a user's click,
+/// a resize, a timer): an error, the component's or a host handler's, is logged
+/// under who and goes no further; no exception may cross Qt's event loop.
 template <typename Step>
 void runLoggingErrors(const char *who, Step step)
 {

@@ -10,15 +10,15 @@
 
 namespace dayvex {
 
-// The ordered collection behind every list of the object model: 1-based dense
-// positions, optional string keys compared without regard to case, insertion
-// before a keyed entry, error 457 for a duplicate key and 5 for a bad position
-// or key. Entries are shared records; the collection hands out the same pointers.
+/// The ordered collection behind every list of the object model: 1-based dense
+/// positions, optional string keys compared without regard to case, insertion
+/// before a keyed entry, error 457 for a duplicate key and 5 for a bad position
+/// or key. Entries are shared records; the collection hands out the same pointers.
 template <typename T>
 class KeyedCollection
 {
 public:
-    using Pointer = std::shared_ptr<T>;
+    using Pointer = std::shared_ptr<T>; ///< An entry: a record shared with the host.
 
 private:
     struct Entry
@@ -29,20 +29,24 @@ private:
     using Storage = std::vector<Entry>;
 
 public:
+    /// Walks the entries in position order, yielding their pointers.
     class const_iterator
     {
     public:
-        using iterator_category = std::forward_iterator_tag;
-        using value_type = Pointer;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const Pointer *;
-        using reference = const Pointer &;
+        using iterator_category = std::forward_iterator_tag; ///< A forward iterator.
+        using value_type = Pointer;                          ///< What it yields: an entry.
+        using difference_type = std::ptrdiff_t;              ///< The distance between two iterators.
+        using pointer = const Pointer *;                     ///< A pointer to an entry.
+        using reference = const Pointer &;                   ///< A reference to an entry.
 
+        /// An iterator into no collection.
         const_iterator() = default;
-        reference operator*() const { return m_it->item; }
-        pointer operator->() const { return &m_it->item; }
-        const_iterator &operator++() { ++m_it; return *this; }
+        reference operator*() const { return m_it->item; }      ///< The entry it is at.
+        pointer operator->() const { return &m_it->item; }      ///< The entry it is at.
+        const_iterator &operator++() { ++m_it; return *this; }  ///< Moves to the next entry.
+        /// Moves to the next entry, returning where it was.
         const_iterator operator++(int) { const_iterator old = *this; ++m_it; return old; }
+        /// Whether both are at the same entry of the same collection.
         friend bool operator==(const const_iterator &a, const const_iterator &b) { return a.m_it == b.m_it; }
 
     private:
@@ -51,17 +55,22 @@ public:
         typename Storage::const_iterator m_it;
     };
 
+    /// An empty collection.
     KeyedCollection() = default;
-    KeyedCollection(const KeyedCollection &) = delete;
-    KeyedCollection &operator=(const KeyedCollection &) = delete;
+    KeyedCollection(const KeyedCollection &) = delete;            ///< Not copyable: share it through a pointer.
+    KeyedCollection &operator=(const KeyedCollection &) = delete; ///< Not copyable: share it through a pointer.
+    /// Releases the collection's hold on its entries.
     virtual ~KeyedCollection() = default;
 
+    /// The number of entries.
     qint32 Count() const { return qint32(m_entries.size()); }
 
+    /// The entry at position, from 1; throws Error 5 outside 1 to Count().
     const Pointer &Item(qint32 position) const
     {
         return m_entries[indexOf(position)].item;
     }
+    /// The entry stored under key (case ignored); throws Error 5 when there is none.
     const Pointer &Item(const QString &key) const
     {
         const auto it = m_byKey.constFind(fold(key));
@@ -70,23 +79,27 @@ public:
         return it.value();
     }
 
+    /// Removes the entry at position, from 1; throws Error 5 outside 1 to Count().
     void Remove(qint32 position) { eraseAt(indexOf(position)); }
+    /// Removes the entry stored under key (case ignored); throws Error 5 when there is none.
     void Remove(const QString &key) { eraseAt(indexOfKey(key)); }
 
-    const_iterator begin() const { return const_iterator(m_entries.cbegin()); }
-    const_iterator end() const { return const_iterator(m_entries.cend()); }
+    const_iterator begin() const { return const_iterator(m_entries.cbegin()); } ///< At the first entry.
+    const_iterator end() const { return const_iterator(m_entries.cend()); }     ///< Past the last entry.
 
-    // The entry under key, or null: a look-up that does not throw.
+    /// The entry under key, or null: a look-up that does not throw.
     Pointer find(const QString &key) const { return m_byKey.value(fold(key)); }
 
 protected:
-    // Counts every insertion and removal, so that a memo of the entries can tell
-    // whether they are still the ones it saw.
+    /// Counts every insertion and removal, so that a memo of the entries can tell
+    /// whether they are still the ones it saw.
     quint64 revision() const { return m_revision; }
 
-    // Told of every key stored and removed (case-folded; entries without a key are not told).
+    /// Told of every key stored (case-folded; entries without a key are not told).
     virtual void keyStored(const QString &) {}
+    /// Told of every key removed (case-folded; entries without a key are not told).
     virtual void keyRemoved(const QString &) {}
+    /// Calls f with the case-folded key of every entry stored under one, in position order.
     template <typename F>
     void forEachStoredKey(F f) const
     {
@@ -96,12 +109,13 @@ protected:
         }
     }
 
-    // Appends item under key (an empty key stores it without one).
+    /// Appends item under key (an empty key stores it without one); throws Error 457 when key is taken.
     void append(Pointer item, const QString &key)
     {
         insertAt(m_entries.size(), std::move(item), key);
     }
-    // Inserts item under key immediately before the entry stored under beforeKey.
+    /// Inserts item under key immediately before the entry stored under beforeKey.
+    /// Throws Error 5 when no entry has beforeKey, 457 when key is taken.
     void insertBefore(Pointer item, const QString &key, const QString &beforeKey)
     {
         insertAt(indexOfKey(beforeKey), std::move(item), key);
