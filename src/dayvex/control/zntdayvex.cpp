@@ -248,13 +248,9 @@ void zntDayvex::mnEliminaAttivita_Click()
 void zntDayvex::mnNuovo_Click()
 {
     // The calendar's day at the time of the grid's current row.
-    const int row = d->m_lista->currentRow();
-    const auto cell = [this, row](int column) {
-        const QStandardItem *item = row >= 0 ? d->m_lista->item(row, column) : nullptr;
-        return item ? item->text() : QString();
-    };
-    d->m_appointments->newAppointment(proposedStart(Date::fromDate(d->m_calendar->selectedDate()), cell(0), cell(1),
-                                                 sharedSettings().DateFormat));
+    const SlotLabel row = d->m_lista->rowLabel(d->m_lista->currentRow());
+    d->m_appointments->newAppointment(proposedStart(Date::fromDate(d->m_calendar->selectedDate()), row.hour,
+                                                    row.minutes, sharedSettings().DateFormat));
 }
 
 void zntDayvex::mnModifica_Click()

@@ -19,18 +19,22 @@ namespace dayvex {
 class PropertyBag;
 class zntDayvexPrivate;
 
-// The view styles; also the tab numbers of TipoVis and the values of CurrentView.
+/// The view styles; also the tab numbers of TipoVis and the values of CurrentView.
 enum zntPlanShowType : qint16 {
-    zntPlanShowDefault = 0,
-    zntPlanShowDay = 1,
-    zntPlanShowWeek = 2,
-    zntPlanShowMonth = 3,
+    zntPlanShowDefault = 0, ///< Keep the view on show.
+    zntPlanShowDay = 1,     ///< One day in time rows.
+    zntPlanShowWeek = 2,    ///< Seven days in time rows, with a heading row.
+    zntPlanShowMonth = 3,   ///< Five weeks of day cells, each with a list of its appointments.
 };
 
-// The agenda control. It starts as InitProperties() leaves it; a host that
-// keeps the control's properties calls ReadProperties() after construction. The
-// host assigns its DayvexData to Plan and calls Refresh(). Settings marked shared live in sharedSettings() and are the same
-// for every instance in the process.
+/// The agenda control: day, week and month views of the appointments of a
+/// DayvexData beside a month calendar, a to-do list, reminders, and the menus and
+/// editors that change them, telling the host of every change through its events.
+///
+/// It starts as InitProperties() leaves it; a host that keeps the control's
+/// properties calls ReadProperties() after construction. The host assigns its
+/// DayvexData to Plan and calls Refresh(). Properties marked shared are the same
+/// for every control in the process.
 class DAYVEX_EXPORT zntDayvex : public QWidget
 {
     Q_OBJECT
@@ -52,104 +56,166 @@ class DAYVEX_EXPORT zntDayvex : public QWidget
     Q_PROPERTY(qint16 CurrentView READ CurrentView DESIGNABLE false)
 
 public:
+    /// A control as InitProperties() leaves it, with a new empty shared Plan.
     explicit zntDayvex(QWidget *parent = nullptr);
     ~zntDayvex() override;
 
+    /// True when due reminders raise ReminderAlarm but show no pop-up.
     bool DisableReminderPopUp() const;
+    /// Sets DisableReminderPopUp.
     void setDisableReminderPopUp(bool value);
+    /// True when the grids' context menus and double clicks run no command.
     bool DisableMenu() const;
+    /// Sets DisableMenu.
     void setDisableMenu(bool value);
-    // Shared. Texts that are no date or time are ignored.
+    /// Shared. The time of the first row of the day and week views, as text ("08:00").
     QString DayStartTime() const;
+    /// Sets DayStartTime; a text that is no date or time is ignored.
     void setDayStartTime(const QString &value);
+    /// Shared. The time of the last row of the day and week views, as text ("20:00").
     QString DayEndTime() const;
+    /// Sets DayEndTime; a text that is no date or time is ignored.
     void setDayEndTime(const QString &value);
-    // Shared. Values outside 5 to 179 are ignored.
+    /// Shared. The minutes of one time row.
     qint16 DayStepMinutes() const;
+    /// Sets DayStepMinutes; values outside 5 to 179 are ignored.
     void setDayStepMinutes(qint16 value);
-    // Shared; never saved. Assigning it redraws nothing: call Refresh().
+    /// Shared; never saved. The data the control shows and changes.
     std::shared_ptr<DayvexData> Plan() const;
+    /// Sets Plan. Assigning it redraws nothing: call Refresh().
     void setPlan(std::shared_ptr<DayvexData> value);
+    /// The day on show and selected in the month calendar.
     Date StartDay() const;
+    /// Shows value's day in every view and the calendar.
     void setStartDay(Date value);
+    /// Shared. True when texts show each appointment's owner.
     bool MultiUserEnabled() const;
+    /// Sets MultiUserEnabled.
     void setMultiUserEnabled(bool value);
+    /// Shared. True when the appointment editor shows the contact code and contact fields.
     bool ContactCodeEnabled() const;
+    /// Sets ContactCodeEnabled.
     void setContactCodeEnabled(bool value);
+    /// The sound file a reminder plays; empty for the default sound.
     QString ReminderSoundFile() const;
+    /// Sets ReminderSoundFile.
     void setReminderSoundFile(const QString &value);
+    /// Shared. The owner of new appointments.
     QString DefaultOwner() const;
+    /// Sets DefaultOwner.
     void setDefaultOwner(const QString &value);
-    // The running state of the alarm timer.
+    /// The running state of the alarm timer.
     bool GlobalAlarmsEnable() const;
+    /// Starts or stops the alarm timer.
     void setGlobalAlarmsEnable(bool value);
-    // Shared. Reloads the language texts at once; menu captions follow at the next load.
+    /// Shared. The language file of captions and messages; empty for the default one.
     QString LanguageFileName() const;
+    /// Sets LanguageFileName and reloads the language texts at once; menu
+    /// captions follow at the next ReadProperties() or first show.
     void setLanguageFileName(const QString &value);
+    /// The view drawn last, a zntPlanShowType; 0 before the first.
     qint16 CurrentView() const;
 
-    // Forces a complete repaint of a object. Style selects a view (the default
-    // keeps the current one); RebuildFrame is accepted and has no effect.
+    /// Forces a complete repaint of the control. Style selects a view (the
+    /// default keeps the current one; other values than 0 to 3 throw
+    /// dayvex::Error 5); RebuildFrame is accepted and has no effect.
     void Refresh(zntPlanShowType Style = zntPlanShowDefault, bool RebuildFrame = false);
 
-    // The container's life cycle.
+    /// Puts every saved property back to its default.
     void InitProperties();
+    /// Loads the saved properties from bag, without the assignment rules, and
+    /// redraws the calendar, time rows and to-do list. A stored value of the wrong
+    /// kind throws dayvex::Error 13, one out of range 6.
     void ReadProperties(PropertyBag &bag);
+    /// Saves the properties to bag; a value equal to its default is not stored.
     void WriteProperties(PropertyBag &bag) const;
 
-    // The appointment commands, as the menu entries and gestures run them: New
-    // at the selected day and row, Modify and Delete on the selected appointment.
-    // They throw dayvex::Error to a direct caller.
+    /// New appointment at the calendar's day and the time of the grid's current
+    /// row, as the menu entry runs it. Throws dayvex::Error to a direct caller.
     void mnNuovo_Click();
+    /// Opens the selected appointment in the editor. Throws dayvex::Error to a direct caller.
     void mnModifica_Click();
+    /// Deletes the selected appointment after asking. Throws dayvex::Error to a direct caller.
     void mnElimina_Click();
-    // The to-do commands, on the to-do of the list's current row.
+    /// Marks the to-do of the list's current row done.
     void mnuAttivitaCompleta_Click();
+    /// New to-do, in the to-do editor.
     void mnNuovaAttivita_Click();
+    /// Opens the to-do of the list's current row in the editor.
     void mnModificaAttivita_Click();
+    /// Deletes the to-do of the list's current row after asking.
     void mnEliminaAttivita_Click();
-    // Prints the view on show (the day, week or month of the date on show) or
-    // the to-do list on printer's pages, as it is set up (page size,
-    // orientation, or a PDF file). Returns the number of pages.
+    /// Prints the view on show (the day, week or month of the date on show) on
+    /// printer, as it is set up (page size, orientation, or a PDF file). Returns
+    /// the number of pages; a null printer throws dayvex::Error 5.
     int printView(QPrinter *printer);
+    /// Prints the to-do list as printView() prints the view.
     int printToDoList(QPrinter *printer);
 
-    // The date formats that start-up picks for a locale: day first when the
-    // locale writes 3 December 2000 starting with "3", month first otherwise.
+    /// The date and date-time formats that start-up picks for a locale: day
+    /// first when the locale writes 3 December 2000 starting with "3", month
+    /// first otherwise.
     static std::pair<QString, QString> dateFormatsFor(const QLocale &locale);
 
 signals:
-    // The host's property-changed notification, with the property's name.
+    /// An accepted property assignment, with the property's name.
     void PropertyChanged(const QString &name);
 
     // The 22 events, in dispatch-id order. Parameters are references: a directly
-    // connected handler may rewrite them and the control reads them back.
+    // connected handler may rewrite them and the control reads them back. In the
+    // Before events, Cancel stops the change and ExternalHandled tells the
+    // control that the host made it.
+
+    /// The contact code field of the appointment editor changed.
     void ContactCodeChange(QString &Value);
+    /// The contact code field lost focus: the host may fill ContactDescription or Cancel the move.
     void ContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel);
+    /// The contact code field was double clicked: the host may fill in a contact.
     void ContactCodeDoubleClick(QString &Value, QString &ContactDescription);
+    /// An appointment is about to be added.
     void BeforeScheduleAdd(std::shared_ptr<dayvex::Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    /// An appointment was added.
     void ScheduleAdded(std::shared_ptr<dayvex::Schedule> &mSca);
+    /// An appointment is about to be deleted.
     void BeforeScheduleDelete(std::shared_ptr<dayvex::Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    /// An appointment was deleted.
     void ScheduleDeleted(std::shared_ptr<dayvex::Schedule> &mSca);
+    /// An appointment is about to be changed.
     void BeforeScheduleChange(std::shared_ptr<dayvex::Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    /// An appointment was changed.
     void ScheduleChanged(std::shared_ptr<dayvex::Schedule> &mSca);
+    /// A to-do was added.
     void TodoAdded(std::shared_ptr<dayvex::ToDo> &mToDo);
+    /// Declared for hosts and never raised: a new to-do raises BeforeTodoChange.
     void BeforeTodoAdd(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// A to-do was deleted.
     void ToDoDeleted(std::shared_ptr<dayvex::ToDo> &mToDo);
+    /// A to-do is about to be deleted.
     void BeforeTodoDelete(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// A to-do was changed.
     void ToDoChanged(std::shared_ptr<dayvex::ToDo> &mToDo);
+    /// A to-do is about to be added or changed.
     void BeforeTodoChange(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// An appointment's reminder was changed from its pop-up.
     void AlarmChange(std::shared_ptr<dayvex::Schedule> &mSca);
+    /// A to-do's reminder was changed from its pop-up.
     void ToDoAlarmChange(std::shared_ptr<dayvex::ToDo> &mToDo);
+    /// A to-do is about to be marked done.
     void BeforeTodoSetComplete(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// A day was clicked in the month calendar.
     void DateSelected(dayvex::Date &NewDate);
+    /// A reminder is due: the host may show its own FormReminder, take it over or Cancel it.
     void ReminderAlarm(std::shared_ptr<dayvex::Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled,
                        bool &Cancel);
+    /// The appointment editor is about to save: the host may Cancel the save.
     void ValidateSchedule(std::shared_ptr<dayvex::Schedule> &mSca, bool &Cancel);
+    /// The to-do editor is about to save: the host may Cancel the save.
     void ValidateToDo(std::shared_ptr<dayvex::ToDo> &mToDo, bool &Cancel);
 
 protected:
+    /// Takes the language texts before the first show of a control that was never read.
     bool event(QEvent *event) override;
+    /// Lays the children out in the control's size and redraws the view on show.
     void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -27,15 +27,6 @@ Error AppointmentCommands::invalidSchedule()
     return Error::objectError(10, QStringLiteral("Valori errati nella definizione dell'oggetto Schedule."));
 }
 
-Date proposedStart(Date day, const QString &hour, const QString &minutes, const QString &dateFormat)
-{
-    const QString text = formatDate(day, dateFormat) + QLatin1Char(' ') + formatNumber(val(hour), QStringLiteral("00"))
-                         + QLatin1Char(':') + formatNumber(val(minutes), QStringLiteral("00"));
-    const DateOrder order = dateFormat.startsWith(QLatin1Char('m'), Qt::CaseInsensitive) ? DateOrder::MonthDayYear
-                                                                                          : DateOrder::DayMonthYear;
-    return toDate(text, order);
-}
-
 void AppointmentCommands::newAppointment(Date proposed)
 {
     if (m_running.isSet())

@@ -45,8 +45,5 @@ private:
     QPointer<AppointmentEditor> m_editor;
 };
 
-// The proposed start of a new appointment: day at the hour and minutes that the
-// grid's time columns show ("9" and "30" give 09:30; no number reads as 0).
-Date proposedStart(Date day, const QString &hour, const QString &minutes, const QString &dateFormat);
 
 } // namespace dayvex

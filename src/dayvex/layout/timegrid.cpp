@@ -314,4 +314,13 @@ DateRange viewRange(int view, Date selected, bool dayFirst)
     }
 }
 
+Date proposedStart(Date day, const QString &hour, const QString &minutes, const QString &dateFormat)
+{
+    const QString text = formatDate(day, dateFormat) + QLatin1Char(' ') + formatNumber(val(hour), QStringLiteral("00"))
+                         + QLatin1Char(':') + formatNumber(val(minutes), QStringLiteral("00"));
+    const DateOrder order = dateFormat.startsWith(QLatin1Char('m'), Qt::CaseInsensitive) ? DateOrder::MonthDayYear
+                                                                                          : DateOrder::DayMonthYear;
+    return toDate(text, order);
+}
+
 } // namespace dayvex

@@ -26,6 +26,12 @@ struct SlotLabel
     QString hour;
     QString minutes;
 };
+// The proposed start of a new appointment: day at the hour and minutes that a
+// row's time columns show ("9" and "30" give 09:30; no number reads as 0), as
+// the date and time texts are joined and read back.
+DAYVEX_CORE_EXPORT Date proposedStart(Date day, const QString &hour, const QString &minutes,
+                                      const QString &dateFormat);
+
 DAYVEX_CORE_EXPORT std::vector<SlotLabel> slotLabels(const QString &start, qint16 step, qint32 count);
 
 // Runs of neighbouring rows that show the same hour, as the hour column merges

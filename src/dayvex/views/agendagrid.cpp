@@ -308,6 +308,15 @@ bool AgendaGrid::showsTimeRows(const std::vector<SlotLabel> &labels) const
     return true;
 }
 
+SlotLabel AgendaGrid::rowLabel(int row) const
+{
+    const auto cell = [this, row](int column) {
+        const QStandardItem *item = row >= 0 ? this->item(row, column) : nullptr;
+        return item ? item->text() : QString();
+    };
+    return {cell(0), cell(1)};
+}
+
 void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
 {
     setTwipsWidth(0, TimeColumnWidth);

@@ -47,6 +47,8 @@ public:
 
     // Rebuilds the time rows, one per label.
     void setTimeRows(const std::vector<SlotLabel> &labels);
+    // What a row's time columns show; empty texts for a row without them.
+    SlotLabel rowLabel(int row) const;
 
     // Writes the date cells of the month from from on, greying the days whose
     // month name differs from shown's. Does nothing when the first cell already
