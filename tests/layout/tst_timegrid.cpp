@@ -1,3 +1,4 @@
+#include <dayvextest.h>
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/model/schedules.h>
@@ -6,12 +7,8 @@
 #include <dayvex/layout/timegrid.h>
 #include <dayvex/layout/todoorder.h>
 
-#include <QTest>
-
 #include <cmath>
 #include <limits>
-
-using namespace dayvex;
 
 namespace {
 Date time(const char *text)
@@ -37,365 +34,322 @@ class tst_TimeGrid : public QObject
 {
     Q_OBJECT
 private slots:
-    void slotCount_data();
-    void slotCount();
-    void rows_data();
-    void rows();
-    void singleBox();
-    void threeWayOverlap();
-    void staggeredOverlap();
-    void scrolledAndHidden();
-    void occupancyLimit();
-    void wideScreens_data();
-    void wideScreens();
-    void oddTimesAndCells();
-    void appointmentLineKeepsSeparators();
-    void entryTexts_data();
-    void entryTexts();
-    void monthFirstCell_data();
-    void monthFirstCell();
-    void todoOrder_data();
-    void todoOrder();
-    void hourRuns_data();
-    void hourRuns();
-    void monthCell_data();
-    void monthCell();
-    void appointmentsInRangeKeepSortedOrder();
-    void sectionAt_data();
-    void sectionAt();
-};
-
-void tst_TimeGrid::slotCount_data()
-{
-    QTest::addColumn<QString>("start");
-    QTest::addColumn<QString>("end");
-    QTest::addColumn<int>("step");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("storedStart");
-    QTest::addColumn<int>("storedStep");
-    QTest::newRow("defaults") << "08:00" << "20:00" << 30 << 25 << "08:00" << 30;
-    QTest::newRow("end off the step") << "08:00" << "20:10" << 30 << 26 << "08:00" << 30;
-    QTest::newRow("start after end") << "21:00" << "20:00" << 30 << 1 << "21:00" << 30;
-    QTest::newRow("equal") << "09:00" << "09:00" << 15 << 1 << "09:00" << 15;
-    QTest::newRow("no step") << "08:00" << "20:00" << 0 << 25 << "08:00" << 30;
-    QTest::newRow("bad start") << "25:99" << "09:00" << 30 << 3 << "08:00" << 30;
-}
-
-void tst_TimeGrid::slotCount()
-{
-    QFETCH(QString, start);
-    QFETCH(QString, end);
-    QFETCH(int, step);
-    QFETCH(int, count);
-    QFETCH(QString, storedStart);
-    QFETCH(int, storedStep);
-    qint16 s = qint16(step);
-    QCOMPARE(dayvex::slotCount(start, end, s), count);
-    QCOMPARE(start, storedStart);
-    QCOMPARE(int(s), storedStep);
-}
-
-void tst_TimeGrid::rows_data()
-{
-    QTest::addColumn<QString>("at");
-    QTest::addColumn<int>("step");
-    QTest::addColumn<bool>("week");
-    QTest::addColumn<int>("row");
-    QTest::newRow("first slot") << "08:00" << 30 << false << 0;
-    QTest::newRow("on a slot") << "09:30" << 30 << false << 3;
-    QTest::newRow("week adds two") << "09:30" << 30 << true << 5;
-    QTest::newRow("before the day, cut toward zero") << "07:00" << 30 << false << -1;
-    QTest::newRow("late time pulled forward by 1450") << "19:45" << 30 << false << 24;
-    QTest::newRow("half a slot rounds up") << "08:15" << 30 << false << 1;
-    QTest::newRow("five-minute slots") << "16:20" << 5 << false << 101;
-}
-
-void tst_TimeGrid::rows()
-{
-    QFETCH(QString, at);
-    QFETCH(int, step);
-    QFETCH(bool, week);
-    QFETCH(int, row);
-    QCOMPARE(timeRow(time(qPrintable(at)), time("08:00"), qint16(step), week), row);
-}
-
-void tst_TimeGrid::singleBox()
-{
-    const auto p = placeBoxes({{"09:00-10:00", 0}}, dayGrid());
-    QVERIFY(p[0].visible);
-    QCOMPARE(p[0].top, 400 + 2 * 240 + 30.0);
-    QCOMPARE(p[0].height, 400 + 40 + 4 * 240 - p[0].top); // ends 10 twips below the next box's top
-    QCOMPARE(p[0].left, 800 + 30.0);
-    QCOMPARE(p[0].width, 3000.0);
-
-    const auto reversed = placeBoxes({{"10:00-09:00", 0}}, dayGrid()); // one row at least
-    QCOMPARE(reversed[0].height, 400 + 40 + 5 * 240 - reversed[0].top);
-}
-
-void tst_TimeGrid::threeWayOverlap()
-{
-    const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}, {"09:00-10:00", 0}}, dayGrid());
-    for (const auto &box : p)
-        QCOMPARE(box.width, 3000.0 / 3 + 10);
-    QCOMPARE(p[0].left, 830.0);
-    QCOMPARE(p[1].left, 1830.0);
-    QCOMPARE(p[2].left, 2830.0);
-}
-
-void tst_TimeGrid::staggeredOverlap()
-{
-    // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
-    // others but is not searched for itself, so only the later box is narrowed.
-    const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:30-10:30", 0}, {"10:30-11:00", 0}}, dayGrid());
-    QCOMPARE(p[0].width, 3000.0);
-    QCOMPARE(p[1].width, 1510.0);
-    QCOMPARE(p[1].left, 830.0);
-    QCOMPARE(p[2].width, 3000.0);
-    // two boxes from 9:00 overlap in rows they both search: side by side
-    const auto q = placeBoxes({{"09:00-10:30", 0}, {"09:00-10:00", 0}}, dayGrid());
-    QCOMPARE(q[0].left, 830.0);
-    QCOMPARE(q[1].left, 2330.0);
-}
-
-void tst_TimeGrid::scrolledAndHidden()
-{
-    GridGeometry g = dayGrid();
-    g.topRow = 4; // 10:00 is the first row shown
-    const auto p = placeBoxes({{"09:00-11:00", 0}, {"08:00-09:00", 0}, {"19:00-19:30", 0}}, g);
-    QVERIFY(p[0].visible);
-    QCOMPARE(p[0].top, 430.0); // clamped to the top
-    QVERIFY(!p[1].visible);    // wholly above
-    g.topRow = 0;
-    g.height = 1000;
-    QVERIFY(!placeBoxes({{"19:00-19:30", 0}}, g)[0].visible); // wholly below
-}
-
-void tst_TimeGrid::occupancyLimit()
-{
-    GridGeometry g = dayGrid();
-    g.step = 5;
-    QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"16:00-16:40", 0}}, g));
-    try {
-        placeBoxes({{"16:00-16:40", 0}}, g);
-    } catch (const Error &e) {
-        QCOMPARE(e.number(), 9);
+    void slotCount_data()
+    {
+        QTest::addColumn<QString>("start");
+        QTest::addColumn<QString>("end");
+        QTest::addColumn<int>("step");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QString>("storedStart");
+        QTest::addColumn<int>("storedStep");
+        QTest::newRow("defaults") << "08:00" << "20:00" << 30 << 25 << "08:00" << 30;
+        QTest::newRow("end off the step") << "08:00" << "20:10" << 30 << 26 << "08:00" << 30;
+        QTest::newRow("start after end") << "21:00" << "20:00" << 30 << 1 << "21:00" << 30;
+        QTest::newRow("equal") << "09:00" << "09:00" << 15 << 1 << "09:00" << 15;
+        QTest::newRow("no step") << "08:00" << "20:00" << 0 << 25 << "08:00" << 30;
+        QTest::newRow("bad start") << "25:99" << "09:00" << 30 << 3 << "08:00" << 30;
     }
-    QCOMPARE(placeBoxes({{"15:00-15:30", 0}}, g).size(), size_t(1));
-}
 
-void tst_TimeGrid::wideScreens_data()
-{
-    QTest::addColumn<double>("columnWidth");
-    QTest::newRow("a laptop") << 12000.0;
-    QTest::newRow("2560 pixels") << 36000.0;
-    QTest::newRow("3840 pixels") << 56000.0;
-    QTest::newRow("a wall of screens") << 2.0e6;
-}
-
-void tst_TimeGrid::wideScreens()
-{
-    // Two overlapping boxes stand side by side in halves whatever the width.
-    QFETCH(double, columnWidth);
-    GridGeometry g = dayGrid();
-    g.colWidth[2] = columnWidth;
-    const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}}, g);
-    QCOMPARE(p[0].left, 830.0);
-    QCOMPARE(p[1].left, 830.0 + std::nearbyint(columnWidth / 2));
-    QCOMPARE(p[1].width, columnWidth / 2 + 10);
-}
-
-void tst_TimeGrid::oddTimesAndCells()
-{
-    // A host's NaN date counts as the empty date; a slot of no minutes is refused.
-    const double nan = std::nan("");
-    QCOMPARE(timeRow(Date(nan), time("08:00"), 30, false), timeRow(Date(), time("08:00"), 30, false));
-    QCOMPARE(timeRow(time("09:00"), Date(nan), 30, true), timeRow(time("09:00"), Date(), 30, true));
-    QVERIFY_THROWS_EXCEPTION(Error, timeRow(time("08:00"), time("08:00"), 0, false));
-    QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"09:00-10:00", 7}}, dayGrid()));
-    // A cell far below the month is past the years, not a wrapped int.
-    const Date shown = time("15/03/2026");
-    try {
-        clickedDate(3, shown, true, std::numeric_limits<qint32>::max(), 8);
-        QFAIL("no error");
-    } catch (const Error &e) {
-        QCOMPARE(e.number(), int(Error::Overflow));
+    void slotCount()
+    {
+        QFETCH(QString, start);
+        QFETCH(QString, end);
+        QFETCH(int, step);
+        qint16 s = qint16(step);
+        QTEST(dayvex::slotCount(start, end, s), "count");
+        QTEST(start, "storedStart");
+        QTEST(int(s), "storedStep");
     }
-}
 
-void tst_TimeGrid::appointmentLineKeepsSeparators()
-{
-    const Date start = Date::fromDateTime(QDateTime(QDate(2026, 11, 23), QTime(9, 0)));
-    QCOMPARE(appointmentLine(start, start.addMinutes(45), true, "Rossi", " Sala A ", "Ferri", "Riunione"),
-             "09:00-09:45 Rossi: Sala A | Ferri | Riunione");
-    QCOMPARE(appointmentLine(start, start.addMinutes(45), false, "Rossi", "", "", "x"), "09:00-09:45  |  | x");
-}
+    void rows_data()
+    {
+        QTest::addColumn<QString>("at");
+        QTest::addColumn<int>("step");
+        QTest::addColumn<bool>("week");
+        QTest::addColumn<int>("row");
+        QTest::newRow("first slot") << "08:00" << 30 << false << 0;
+        QTest::newRow("on a slot") << "09:30" << 30 << false << 3;
+        QTest::newRow("week adds two") << "09:30" << 30 << true << 5;
+        QTest::newRow("before the day, cut toward zero") << "07:00" << 30 << false << -1;
+        QTest::newRow("late time pulled forward by 1450") << "19:45" << 30 << false << 24;
+        QTest::newRow("half a slot rounds up") << "08:15" << 30 << false << 1;
+        QTest::newRow("five-minute slots") << "16:20" << 5 << false << 101;
+    }
 
-void tst_TimeGrid::entryTexts_data()
-{
-    QTest::addColumn<double>("start");
-    QTest::addColumn<double>("end");
-    QTest::newRow("morning") << 46349.375 << 46349.40625;
-    QTest::newRow("a second before midnight rounds up") << 46349.99999 << 46350.5;
-    QTest::newRow("before 1900") << -1.25 << -1.5;
-    QTest::newRow("empty dates") << 0.0 << 0.0;
-    QTest::newRow("NaN shown empty") << std::nan("") << 46349.5;
-    QTest::newRow("out of range") << 1e7 << 46349.5;
-}
+    void rows()
+    {
+        QFETCH(QString, at);
+        QFETCH(int, step);
+        QFETCH(bool, week);
+        QTEST(timeRow(time(qPrintable(at)), time("08:00"), qint16(step), week), "row");
+    }
 
-// The texts of a box or list line, made when first asked for, read as the
-// formatting of the date format would write them; a date that cannot be written
-// fails when the entry is made, never later while it is painted.
-void tst_TimeGrid::entryTexts()
-{
-    QFETCH(double, start);
-    QFETCH(double, end);
-    Schedule s;
-    s.Key = "7";
-    s.StartDate = Date(start);
-    s.EndDate = Date(end);
-    s.Owner = "Rossi";
-    s.Place = " Sala A ";
-    s.Contact = "Ferri";
-    s.Description = "Riunione";
-    const QString format = "dd/mm/yyyy";
-    QString times, dates;
-    try {
-        times = formatDate(s.StartDate, "hh:mm") + '-' + formatDate(s.EndDate, "hh:mm");
-        dates = formatDate(s.StartDate, format) + '-' + formatDate(s.EndDate, format);
-    } catch (const Error &error) {
+    void singleBox()
+    {
+        const auto p = placeBoxes({{"09:00-10:00", 0}}, dayGrid());
+        QVERIFY(p[0].visible);
+        QCOMPARE(p[0].top, 400 + 2 * 240 + 30.0);
+        QCOMPARE(p[0].height, 400 + 40 + 4 * 240 - p[0].top); // ends 10 twips below the next box's top
+        QCOMPARE(p[0].left, 800 + 30.0);
+        QCOMPARE(p[0].width, 3000.0);
+
+        const auto reversed = placeBoxes({{"10:00-09:00", 0}}, dayGrid()); // one row at least
+        QCOMPARE(reversed[0].height, 400 + 40 + 5 * 240 - reversed[0].top);
+    }
+
+    void threeWayOverlap()
+    {
+        const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}, {"09:00-10:00", 0}}, dayGrid());
+        for (const auto &box : p)
+            QCOMPARE(box.width, 3000.0 / 3 + 10);
+        QCOMPARE(p[0].left, 830.0);
+        QCOMPARE(p[1].left, 1830.0);
+        QCOMPARE(p[2].left, 2830.0);
+    }
+
+    void staggeredOverlap()
+    {
+        // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
+        // others but is not searched for itself, so only the later box is narrowed.
+        const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:30-10:30", 0}, {"10:30-11:00", 0}}, dayGrid());
+        QCOMPARE(p[0].width, 3000.0);
+        QCOMPARE(p[1].width, 1510.0);
+        QCOMPARE(p[1].left, 830.0);
+        QCOMPARE(p[2].width, 3000.0);
+        // two boxes from 9:00 overlap in rows they both search: side by side
+        const auto q = placeBoxes({{"09:00-10:30", 0}, {"09:00-10:00", 0}}, dayGrid());
+        QCOMPARE(q[0].left, 830.0);
+        QCOMPARE(q[1].left, 2330.0);
+    }
+
+    void scrolledAndHidden()
+    {
+        GridGeometry g = dayGrid();
+        g.topRow = 4; // 10:00 is the first row shown
+        const auto p = placeBoxes({{"09:00-11:00", 0}, {"08:00-09:00", 0}, {"19:00-19:30", 0}}, g);
+        QVERIFY(p[0].visible);
+        QCOMPARE(p[0].top, 430.0); // clamped to the top
+        QVERIFY(!p[1].visible);    // wholly above
+        g.topRow = 0;
+        g.height = 1000;
+        QVERIFY(!placeBoxes({{"19:00-19:30", 0}}, g)[0].visible); // wholly below
+    }
+
+    void occupancyLimit()
+    {
+        GridGeometry g = dayGrid();
+        g.step = 5;
+        QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"16:00-16:40", 0}}, g));
+        QCOMPARE(errorNumber([&] { placeBoxes({{"16:00-16:40", 0}}, g); }), 9);
+        QCOMPARE(placeBoxes({{"15:00-15:30", 0}}, g).size(), size_t(1));
+    }
+
+    void wideScreens_data()
+    {
+        QTest::addColumn<double>("columnWidth");
+        QTest::newRow("a laptop") << 12000.0;
+        QTest::newRow("2560 pixels") << 36000.0;
+        QTest::newRow("3840 pixels") << 56000.0;
+        QTest::newRow("a wall of screens") << 2.0e6;
+    }
+
+    void wideScreens()
+    {
+        // Two overlapping boxes stand side by side in halves whatever the width.
+        QFETCH(double, columnWidth);
+        GridGeometry g = dayGrid();
+        g.colWidth[2] = columnWidth;
+        const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}}, g);
+        QCOMPARE(p[0].left, 830.0);
+        QCOMPARE(p[1].left, 830.0 + std::nearbyint(columnWidth / 2));
+        QCOMPARE(p[1].width, columnWidth / 2 + 10);
+    }
+
+    void oddTimesAndCells()
+    {
+        // A host's NaN date counts as the empty date; a slot of no minutes is refused.
+        const double nan = std::nan("");
+        QCOMPARE(timeRow(Date(nan), time("08:00"), 30, false), timeRow(Date(), time("08:00"), 30, false));
+        QCOMPARE(timeRow(time("09:00"), Date(nan), 30, true), timeRow(time("09:00"), Date(), 30, true));
+        QVERIFY_THROWS_EXCEPTION(Error, timeRow(time("08:00"), time("08:00"), 0, false));
+        QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"09:00-10:00", 7}}, dayGrid()));
+        // A cell far below the month is past the years, not a wrapped int.
+        const Date shown = time("15/03/2026");
+        QCOMPARE(errorNumber([&] { clickedDate(3, shown, true, std::numeric_limits<qint32>::max(), 8); }), int(Error::Overflow));
+    }
+
+    void appointmentLineKeepsSeparators()
+    {
+        const Date start = Date::fromDateTime(QDateTime(QDate(2026, 11, 23), QTime(9, 0)));
+        QCOMPARE(appointmentLine(start, start.addMinutes(45), true, "Rossi", " Sala A ", "Ferri", "Riunione"),
+                 "09:00-09:45 Rossi: Sala A | Ferri | Riunione");
+        QCOMPARE(appointmentLine(start, start.addMinutes(45), false, "Rossi", "", "", "x"), "09:00-09:45  |  | x");
+    }
+
+    void entryTexts_data()
+    {
+        QTest::addColumn<double>("start");
+        QTest::addColumn<double>("end");
+        QTest::newRow("morning") << 46349.375 << 46349.40625;
+        QTest::newRow("a second before midnight rounds up") << 46349.99999 << 46350.5;
+        QTest::newRow("before 1900") << -1.25 << -1.5;
+        QTest::newRow("empty dates") << 0.0 << 0.0;
+        QTest::newRow("NaN shown empty") << std::nan("") << 46349.5;
+        QTest::newRow("out of range") << 1e7 << 46349.5;
+    }
+
+    // The texts of a box or list line, made when first asked for, read as the
+    // formatting of the date format would write them; a date that cannot be written
+    // fails when the entry is made, never later while it is painted.
+    void entryTexts()
+    {
+        QFETCH(double, start);
+        QFETCH(double, end);
+        Schedule s;
+        s.Key = "7";
+        s.StartDate = Date(start);
+        s.EndDate = Date(end);
+        s.Owner = "Rossi";
+        s.Place = " Sala A ";
+        s.Contact = "Ferri";
+        s.Description = "Riunione";
+        const QString format = "dd/mm/yyyy";
+        QString times, dates;
         try {
-            (void)AgendaEntry(s, true, format);
-        } catch (const Error &refused) {
-            QCOMPARE(refused.number(), error.number());
-            return;
+            times = formatDate(s.StartDate, "hh:mm") + '-' + formatDate(s.EndDate, "hh:mm");
+            dates = formatDate(s.StartDate, format) + '-' + formatDate(s.EndDate, format);
+        } catch (const Error &error) {
+            try {
+                (void)AgendaEntry(s, true, format);
+            } catch (const Error &refused) {
+                QCOMPARE(refused.number(), error.number());
+                return;
+            }
+            QFAIL("an entry was made of a date that cannot be written");
         }
-        QFAIL("an entry was made of a date that cannot be written");
+        const AgendaEntry entry(s, true, format);
+        QCOMPARE(clockSpan(s.StartDate, s.EndDate), times);
+        QCOMPARE(entry.times(), times);
+        QCOMPARE(entry.line(), times + " Rossi: Sala A | Ferri | Riunione");
+        QCOMPARE(entry.dates(), dates);
     }
-    const AgendaEntry entry(s, true, format);
-    QCOMPARE(clockSpan(s.StartDate, s.EndDate), times);
-    QCOMPARE(entry.times(), times);
-    QCOMPARE(entry.line(), times + " Rossi: Sala A | Ferri | Riunione");
-    QCOMPARE(entry.dates(), dates);
-}
 
-void tst_TimeGrid::monthFirstCell_data()
-{
-    QTest::addColumn<QDate>("shown");
-    QTest::addColumn<QDate>("firstCell");
-    // one month starting on each weekday
-    QTest::newRow("Monday") << QDate(2026, 6, 15) << QDate(2026, 6, 1);
-    QTest::newRow("Tuesday") << QDate(2026, 9, 30) << QDate(2026, 8, 31);
-    QTest::newRow("Wednesday") << QDate(2026, 4, 2) << QDate(2026, 3, 30);
-    QTest::newRow("Thursday") << QDate(2026, 1, 31) << QDate(2025, 12, 29);
-    QTest::newRow("Friday") << QDate(2026, 5, 1) << QDate(2026, 4, 27);
-    QTest::newRow("Saturday") << QDate(2026, 8, 8) << QDate(2026, 7, 27);
-    QTest::newRow("Sunday, December 2000") << QDate(2000, 12, 3) << QDate(2000, 11, 27);
-}
+    void monthFirstCell_data()
+    {
+        QTest::addColumn<QDate>("shown");
+        QTest::addColumn<QDate>("firstCell");
+        // one month starting on each weekday
+        QTest::newRow("Monday") << QDate(2026, 6, 15) << QDate(2026, 6, 1);
+        QTest::newRow("Tuesday") << QDate(2026, 9, 30) << QDate(2026, 8, 31);
+        QTest::newRow("Wednesday") << QDate(2026, 4, 2) << QDate(2026, 3, 30);
+        QTest::newRow("Thursday") << QDate(2026, 1, 31) << QDate(2025, 12, 29);
+        QTest::newRow("Friday") << QDate(2026, 5, 1) << QDate(2026, 4, 27);
+        QTest::newRow("Saturday") << QDate(2026, 8, 8) << QDate(2026, 7, 27);
+        QTest::newRow("Sunday, December 2000") << QDate(2000, 12, 3) << QDate(2000, 11, 27);
+    }
 
-void tst_TimeGrid::monthFirstCell()
-{
-    QFETCH(QDate, shown);
-    QFETCH(QDate, firstCell);
-    for (bool dayFirst : {true, false})
-        QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
-    const DateRange range = viewRange(3, Date::fromDate(shown), true);
-    QCOMPARE(range.to.toDate(), firstCell.addDays(35));
-}
+    void monthFirstCell()
+    {
+        QFETCH(QDate, shown);
+        QFETCH(QDate, firstCell);
+        for (bool dayFirst : {true, false})
+            QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
+        const DateRange range = viewRange(3, Date::fromDate(shown), true);
+        QCOMPARE(range.to.toDate(), firstCell.addDays(35));
+    }
 
-void tst_TimeGrid::todoOrder_data()
-{
-    QTest::addColumn<QList<int>>("priorities");
-    QTest::addColumn<QList<int>>("rows");
-    QTest::newRow("ascending") << QList<int>{3, 1, 2} << QList<int>{1, 2, 0};
-    QTest::newRow("equal: later first") << QList<int>{2, 2} << QList<int>{1, 0};
-    QTest::newRow("two digits") << QList<int>{10, 9, 10} << QList<int>{1, 2, 0};
-    QTest::newRow("empty") << QList<int>{} << QList<int>{};
-}
+    void todoOrder_data()
+    {
+        QTest::addColumn<QList<int>>("priorities");
+        QTest::addColumn<QList<int>>("rows");
+        QTest::newRow("ascending") << QList<int>{3, 1, 2} << QList<int>{1, 2, 0};
+        QTest::newRow("equal: later first") << QList<int>{2, 2} << QList<int>{1, 0};
+        QTest::newRow("two digits") << QList<int>{10, 9, 10} << QList<int>{1, 2, 0};
+        QTest::newRow("empty") << QList<int>{} << QList<int>{};
+    }
 
-void tst_TimeGrid::todoOrder()
-{
-    QFETCH(QList<int>, priorities);
-    QFETCH(QList<int>, rows);
-    std::vector<qint16> p(priorities.begin(), priorities.end());
-    const std::vector<int> order = todoRowOrder(p);
-    QCOMPARE(QList<int>(order.begin(), order.end()), rows);
-}
+    void todoOrder()
+    {
+        QFETCH(QList<int>, priorities);
+        std::vector<qint16> p(priorities.begin(), priorities.end());
+        const std::vector<int> order = todoRowOrder(p);
+        QTEST(QList<int>(order.begin(), order.end()), "rows");
+    }
 
-void tst_TimeGrid::hourRuns_data()
-{
-    QTest::addColumn<int>("step");
-    QTest::addColumn<QList<int>>("runs"); // first row and row count, pairwise
-    QTest::newRow("half hours") << 30 << QList<int>{0, 2, 2, 2, 4, 2};
-    QTest::newRow("45 minutes") << 45 << QList<int>{0, 2, 4, 2};
-    QTest::newRow("hours") << 60 << QList<int>{};
-}
+    void hourRuns_data()
+    {
+        QTest::addColumn<int>("step");
+        QTest::addColumn<QList<int>>("runs"); // first row and row count, pairwise
+        QTest::newRow("half hours") << 30 << QList<int>{0, 2, 2, 2, 4, 2};
+        QTest::newRow("45 minutes") << 45 << QList<int>{0, 2, 4, 2};
+        QTest::newRow("hours") << 60 << QList<int>{};
+    }
 
-void tst_TimeGrid::hourRuns()
-{
-    QFETCH(int, step);
-    QFETCH(QList<int>, runs);
-    QList<int> got;
-    for (const RowRun &run : dayvex::hourRuns(slotLabels("08:00", qint16(step), 6)))
-        got << run.first << run.count;
-    QCOMPARE(got, runs);
-}
+    void hourRuns()
+    {
+        QFETCH(int, step);
+        QList<int> got;
+        for (const RowRun &run : dayvex::hourRuns(slotLabels("08:00", qint16(step), 6)))
+            got << run.first << run.count;
+        QTEST(got, "runs");
+    }
 
-void tst_TimeGrid::monthCell_data()
-{
-    QTest::addColumn<QDate>("day");
-    QTest::addColumn<int>("week");
-    QTest::addColumn<int>("column");
-    // the grid of December 2000 starts on Monday 27 November
-    QTest::newRow("first cell") << QDate(2000, 11, 27) << 0 << 2;
-    QTest::newRow("first of the month") << QDate(2000, 12, 1) << 0 << 6;
-    QTest::newRow("second Monday") << QDate(2000, 12, 4) << 1 << 2;
-    QTest::newRow("last listed day") << QDate(2000, 12, 31) << 4 << 8;
-    QTest::newRow("day before") << QDate(2000, 11, 26) << -1 << 8;
-}
+    void monthCell_data()
+    {
+        QTest::addColumn<QDate>("day");
+        QTest::addColumn<int>("week");
+        QTest::addColumn<int>("column");
+        // the grid of December 2000 starts on Monday 27 November
+        QTest::newRow("first cell") << QDate(2000, 11, 27) << 0 << 2;
+        QTest::newRow("first of the month") << QDate(2000, 12, 1) << 0 << 6;
+        QTest::newRow("second Monday") << QDate(2000, 12, 4) << 1 << 2;
+        QTest::newRow("last listed day") << QDate(2000, 12, 31) << 4 << 8;
+        QTest::newRow("day before") << QDate(2000, 11, 26) << -1 << 8;
+    }
 
-void tst_TimeGrid::monthCell()
-{
-    QFETCH(QDate, day);
-    QFETCH(int, week);
-    QFETCH(int, column);
-    const MonthCell cell = monthCellOf(Date::fromDateTime(QDateTime(day, QTime(17, 30))),
-                                       Date::fromDate(QDate(2000, 11, 27)));
-    QCOMPARE(cell, (MonthCell{week, column}));
-}
+    void monthCell()
+    {
+        QFETCH(QDate, day);
+        QFETCH(int, week);
+        QFETCH(int, column);
+        const MonthCell cell = monthCellOf(Date::fromDateTime(QDateTime(day, QTime(17, 30))),
+                                           Date::fromDate(QDate(2000, 11, 27)));
+        QCOMPARE(cell, (MonthCell{week, column}));
+    }
 
-void tst_TimeGrid::appointmentsInRangeKeepSortedOrder()
-{
-    Schedules schedules;
-    const auto at = [](int day, int hour) { return Date::fromDateTime(QDateTime(QDate(2026, 11, day), QTime(hour, 0))); };
-    const struct { const char *key; int day, hour; } rows[] = {
-        {"late", 24, 15}, {"before", 22, 23}, {"tie-a", 23, 9}, {"early", 23, 8}, {"tie-b", 23, 9}, {"after", 30, 0}};
-    for (const auto &r : rows)
-        schedules.Add(r.key, {}, at(r.day, r.hour), at(r.day, r.hour + 1), {}, {}, {}, {}, {}, Date());
-    QStringList keys;
-    for (const auto &s : appointmentsStartingIn(schedules, {at(23, 0), at(30, 0)}))
-        keys << s->Key;
-    QCOMPARE(keys, QStringList({"early", "tie-a", "tie-b", "late"}));
-}
+    void appointmentsInRangeKeepSortedOrder()
+    {
+        Schedules schedules;
+        const auto at = [](int day, int hour) { return Date::fromDateTime(QDateTime(QDate(2026, 11, day), QTime(hour, 0))); };
+        const struct { const char *key; int day, hour; } rows[] = {
+            {"late", 24, 15}, {"before", 22, 23}, {"tie-a", 23, 9}, {"early", 23, 8}, {"tie-b", 23, 9}, {"after", 30, 0}};
+        for (const auto &r : rows)
+            schedules.Add(r.key, {}, at(r.day, r.hour), at(r.day, r.hour + 1), {}, {}, {}, {}, {}, Date());
+        QStringList keys;
+        for (const auto &s : appointmentsStartingIn(schedules, {at(23, 0), at(30, 0)}))
+            keys << s->Key;
+        QCOMPARE(keys, QStringList({"early", "tie-a", "tie-b", "late"}));
+    }
 
-void tst_TimeGrid::sectionAt_data()
-{
-    QTest::addColumn<double>("pos");
-    QTest::addColumn<int>("section");
-    // sections at 0 (400 wide), 400 (hidden), 400 (600 wide), then a gap before 1200
-    QTest::newRow("first") << 0.0 << 0;
-    QTest::newRow("hidden gives way") << 400.0 << 2;
-    QTest::newRow("last twip") << 999.0 << 2;
-    QTest::newRow("gap") << 1100.0 << -1;
-    QTest::newRow("before") << -1.0 << -1;
-    QTest::newRow("after") << 5000.0 << -1;
-}
+    void sectionAt_data()
+    {
+        QTest::addColumn<double>("pos");
+        QTest::addColumn<int>("section");
+        // sections at 0 (400 wide), 400 (hidden), 400 (600 wide), then a gap before 1200
+        QTest::newRow("first") << 0.0 << 0;
+        QTest::newRow("hidden gives way") << 400.0 << 2;
+        QTest::newRow("last twip") << 999.0 << 2;
+        QTest::newRow("gap") << 1100.0 << -1;
+        QTest::newRow("before") << -1.0 << -1;
+        QTest::newRow("after") << 5000.0 << -1;
+    }
 
-void tst_TimeGrid::sectionAt()
-{
-    QFETCH(double, pos);
-    QFETCH(int, section);
-    QCOMPARE(dayvex::sectionAt({0, 400, 400, 1200}, {400, 0, 600, 300}, pos), section);
-}
+    void sectionAt()
+    {
+        QFETCH(double, pos);
+        QTEST(dayvex::sectionAt({0, 400, 400, 1200}, {400, 0, 600, 300}, pos), "section");
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_TimeGrid)
 #include "tst_timegrid.moc"
