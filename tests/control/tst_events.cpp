@@ -1,7 +1,6 @@
 #include <dayvextest.h>
 #include <dayvex/control/zntdayvex.h>
 
-
 #include <stdexcept>
 
 class tst_Events : public QObject
@@ -27,8 +26,9 @@ private slots:
                 });
 
         auto schedule = std::make_shared<Schedule>();
-        control.raiseBefore(EventId::BeforeScheduleAdd, schedule);
+        const BeforeAnswer untouched = control.raiseBefore(EventId::BeforeScheduleAdd, schedule);
         QCOMPARE(schedule, replacement);
+        QVERIFY(!untouched.ExternalHandled && !untouched.Cancel); // a handler that answers nothing lets it go on
 
         auto todo = std::make_shared<ToDo>();
         bool cancel = false;

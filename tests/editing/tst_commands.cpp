@@ -204,6 +204,7 @@ private slots:
         }
         QCOMPARE(!m_data->Alarms()->find(isToDo ? "T1" : "S7"), removed);
         QCOMPARE(!form->isVisible(), removed);
+        QCOMPARE(m_host.log.value(0), isToDo ? "BeforeTodoDelete" : "BeforeScheduleDelete");
         QCOMPARE(m_host.log.contains(isToDo ? "ToDoDeleted" : "ScheduleDeleted"), removed);
     }
 
