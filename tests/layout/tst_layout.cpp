@@ -1,11 +1,11 @@
 #include <dayvextest.h>
-#include <dayvex/platform/error.h>
-#include <dayvex/platform/format.h>
-#include <dayvex/model/schedules.h>
 #include <dayvex/layout/agendaentry.h>
 #include <dayvex/layout/appointmentorder.h>
+#include <dayvex/layout/controllayout.h>
 #include <dayvex/layout/timegrid.h>
 #include <dayvex/layout/todoorder.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/platform/format.h>
 
 #include <cmath>
 #include <limits>
@@ -30,7 +30,9 @@ GridGeometry dayGrid()
 }
 } // namespace
 
-class tst_TimeGrid : public QObject
+Q_DECLARE_METATYPE(dayvex::ResizeAction)
+
+class tst_Layout : public QObject
 {
     Q_OBJECT
 private slots:
@@ -139,7 +141,6 @@ private slots:
     {
         GridGeometry g = dayGrid();
         g.step = 5;
-        QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"16:00-16:40", 0}}, g));
         QCOMPARE(errorNumber([&] { placeBoxes({{"16:00-16:40", 0}}, g); }), 9);
         QCOMPARE(placeBoxes({{"15:00-15:30", 0}}, g).size(), size_t(1));
     }
@@ -349,7 +350,84 @@ private slots:
         QFETCH(double, pos);
         QTEST(dayvex::sectionAt({0, 400, 400, 1200}, {400, 0, 600, 300}, pos), "section");
     }
+
+    void resizeAction_data()
+    {
+        QTest::addColumn<double>("width");
+        QTest::addColumn<double>("height");
+        QTest::addColumn<ResizeAction>("action");
+        QTest::newRow("collapsed") << 9000.0 << 300.0 << ResizeAction::Collapsed;
+        QTest::newRow("400 high is not collapsed") << 9000.0 << 400.0 << ResizeAction::GrowHeight;
+        QTest::newRow("height first") << 6000.0 << 4000.0 << ResizeAction::GrowHeight;
+        QTest::newRow("then width") << 6000.0 << 5030.0 << ResizeAction::GrowWidth;
+        QTest::newRow("6000 x 6000") << 6000.0 << 6000.0 << ResizeAction::GrowWidth;
+        QTest::newRow("exactly the minimum") << 6500.0 << 5000.0 << ResizeAction::LayOut;
+    }
+
+    void resizeAction()
+    {
+        QFETCH(double, width);
+        QFETCH(double, height);
+        QTEST(dayvex::resizeAction(width, height), "action");
+    }
+
+    void calendarMonths_data()
+    {
+        QTest::addColumn<double>("width");
+        QTest::addColumn<int>("months");
+        QTest::newRow("12000") << 12000.0 << 1;
+        QTest::newRow("12001") << 12001.0 << 2;
+    }
+
+    void calendarMonths()
+    {
+        QFETCH(double, width);
+        QFETCH(int, months);
+        const LayoutDesign design;
+        const ControlLayout l = layOutControl(width, 8000, design);
+        QCOMPARE(l.calendarMonths, months);
+        QCOMPARE(l.calendar.width, design.monthWidth * months);
+        QCOMPARE(l.calendar.right(), width);           // against the right border
+        QCOMPARE(l.lista.width, width - l.calendar.width);
+        QCOMPARE(l.daFare.top, l.calendar.bottom() + 50);
+    }
+
+    void tabCaptions_data()
+    {
+        QTest::addColumn<double>("thisDayLeft");
+        QTest::addColumn<int>("tabWidth");
+        QTest::addColumn<bool>("captions");
+        // TipoVis is 30 twips short of ThisDay; each tab is int((TipoVis width - 160) / 3)
+        QTest::newRow("exactly 1000") << 3190.0 << 1000 << true;
+        QTest::newRow("just under") << 3189.0 << 999 << false;
+    }
+
+    void tabCaptions()
+    {
+        QFETCH(double, thisDayLeft);
+        LayoutDesign design;
+        design.monthWidth = 3000;
+        // lista right edge = W - 3000; ThisDay's left = that minus its width
+        const double width = thisDayLeft + design.thisDayWidth + design.monthWidth;
+        const ControlLayout l = layOutControl(width, 6000, design);
+        QCOMPARE(l.thisDay.left, thisDayLeft);
+        QTEST(int(l.tabWidth), "tabWidth");
+        QTEST(l.tabCaptions, "captions");
+    }
+
+    void childrenFitTheControl()
+    {
+        const LayoutDesign design;
+        const ControlLayout l = layOutControl(15000, 9000, design);
+        QCOMPARE(l.lista.height, 9000.0 - 800);
+        QCOMPARE(l.statusFirstPanel, 15000.0 - 2980);
+        QVERIFY(l.daFare.bottom() <= l.status.top);
+        QVERIFY(l.lista.bottom() <= l.status.top);
+        QCOMPARE(dayViewColumnWidth(7140), 6000.0);
+        QCOMPARE(weekViewColumnWidth(7140 + 6), 858);
+        QCOMPARE(weekViewColumnWidth(7140 + 5), 857); // whole twips, cut off
+    }
 };
 
-QTEST_GUILESS_MAIN(tst_TimeGrid)
-#include "tst_timegrid.moc"
+QTEST_GUILESS_MAIN(tst_Layout)
+#include "tst_layout.moc"
