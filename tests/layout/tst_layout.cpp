@@ -3,7 +3,6 @@
 #include <dayvex/layout/appointmentorder.h>
 #include <dayvex/layout/controllayout.h>
 #include <dayvex/layout/timegrid.h>
-#include <dayvex/layout/todoorder.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/platform/format.h>
 
@@ -257,24 +256,6 @@ private slots:
             QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
         const DateRange range = viewRange(3, Date::fromDate(shown), true);
         QCOMPARE(range.to.toDate(), firstCell.addDays(35));
-    }
-
-    void todoOrder_data()
-    {
-        QTest::addColumn<QList<int>>("priorities");
-        QTest::addColumn<QList<int>>("rows");
-        QTest::newRow("ascending") << QList<int>{3, 1, 2} << QList<int>{1, 2, 0};
-        QTest::newRow("equal: later first") << QList<int>{2, 2} << QList<int>{1, 0};
-        QTest::newRow("two digits") << QList<int>{10, 9, 10} << QList<int>{1, 2, 0};
-        QTest::newRow("empty") << QList<int>{} << QList<int>{};
-    }
-
-    void todoOrder()
-    {
-        QFETCH(QList<int>, priorities);
-        std::vector<qint16> p(priorities.begin(), priorities.end());
-        const std::vector<int> order = todoRowOrder(p);
-        QTEST(QList<int>(order.begin(), order.end()), "rows");
     }
 
     void hourRuns_data()
