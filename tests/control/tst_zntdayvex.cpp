@@ -1,257 +1,238 @@
-#include <internals.h>
+#include <dayvextest.h>
 
 #include <QAction>
 #include <QMenu>
+#include <QMetaProperty>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTabBar>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
-
-using namespace dayvex;
 
 class tst_zntDayvex : public QObject
 {
     Q_OBJECT
 private slots:
-    void init();
-    void cleanup();
-    void dateFormats_data();
-    void dateFormats();
-    void assignments_data();
-    void assignments();
-    void freshControlSavesOnlyStartDay();
-    void roundTrip();
-    void emptyBagLoadsDefaults();
-    void wrongTypeInBag_data();
-    void wrongTypeInBag();
-    void instancesShareSettingsAndPlan();
-    void languageChangeLeavesMenus();
-    void minimumSize();
-};
+    void init()
+    {
+        resetSharedSettings();
+        resetLanguage();
+        setClockSource([] { return QDateTime(QDate(2026, 11, 21), QTime(10, 30)); });
+    }
 
-void tst_zntDayvex::init()
-{
-    resetSharedSettings();
-    resetLanguage();
-    setClockSource([] { return QDateTime(QDate(2026, 11, 21), QTime(10, 30)); });
-}
+    void cleanup()
+    {
+        setClockSource({});
+    }
 
-void tst_zntDayvex::cleanup()
-{
-    setClockSource({});
-}
+    void dateFormats_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QString>("dateFormat");
+        QTest::newRow("day first, Italian") << QLocale(QLocale::Italian, QLocale::Italy) << "dd/mm/yyyy";
+        QTest::newRow("day first, German") << QLocale(QLocale::German, QLocale::Germany) << "dd/mm/yyyy";
+        QTest::newRow("month first, US") << QLocale(QLocale::English, QLocale::UnitedStates) << "mm/dd/yyyy";
+        QTest::newRow("year first, Japanese") << QLocale(QLocale::Japanese, QLocale::Japan) << "mm/dd/yyyy";
+    }
 
-void tst_zntDayvex::dateFormats_data()
-{
-    QTest::addColumn<QLocale>("locale");
-    QTest::addColumn<QString>("dateFormat");
-    QTest::newRow("day first, Italian") << QLocale(QLocale::Italian, QLocale::Italy) << "dd/mm/yyyy";
-    QTest::newRow("day first, German") << QLocale(QLocale::German, QLocale::Germany) << "dd/mm/yyyy";
-    QTest::newRow("month first, US") << QLocale(QLocale::English, QLocale::UnitedStates) << "mm/dd/yyyy";
-    QTest::newRow("year first, Japanese") << QLocale(QLocale::Japanese, QLocale::Japan) << "mm/dd/yyyy";
-}
+    void dateFormats()
+    {
+        QFETCH(QLocale, locale);
+        QFETCH(QString, dateFormat);
+        const QLocale saved;
+        QLocale::setDefault(locale);
+        zntDayvex control;
+        QLocale::setDefault(saved);
+        QCOMPARE(sharedSettings().DateFormat, dateFormat);
+        QCOMPARE(sharedSettings().DateTimeFormat, dateFormat + " hh:ss");
+    }
 
-void tst_zntDayvex::dateFormats()
-{
-    QFETCH(QLocale, locale);
-    QFETCH(QString, dateFormat);
-    const QLocale saved;
-    QLocale::setDefault(locale);
-    zntDayvex control;
-    QLocale::setDefault(saved);
-    QCOMPARE(sharedSettings().DateFormat, dateFormat);
-    QCOMPARE(sharedSettings().DateTimeFormat, dateFormat + " hh:ss");
-}
+    void assignments_data()
+    {
+        QTest::addColumn<QByteArray>("property");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<bool>("accepted");
+        // Through the meta-object, as a form sets them: the step is an int, the day a QDate.
+        QTest::newRow("step 4") << QByteArray("DayStepMinutes") << QVariant(4) << false;
+        QTest::newRow("step 5") << QByteArray("DayStepMinutes") << QVariant(5) << true;
+        QTest::newRow("step 179") << QByteArray("DayStepMinutes") << QVariant(179) << true;
+        QTest::newRow("step 180") << QByteArray("DayStepMinutes") << QVariant(180) << false;
+        QTest::newRow("step 65541, 5 in 16 bits") << QByteArray("DayStepMinutes") << QVariant(65541) << false;
+        QTest::newRow("start 08:30") << QByteArray("DayStartTime") << QVariant("08:30") << true;
+        QTest::newRow("start 25:99") << QByteArray("DayStartTime") << QVariant("25:99") << false;
+        QTest::newRow("start letters") << QByteArray("DayStartTime") << QVariant("mattina") << false;
+        QTest::newRow("end 9:15 PM") << QByteArray("DayEndTime") << QVariant("9:15 PM") << true;
+        QTest::newRow("end empty") << QByteArray("DayEndTime") << QVariant("") << false;
+        QTest::newRow("menu") << QByteArray("DisableMenu") << QVariant(true) << true;
+        QTest::newRow("owner") << QByteArray("DefaultOwner") << QVariant("Rossi") << true;
+        QTest::newRow("alarms off") << QByteArray("GlobalAlarmsEnable") << QVariant(false) << true;
+        QTest::newRow("start day") << QByteArray("StartDay") << QVariant(QDate(2026, 11, 23)) << true;
+        QTest::newRow("start day in 10000") << QByteArray("StartDay") << QVariant(QDate(10000, 1, 1)) << false;
+        QTest::newRow("no start day") << QByteArray("StartDay") << QVariant(QDate()) << false;
+    }
 
-void tst_zntDayvex::assignments_data()
-{
-    QTest::addColumn<QByteArray>("property");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<bool>("accepted");
-    // Through the meta-object, as a form sets them: the step is an int, the day a QDate.
-    QTest::newRow("step 4") << QByteArray("DayStepMinutes") << QVariant(4) << false;
-    QTest::newRow("step 5") << QByteArray("DayStepMinutes") << QVariant(5) << true;
-    QTest::newRow("step 179") << QByteArray("DayStepMinutes") << QVariant(179) << true;
-    QTest::newRow("step 180") << QByteArray("DayStepMinutes") << QVariant(180) << false;
-    QTest::newRow("step 65541, 5 in 16 bits") << QByteArray("DayStepMinutes") << QVariant(65541) << false;
-    QTest::newRow("start 08:30") << QByteArray("DayStartTime") << QVariant("08:30") << true;
-    QTest::newRow("start 25:99") << QByteArray("DayStartTime") << QVariant("25:99") << false;
-    QTest::newRow("start letters") << QByteArray("DayStartTime") << QVariant("mattina") << false;
-    QTest::newRow("end 9:15 PM") << QByteArray("DayEndTime") << QVariant("9:15 PM") << true;
-    QTest::newRow("end empty") << QByteArray("DayEndTime") << QVariant("") << false;
-    QTest::newRow("menu") << QByteArray("DisableMenu") << QVariant(true) << true;
-    QTest::newRow("owner") << QByteArray("DefaultOwner") << QVariant("Rossi") << true;
-    QTest::newRow("alarms off") << QByteArray("GlobalAlarmsEnable") << QVariant(false) << true;
-    QTest::newRow("start day") << QByteArray("StartDay") << QVariant(QDate(2026, 11, 23)) << true;
-    QTest::newRow("start day in 10000") << QByteArray("StartDay") << QVariant(QDate(10000, 1, 1)) << false;
-    QTest::newRow("no start day") << QByteArray("StartDay") << QVariant(QDate()) << false;
-}
+    void assignments()
+    {
+        QFETCH(QByteArray, property);
+        QFETCH(QVariant, value);
+        QFETCH(bool, accepted);
+        zntDayvex control;
+        control.InitProperties();
+        const QVariant before = control.property(property);
+        QSignalSpy changed(&control, &zntDayvex::PropertyChanged);
+        QVERIFY(control.setProperty(property, value));
+        QCOMPARE(control.property(property) == value, accepted);
+        if (!accepted)
+            QCOMPARE(control.property(property), before);
+        QCOMPARE(changed.size(), accepted ? 1 : 0);
+        if (accepted)
+            QCOMPARE(changed.at(0).at(0).toString(), QString::fromLatin1(property));
+    }
 
-void tst_zntDayvex::assignments()
-{
-    QFETCH(QByteArray, property);
-    QFETCH(QVariant, value);
-    QFETCH(bool, accepted);
-    zntDayvex control;
-    control.InitProperties();
-    const QVariant before = control.property(property);
-    QSignalSpy changed(&control, &zntDayvex::PropertyChanged);
-    QVERIFY(control.setProperty(property, value));
-    QCOMPARE(control.property(property) == value, accepted);
-    if (!accepted)
-        QCOMPARE(control.property(property), before);
-    QCOMPARE(changed.size(), accepted ? 1 : 0);
-    if (accepted)
-        QCOMPARE(changed.at(0).at(0).toString(), QString::fromLatin1(property));
-}
-
-void tst_zntDayvex::freshControlSavesOnlyStartDay()
-{
-    zntDayvex control;
-    control.InitProperties();
-    MemoryPropertyBag bag;
-    control.WriteProperties(bag);
-    QCOMPARE(bag.values().keys(), QStringList{"StartDay"});
-    QCOMPARE(bag.values().value("StartDay").toDouble(), today().value());
-}
-
-void tst_zntDayvex::roundTrip()
-{
-    QTemporaryDir dir;
-    QSettings settings(dir.filePath("host.ini"), QSettings::IniFormat);
+    void freshControlSavesOnlyStartDay()
     {
         zntDayvex control;
         control.InitProperties();
-        control.setDayStartTime("07:00");
-        control.setDayStepMinutes(15);
-        control.setStartDay(Date(46349.0));
-        control.setMultiUserEnabled(false);
-        control.setReminderSoundFile("ding.wav");
-        control.setGlobalAlarmsEnable(false);
-        control.setDisableReminderPopUp(true);
-        SettingsPropertyBag bag(settings);
+        MemoryPropertyBag bag;
         control.WriteProperties(bag);
-        settings.sync();
+        QCOMPARE(bag.values().keys(), QStringList{"StartDay"});
+        QCOMPARE(bag.values().value("StartDay").toDouble(), today().value());
     }
-    resetSharedSettings();
-    QSettings reread(dir.filePath("host.ini"), QSettings::IniFormat); // values come back as text
-    zntDayvex control;
-    SettingsPropertyBag bag(reread);
-    control.ReadProperties(bag);
-    QCOMPARE(control.DayStartTime(), "07:00");
-    QCOMPARE(control.DayEndTime(), "20:00");
-    QCOMPARE(control.DayStepMinutes(), qint16(15));
-    QCOMPARE(control.StartDay(), Date(46349.0));
-    QCOMPARE(control.MultiUserEnabled(), false);
-    QCOMPARE(control.ReminderSoundFile(), "ding.wav");
-    QCOMPARE(control.GlobalAlarmsEnable(), false);
-    QCOMPARE(control.DisableReminderPopUp(), true);
-    QCOMPARE(control.DisableMenu(), false);
 
-    // back at the defaults, the stale keys leave the file
-    control.setDayStepMinutes(30);
-    control.setMultiUserEnabled(true);
-    control.WriteProperties(bag);
-    reread.beginGroup("zntDayvex");
-    QVERIFY(!reread.contains("DayStepMinutes"));
-    QVERIFY(!reread.contains("MultiUserEnabled"));
-}
-
-void tst_zntDayvex::emptyBagLoadsDefaults()
-{
-    sharedSettings().DayStepMinutes = 45;
-    zntDayvex control;
-    control.setGlobalAlarmsEnable(false);
-    MemoryPropertyBag bag({{"DayStepMinutes", 200}}); // a saved step is taken as it stands
-    control.ReadProperties(bag);
-    QCOMPARE(control.DayStepMinutes(), qint16(200));
-    QCOMPARE(control.StartDay(), today());
-    QCOMPARE(control.GlobalAlarmsEnable(), true);
-    QCOMPARE(control.MultiUserEnabled(), true);
-    QCOMPARE(control.findChild<QAction *>("mnNuovo")->text(), "Add appointment");
-}
-
-void tst_zntDayvex::wrongTypeInBag_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<int>("number");
-    QTest::newRow("text for a number") << "DayStepMinutes" << QVariant("abc") << 13;
-    QTest::newRow("too large for 16 bits") << "DayStepMinutes" << QVariant(40000) << 6;
-    QTest::newRow("text for a Boolean") << "DisableMenu" << QVariant("perhaps") << 13;
-    QTest::newRow("text for a date") << "StartDay" << QVariant("yesterday") << 13;
-    QTest::newRow("date out of range") << "StartDay" << QVariant(1e9) << 6;
-    QTest::newRow("list for a text") << "DefaultOwner" << QVariant(QStringList{"a", "b"}) << 13;
-}
-
-void tst_zntDayvex::wrongTypeInBag()
-{
-    QFETCH(QString, name);
-    QFETCH(QVariant, value);
-    QFETCH(int, number);
-    zntDayvex control;
-    MemoryPropertyBag bag({{name, value}});
-    try {
+    void roundTrip()
+    {
+        QTemporaryDir dir;
+        QSettings settings(dir.filePath("host.ini"), QSettings::IniFormat);
+        QVariantMap written; // every property a form can set
+        const QMetaObject &meta = zntDayvex::staticMetaObject;
+        {
+            zntDayvex control;
+            control.InitProperties();
+            control.setDayStartTime("07:00");
+            control.setDayStepMinutes(15);
+            control.setStartDay(Date(46349.0));
+            control.setMultiUserEnabled(false);
+            control.setReminderSoundFile("ding.wav");
+            control.setGlobalAlarmsEnable(false);
+            control.setDisableReminderPopUp(true);
+            SettingsPropertyBag bag(settings);
+            control.WriteProperties(bag);
+            settings.sync();
+            for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+                if (meta.property(i).isDesignable())
+                    written.insert(meta.property(i).name(), meta.property(i).read(&control));
+        }
+        resetSharedSettings();
+        QSettings reread(dir.filePath("host.ini"), QSettings::IniFormat); // values come back as text
+        zntDayvex control;
+        SettingsPropertyBag bag(reread);
         control.ReadProperties(bag);
-        QFAIL("a wrong value was read silently");
-    } catch (const Error &e) {
-        QCOMPARE(e.number(), number);
-        QVERIFY2(e.description().contains(name), qPrintable(e.description()));
+        QCOMPARE(written.value("DayStepMinutes"), 15);
+        for (auto it = written.cbegin(); it != written.cend(); ++it)
+            QCOMPARE(control.property(qPrintable(it.key())), it.value());
+
+        // back at the defaults, the stale keys leave the file
+        control.setDayStepMinutes(30);
+        control.setMultiUserEnabled(true);
+        control.WriteProperties(bag);
+        reread.beginGroup("zntDayvex");
+        QVERIFY(!reread.contains("DayStepMinutes"));
+        QVERIFY(!reread.contains("MultiUserEnabled"));
     }
-}
 
-void tst_zntDayvex::instancesShareSettingsAndPlan()
-{
-    zntDayvex first;
-    auto data = std::make_shared<DayvexData>();
-    first.setPlan(data);
-    first.setDayStepMinutes(20);
-    zntDayvex second; // a new control starts initialised and replaces the shared Plan
-    QVERIFY(first.Plan() != data);
-    QCOMPARE(first.Plan(), second.Plan());
-    QCOMPARE(first.DayStepMinutes(), qint16(30));
-    second.setDefaultOwner("Verdi");
-    QCOMPARE(first.DefaultOwner(), "Verdi");
-    second.setDisableMenu(true); // per instance
-    QCOMPARE(first.DisableMenu(), false);
-}
+    void emptyBagLoadsDefaults()
+    {
+        sharedSettings().DayStepMinutes = 45;
+        zntDayvex control;
+        control.setGlobalAlarmsEnable(false);
+        MemoryPropertyBag bag({{"DayStepMinutes", 200}}); // a saved step is taken as it stands
+        control.ReadProperties(bag);
+        QCOMPARE(control.DayStepMinutes(), qint16(200));
+        QCOMPARE(control.StartDay(), today());
+        QCOMPARE(control.GlobalAlarmsEnable(), true);
+        QCOMPARE(control.MultiUserEnabled(), true);
+        QCOMPARE(control.findChild<QAction *>("mnNuovo")->text(), "Add appointment");
+    }
 
-void tst_zntDayvex::languageChangeLeavesMenus()
-{
-    QTemporaryDir dir;
-    QFile file(dir.filePath("it.txt"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[International]\nMnuAddAppointemnt=Nuovo\nDay=giorno\n");
-    file.close();
+    void wrongTypeInBag_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<int>("number");
+        QTest::newRow("text for a number") << "DayStepMinutes" << QVariant("abc") << 13;
+        QTest::newRow("too large for 16 bits") << "DayStepMinutes" << QVariant(40000) << 6;
+        QTest::newRow("text for a Boolean") << "DisableMenu" << QVariant("perhaps") << 13;
+        QTest::newRow("text for a date") << "StartDay" << QVariant("yesterday") << 13;
+        QTest::newRow("date out of range") << "StartDay" << QVariant(1e9) << 6;
+        QTest::newRow("list for a text") << "DefaultOwner" << QVariant(QStringList{"a", "b"}) << 13;
+    }
 
-    zntDayvex control;
-    MemoryPropertyBag empty;
-    control.ReadProperties(empty);
-    QAction *nuovo = control.findChild<QAction *>("mnNuovo");
-    QCOMPARE(nuovo->text(), "Add appointment");
-    control.setLanguageFileName(file.fileName());
-    QCOMPARE(text(Text::MnuAddAppointemnt), "Nuovo");
-    QCOMPARE(nuovo->text(), "Add appointment"); // captions follow at the next load
-    MemoryPropertyBag saved({{"LanguageFileName", file.fileName()}});
-    control.ReadProperties(saved);
-    QCOMPARE(nuovo->text(), "Nuovo");
-}
+    void wrongTypeInBag()
+    {
+        QFETCH(QString, name);
+        QFETCH(QVariant, value);
+        zntDayvex control;
+        MemoryPropertyBag bag({{name, value}});
+        try {
+            control.ReadProperties(bag);
+            QFAIL("a wrong value was read silently");
+        } catch (const Error &e) {
+            QTEST(e.number(), "number");
+            QVERIFY2(e.description().contains(name), qPrintable(e.description()));
+        }
+    }
 
-void tst_zntDayvex::minimumSize()
-{
-    zntDayvex control;
-    const TwipsScale scale = TwipsScale::of(&control);
-    control.resize(scale.toPixels(6000), scale.toPixels(6000));
-    control.show();
-    QTRY_COMPARE(control.width(), scale.toPixels(6530));
-    QCOMPARE(control.height(), scale.toPixels(6000));
-    control.resize(scale.toPixels(7000), scale.toPixels(4000));
-    QTRY_COMPARE(control.height(), scale.toPixels(5030));
-    control.resize(scale.toPixels(7000), scale.toPixels(300)); // collapsed: left alone
-    QCOMPARE(control.height(), scale.toPixels(300));
-}
+    void instancesShareSettingsAndPlan()
+    {
+        zntDayvex first;
+        auto data = std::make_shared<DayvexData>();
+        first.setPlan(data);
+        first.setDayStepMinutes(20);
+        zntDayvex second; // a new control starts initialised and replaces the shared Plan
+        QVERIFY(first.Plan() != data);
+        QCOMPARE(first.Plan(), second.Plan());
+        QCOMPARE(first.DayStepMinutes(), qint16(30));
+        second.setDefaultOwner("Verdi");
+        QCOMPARE(first.DefaultOwner(), "Verdi");
+        second.setDisableMenu(true); // per instance
+        QCOMPARE(first.DisableMenu(), false);
+    }
+
+    void languageChangeLeavesMenus()
+    {
+        QTemporaryDir dir;
+        QFile file(dir.filePath("it.txt"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[International]\nMnuAddAppointemnt=Nuovo\nDay=giorno\n");
+        file.close();
+
+        zntDayvex control;
+        MemoryPropertyBag empty;
+        control.ReadProperties(empty);
+        QAction *nuovo = control.findChild<QAction *>("mnNuovo");
+        QCOMPARE(nuovo->text(), "Add appointment");
+        control.setLanguageFileName(file.fileName());
+        QCOMPARE(text(Text::MnuAddAppointemnt), "Nuovo");
+        QCOMPARE(nuovo->text(), "Add appointment"); // captions follow at the next load
+        MemoryPropertyBag saved({{"LanguageFileName", file.fileName()}});
+        control.ReadProperties(saved);
+        QCOMPARE(nuovo->text(), "Nuovo");
+    }
+
+    void minimumSize()
+    {
+        zntDayvex control;
+        const TwipsScale scale = TwipsScale::of(&control);
+        control.resize(scale.toPixels(6000), scale.toPixels(6000));
+        control.show();
+        QTRY_COMPARE(control.width(), scale.toPixels(6530));
+        QCOMPARE(control.height(), scale.toPixels(6000));
+        control.resize(scale.toPixels(7000), scale.toPixels(4000));
+        QTRY_COMPARE(control.height(), scale.toPixels(5030));
+        control.resize(scale.toPixels(7000), scale.toPixels(300)); // collapsed: left alone
+        QCOMPARE(control.height(), scale.toPixels(300));
+    }
+};
 
 QTEST_MAIN(tst_zntDayvex)
 #include "tst_zntdayvex.moc"

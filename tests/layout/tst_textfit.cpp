@@ -1,20 +1,13 @@
+#include <dayvextest.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/views/detailpane.h>
 #include <dayvex/layout/textfit.h>
 #include <dayvex/layout/timegrid.h>
 
-#include <QTest>
-
-using namespace dayvex;
-
 namespace {
 // One unit per character, so that widths read as lengths.
 const TextWidth Chars = [](const QString &text) { return double(text.size()); };
 
-Date at(int hour, int minute)
-{
-    return Date::fromDateTime(QDateTime(QDate(2026, 11, 22), QTime(hour, minute)));
-}
 } // namespace
 
 // Fitting text into boxes, cells and lines, the "+N" of a month day, the line
@@ -23,153 +16,138 @@ class tst_TextFit : public QObject
 {
     Q_OBJECT
 private slots:
-    void fitLines_data();
-    void fitLines();
-    void captionForms();
-    void pieceWidths();
-    void linesBelow_data();
-    void linesBelow();
-    void nowLine_data();
-    void nowLine();
-    void paneBeside_data();
-    void paneBeside();
-    void paneAboveList();
-};
-
-void tst_TextFit::fitLines_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<double>("width");
-    QTest::addColumn<int>("maxLines");
-    QTest::addColumn<QStringList>("lines");
-    QTest::addColumn<bool>("cut");
-    QTest::newRow("fits on one line") << "09:00-10:00 Sala A" << 20.0 << 3 << QStringList{"09:00-10:00 Sala A"} << false;
-    QTest::newRow("wraps at blanks") << "09:00-10:00 Sala A | Ferri" << 12.0 << 3
-                                     << QStringList{"09:00-10:00", "Sala A |", "Ferri"} << false;
-    QTest::newRow("whole lines, the last elided") << "09:00-10:00 Sala A | Ferri | Riunione" << 12.0 << 2
-                                                  << QStringList{"09:00-10:00", "Sala A | Fe…"} << true;
-    QTest::newRow("one line in a short box") << "13:00-14:30 Bianchi" << 8.0 << 1 << QStringList{"13:00-1…"} << true;
-    QTest::newRow("a word wider than the line") << "Pianificazione" << 6.0 << 3
-                                                << QStringList{"Pianif", "icazio", "ne"} << false;
-    QTest::newRow("no room at all") << "abc" << 0.0 << 1 << QStringList{""} << true;
-    QTest::newRow("no lines") << "abc" << 10.0 << 0 << QStringList{} << true;
-    QTest::newRow("empty") << "" << 10.0 << 2 << QStringList{} << false;
-}
-
-void tst_TextFit::fitLines()
-{
-    QFETCH(QString, text);
-    QFETCH(double, width);
-    QFETCH(int, maxLines);
-    QFETCH(QStringList, lines);
-    QFETCH(bool, cut);
-    const FittedText fitted = dayvex::fitLines(text, width, maxLines, Chars);
-    QCOMPARE(fitted.lines, lines);
-    QCOMPARE(fitted.cut, cut);
-    for (const QString &line : fitted.lines)
-        QVERIFY(line.size() <= width);
-}
-
-void tst_TextFit::pieceWidths()
-{
-    // Pieces of one text are measured from one layout of it, within the kerning
-    // the characters' advances leave out; any other text is measured whole.
-    const QString text = "09:00-10:30 Rossi: Sala Verde | Ferri | Riunione di bilancio";
-    const QFont font;
-    const QFontMetricsF metrics(font);
-    const TextWidth measure = dayvex::pieceWidths(text, font);
-    for (const QString &piece : {text, text.left(17), text.mid(19, 10), text.left(30) + "…", QString(), QString("…"),
-                                 QString("not in the text")}) {
-        const double exact = metrics.horizontalAdvance(piece);
-        QVERIFY2(qAbs(measure(piece) - exact) <= 1.0, qPrintable(QString("%1: %2 for %3").arg(piece).arg(measure(piece)).arg(exact)));
+    void fitLines_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<double>("width");
+        QTest::addColumn<int>("maxLines");
+        QTest::addColumn<QStringList>("lines");
+        QTest::addColumn<bool>("cut");
+        QTest::newRow("fits on one line") << "09:00-10:00 Sala A" << 20.0 << 3 << QStringList{"09:00-10:00 Sala A"} << false;
+        QTest::newRow("wraps at blanks") << "09:00-10:00 Sala A | Ferri" << 12.0 << 3
+                                         << QStringList{"09:00-10:00", "Sala A |", "Ferri"} << false;
+        QTest::newRow("whole lines, the last elided") << "09:00-10:00 Sala A | Ferri | Riunione" << 12.0 << 2
+                                                      << QStringList{"09:00-10:00", "Sala A | Fe…"} << true;
+        QTest::newRow("one line in a short box") << "13:00-14:30 Bianchi" << 8.0 << 1 << QStringList{"13:00-1…"} << true;
+        QTest::newRow("a word wider than the line") << "Pianificazione" << 6.0 << 3
+                                                    << QStringList{"Pianif", "icazio", "ne"} << false;
+        QTest::newRow("no room at all") << "abc" << 0.0 << 1 << QStringList{""} << true;
+        QTest::newRow("no lines") << "abc" << 10.0 << 0 << QStringList{} << true;
+        QTest::newRow("empty") << "" << 10.0 << 2 << QStringList{} << false;
     }
-    QCOMPARE(measure("not in the text"), metrics.horizontalAdvance("not in the text"));
-}
 
-void tst_TextFit::captionForms()
-{
-    const std::vector<QStringList> month{{"Mon 30 Nov", "30 Nov", "30"}, {"Tue 1 Dec", "1 Dec", "1"}};
-    QCOMPARE(firstFormThatFitsAll(month, 10, Chars), 0);
-    QCOMPARE(firstFormThatFitsAll(month, 9, Chars), 1); // one date too long: all take the shorter form
-    QCOMPARE(firstFormThatFitsAll(month, 1, Chars), 2); // none fits: the shortest
-    QCOMPARE(firstThatFits({"Mon 30 Nov", "30 Nov"}, 4, Chars), "30…"); // no blank before "…"
-}
+    void fitLines()
+    {
+        QFETCH(QString, text);
+        QFETCH(double, width);
+        QFETCH(int, maxLines);
+        QFETCH(QStringList, lines);
+        const FittedText fitted = dayvex::fitLines(text, width, maxLines, Chars);
+        QCOMPARE(fitted.lines, lines);
+        QTEST(fitted.cut, "cut");
+        for (const QString &line : fitted.lines)
+            QVERIFY(line.size() <= width);
+    }
 
-void tst_TextFit::linesBelow_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("first");
-    QTest::addColumn<int>("rows");
-    QTest::addColumn<int>("below");
-    QTest::newRow("all shown") << 3 << 0 << 4 << 0;
-    QTest::newRow("two below") << 6 << 0 << 4 << 2;
-    QTest::newRow("scrolled to the end") << 6 << 2 << 4 << 0;
-    QTest::newRow("no whole row") << 3 << 0 << 0 << 3;
-}
+    void captionForms()
+    {
+        const std::vector<QStringList> month{{"Mon 30 Nov", "30 Nov", "30"}, {"Tue 1 Dec", "1 Dec", "1"}};
+        QCOMPARE(firstFormThatFitsAll(month, 10, Chars), 0);
+        QCOMPARE(firstFormThatFitsAll(month, 9, Chars), 1); // one date too long: all take the shorter form
+        QCOMPARE(firstFormThatFitsAll(month, 1, Chars), 2); // none fits: the shortest
+        QCOMPARE(firstThatFits({"Mon 30 Nov", "30 Nov"}, 4, Chars), "30…"); // no blank before "…"
+    }
 
-void tst_TextFit::linesBelow()
-{
-    QFETCH(int, count);
-    QFETCH(int, first);
-    QFETCH(int, rows);
-    QFETCH(int, below);
-    QCOMPARE(dayvex::linesBelow(count, first, rows), below);
-}
+    void pieceWidths()
+    {
+        // Pieces of one text are measured from one layout of it, within the kerning
+        // the characters' advances leave out; any other text is measured whole.
+        const QString text = "09:00-10:30 Rossi: Sala Verde | Ferri | Riunione di bilancio";
+        const QFont font;
+        const QFontMetricsF metrics(font);
+        const TextWidth measure = dayvex::pieceWidths(text, font);
+        for (const QString &piece : {text, text.left(17), text.mid(19, 10), text.left(30) + "…", QString(), QString("…"),
+                                     QString("not in the text")}) {
+            const double exact = metrics.horizontalAdvance(piece);
+            QVERIFY2(qAbs(measure(piece) - exact) <= 1.0, qPrintable(QString("%1: %2 for %3").arg(piece).arg(measure(piece)).arg(exact)));
+        }
+        QCOMPARE(measure("not in the text"), metrics.horizontalAdvance("not in the text"));
+    }
 
-void tst_TextFit::nowLine_data()
-{
-    QTest::addColumn<Date>("now");
-    QTest::addColumn<int>("slotRows");
-    QTest::addColumn<double>("offset"); // -1: no line
-    // 08:00 to 20:00 in 30-minute slots of 300 twips
-    QTest::newRow("day start") << at(8, 0) << 25 << 0.0;
-    QTest::newRow("a third into 14:00") << at(14, 10) << 25 << 12 * 300.0 + 100;
-    QTest::newRow("in the last slot") << at(20, 15) << 25 << 24 * 300.0 + 150;
-    QTest::newRow("before the day") << at(7, 59) << 25 << -1.0;
-    QTest::newRow("after the last slot") << at(20, 30) << 25 << -1.0;
-    QTest::newRow("no date") << Date(qQNaN()) << 25 << -1.0;
-}
+    void linesBelow_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("first");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<int>("below");
+        QTest::newRow("all shown") << 3 << 0 << 4 << 0;
+        QTest::newRow("two below") << 6 << 0 << 4 << 2;
+        QTest::newRow("scrolled to the end") << 6 << 2 << 4 << 0;
+        QTest::newRow("no whole row") << 3 << 0 << 0 << 3;
+    }
 
-void tst_TextFit::nowLine()
-{
-    QFETCH(Date, now);
-    QFETCH(int, slotRows);
-    QFETCH(double, offset);
-    const std::optional<double> line = nowLineOffset(now, Date::fromTime(QTime(8, 0)), 30, slotRows, 300);
-    QCOMPARE(line.has_value(), offset >= 0);
-    if (line)
-        QVERIFY(qAbs(*line - offset) < 1e-6);
-}
+    void linesBelow()
+    {
+        QFETCH(int, count);
+        QFETCH(int, first);
+        QFETCH(int, rows);
+        QTEST(dayvex::linesBelow(count, first, rows), "below");
+    }
 
-void tst_TextFit::paneBeside_data()
-{
-    QTest::addColumn<QRectF>("item");
-    QTest::addColumn<QRectF>("pane");
-    const QRectF room(0, 0, 8000, 6000);
-    // a pane of 3000 x 1500 in a grid of 8000 x 6000 twips
-    QTest::newRow("right of the box") << QRectF(1000, 2000, 1500, 600) << QRectF(2500, 2000, 3000, 1500);
-    QTest::newRow("left where the right is short") << QRectF(6000, 2000, 1500, 600) << QRectF(3000, 2000, 3000, 1500);
-    QTest::newRow("up from the bottom") << QRectF(1000, 5500, 1500, 300) << QRectF(2500, 4500, 3000, 1500);
-    QTest::newRow("over a box as wide as the grid") << QRectF(0, 0, 8000, 600) << QRectF(0, 0, 3000, 1500);
-}
+    void nowLine_data()
+    {
+        QTest::addColumn<Date>("now");
+        QTest::addColumn<int>("slotRows");
+        QTest::addColumn<double>("offset"); // -1: no line
+        // 08:00 to 20:00 in 30-minute slots of 300 twips
+        QTest::newRow("day start") << at(2026, 11, 22, 8, 0) << 25 << 0.0;
+        QTest::newRow("a third into 14:00") << at(2026, 11, 22, 14, 10) << 25 << 12 * 300.0 + 100;
+        QTest::newRow("in the last slot") << at(2026, 11, 22, 20, 15) << 25 << 24 * 300.0 + 150;
+        QTest::newRow("before the day") << at(2026, 11, 22, 7, 59) << 25 << -1.0;
+        QTest::newRow("after the last slot") << at(2026, 11, 22, 20, 30) << 25 << -1.0;
+        QTest::newRow("no date") << Date(qQNaN()) << 25 << -1.0;
+    }
 
-void tst_TextFit::paneBeside()
-{
-    QFETCH(QRectF, item);
-    QFETCH(QRectF, pane);
-    QCOMPARE(detail::besideItem(item, QSizeF(3000, 1500), QRectF(0, 0, 8000, 6000)), pane);
-}
+    void nowLine()
+    {
+        QFETCH(Date, now);
+        QFETCH(int, slotRows);
+        QFETCH(double, offset);
+        const std::optional<double> line = nowLineOffset(now, Date::fromTime(QTime(8, 0)), 30, slotRows, 300);
+        QCOMPARE(line.has_value(), offset >= 0);
+        if (line)
+            QVERIFY(qAbs(*line - offset) < 1e-6);
+    }
 
-void tst_TextFit::paneAboveList()
-{
-    const QRectF control(0, 0, 12000, 9000);
-    // Above the list and cut at the control's right edge, which the list passes.
-    QCOMPARE(detail::aboveList(QRectF(8000, 3000, 4300, 5000), QSizeF(3000, 1800), control),
-             QRectF(8000, 1200, 4000, 1800));
-    // No more than the room above the list.
-    QCOMPARE(detail::aboveList(QRectF(8000, 1000, 4000, 5000), QSizeF(3000, 1800), control),
-             QRectF(8000, 0, 4000, 1000));
-}
+    void paneBeside_data()
+    {
+        QTest::addColumn<QRectF>("item");
+        QTest::addColumn<QRectF>("pane");
+        const QRectF room(0, 0, 8000, 6000);
+        // a pane of 3000 x 1500 in a grid of 8000 x 6000 twips
+        QTest::newRow("right of the box") << QRectF(1000, 2000, 1500, 600) << QRectF(2500, 2000, 3000, 1500);
+        QTest::newRow("left where the right is short") << QRectF(6000, 2000, 1500, 600) << QRectF(3000, 2000, 3000, 1500);
+        QTest::newRow("up from the bottom") << QRectF(1000, 5500, 1500, 300) << QRectF(2500, 4500, 3000, 1500);
+        QTest::newRow("over a box as wide as the grid") << QRectF(0, 0, 8000, 600) << QRectF(0, 0, 3000, 1500);
+    }
+
+    void paneBeside()
+    {
+        QFETCH(QRectF, item);
+        QTEST(detail::besideItem(item, QSizeF(3000, 1500), QRectF(0, 0, 8000, 6000)), "pane");
+    }
+
+    void paneAboveList()
+    {
+        const QRectF control(0, 0, 12000, 9000);
+        // Above the list and cut at the control's right edge, which the list passes.
+        QCOMPARE(detail::aboveList(QRectF(8000, 3000, 4300, 5000), QSizeF(3000, 1800), control),
+                 QRectF(8000, 1200, 4000, 1800));
+        // No more than the room above the list.
+        QCOMPARE(detail::aboveList(QRectF(8000, 1000, 4000, 5000), QSizeF(3000, 1800), control),
+                 QRectF(8000, 0, 4000, 1000));
+    }
+};
 
 QTEST_MAIN(tst_TextFit)
 #include "tst_textfit.moc"

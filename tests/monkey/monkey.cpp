@@ -8,7 +8,7 @@
 // with --cancelling the host cancels every "Before" event and every reminder,
 // and its records must stay exactly as they were.
 
-#include <internals.h>
+#include <dayvextest.h>
 
 #include <QAbstractButton>
 #include <QAbstractScrollArea>
@@ -18,12 +18,10 @@
 #include <QDateEdit>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMetaProperty>
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QScrollBar>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
 #include <QWheelEvent>
 
@@ -36,8 +34,6 @@
 
 #include <sys/stat.h>
 
-using namespace dayvex;
-
 namespace {
 
 class SilentSound : public ReminderSound
@@ -47,27 +43,14 @@ public:
     void play(const QString &) override {}
 };
 
-// Every field of every appointment and to-do, dates by their bits (NaN equals NaN).
-QByteArray snapshot(DayvexData &plan)
+// Every field of every appointment and to-do.
+QString snapshot(DayvexData &plan)
 {
-    QByteArray out;
-    auto fields = [&out](const QMetaObject &meta, const void *record) {
-        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-            const QVariant value = meta.property(i).readOnGadget(record);
-            if (value.metaType() == QMetaType::fromType<Date>()) {
-                const double d = value.value<Date>().value();
-                out.append(reinterpret_cast<const char *>(&d), sizeof d);
-            } else {
-                out.append(value.toString().toUtf8());
-            }
-            out.append('\x1f');
-        }
-        out.append('\x1e');
-    };
+    QString out;
     for (const auto &schedule : *plan.Schedules())
-        fields(Schedule::staticMetaObject, schedule.get());
+        out += fieldsOf(*schedule) + '\n';
     for (const auto &todo : *plan.ToDoS())
-        fields(ToDo::staticMetaObject, todo.get());
+        out += fieldsOf(*todo) + '\n';
     return out;
 }
 
@@ -504,7 +487,7 @@ private:
     QTemporaryDir m_dir;
     std::shared_ptr<DayvexData> m_plan;
     std::unique_ptr<zntDayvex> m_control;
-    QByteArray m_before;
+    QString m_before;
 };
 
 } // namespace

@@ -1,26 +1,16 @@
-#include <internals.h>
+#include <dayvextest.h>
 
 #include <QAction>
-#include <QDialog>
 #include <QImage>
 #include <QPointer>
 #include <QPrintPreviewDialog>
-#include <QTimer>
 #include <QPdfWriter>
 #include <QPrinter>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
-
-using namespace dayvex;
 
 namespace {
-
-Date at(int y, int m, int d, int h = 0, int min = 0)
-{
-    return Date::fromDateTime(QDateTime(QDate(y, m, d), QTime(h, min)));
-}
 
 // The first page as pdftoppm renders it, at 40 dots to the inch.
 QImage firstPage(const QString &pdf)
@@ -53,150 +43,141 @@ class tst_Print : public QObject
 {
     Q_OBJECT
 private slots:
-    void init();
-    void views_data();
-    void views();
-    void toDoListBreaksOverPages();
-    void controlPrintsItsView();
-    void controlDeletedUnderPageSetup();
-};
-
-void tst_Print::init()
-{
-    resetSharedSettings();
-    resetLanguage();
-    LoadLanguage();
-    setClockSource([] { return QDateTime(QDate(2027, 3, 3), QTime(10, 0)); });
-}
-
-void tst_Print::views_data()
-{
-    QTest::addColumn<int>("view");
-    QTest::addColumn<QPageLayout::Orientation>("orientation");
-    QTest::newRow("day") << int(PrintedView::Day) << QPageLayout::Portrait;
-    QTest::newRow("week") << int(PrintedView::Week) << QPageLayout::Landscape;
-    QTest::newRow("month") << int(PrintedView::Month) << QPageLayout::Landscape;
-    QTest::newRow("to-dos") << int(PrintedView::ToDoList) << QPageLayout::Portrait;
-}
-
-void tst_Print::views()
-{
-    QFETCH(int, view);
-    QFETCH(QPageLayout::Orientation, orientation);
-    DayvexData data;
-    // a green appointment on Wednesday 3 March 2027 (0x00BBGGRR)
-    data.Schedules()->Add("1", "Rossi", at(2027, 3, 3, 10, 0), at(2027, 3, 3, 13, 0), "", "", "", "Green meeting",
-                          "Sala A", Date(), QString(), 0x00C000);
-    data.ToDoS()->Add("1", "", "Call the bank", "", at(2027, 3, 5, 9, 0), 1, "Casa", false, Date(), Date());
-
-    QTemporaryDir dir;
-    // DAYVEX_KEEP_PRINTS=1 keeps the PDFs to look at.
-    dir.setAutoRemove(!qEnvironmentVariableIsSet("DAYVEX_KEEP_PRINTS"));
-    const QString path = dir.filePath(QStringLiteral("%1.pdf").arg(QTest::currentDataTag()));
-    if (!dir.autoRemove())
-        qInfo("%s", qPrintable(path));
-    int pages = 0;
+    void init()
     {
-        QPdfWriter pdf(path);
-        pdf.setResolution(300);
-        pdf.setPageSize(QPageSize(QPageSize::A4));
-        pdf.setPageOrientation(orientation);
-        PrintOptions options;
-        options.view = PrintedView(view);
-        options.shown = at(2027, 3, 3);
-        pages = printAgenda(pdf, data, options);
+        resetSharedSettings();
+        resetLanguage();
+        LoadLanguage();
+        setClockSource([] { return QDateTime(QDate(2027, 3, 3), QTime(10, 0)); });
     }
-    QCOMPARE(pages, 1);
-    QFile written(path);
-    QVERIFY(written.open(QIODevice::ReadOnly));
-    // page objects of the file, not its page tree ("/Type /Pages")
-    static const QRegularExpression pageObject(QStringLiteral("/Type\\s*/Page(?!s)"));
-    int pageObjects = 0;
-    for (auto it = pageObject.globalMatch(QString::fromLatin1(written.readAll())); it.hasNext(); it.next())
-        ++pageObjects;
-    QCOMPARE(pageObjects, pages);
 
-    const QImage page = firstPage(path);
-    if (page.isNull())
-        QSKIP("pdftoppm is not installed");
-    // the page has the orientation asked for, a heading in black, and the green box outside the to-do list
-    QCOMPARE(page.width() > page.height(), orientation == QPageLayout::Landscape);
-    QVERIFY(pixelsLike(page.copy(0, 0, page.width(), page.height() / 8), qRgb(0, 0, 0)) > 20);
-    const int green = pixelsLike(page, qRgb(0, 0xc0, 0));
-    if (view == int(PrintedView::Day) || view == int(PrintedView::Week))
-        QVERIFY2(green > 100, qPrintable(QString::number(green)));
-    else
-        QCOMPARE(green, 0); // the month lists lines, the to-do list has no colours
-}
+    void views_data()
+    {
+        QTest::addColumn<int>("view");
+        QTest::addColumn<QPageLayout::Orientation>("orientation");
+        QTest::newRow("day") << int(PrintedView::Day) << QPageLayout::Portrait;
+        QTest::newRow("week") << int(PrintedView::Week) << QPageLayout::Landscape;
+        QTest::newRow("month") << int(PrintedView::Month) << QPageLayout::Landscape;
+        QTest::newRow("to-dos") << int(PrintedView::ToDoList) << QPageLayout::Portrait;
+    }
 
-void tst_Print::toDoListBreaksOverPages()
-{
-    DayvexData data;
-    for (int i = 1; i <= 150; ++i)
-        data.ToDoS()->Add(QString::number(i), "", QStringLiteral("Task %1").arg(i), "", Date(), qint16(i % 9), "", false,
-                          Date(), Date());
-    QTemporaryDir dir;
-    QPdfWriter pdf(dir.filePath("todos.pdf"));
-    pdf.setPageSize(QPageSize(QPageSize::A4));
-    PrintOptions options;
-    options.view = PrintedView::ToDoList;
-    const int pages = printAgenda(pdf, data, options);
-    QVERIFY2(pages >= 3 && pages <= 6, qPrintable(QString::number(pages))); // about 40 rows to a page
-    pdf.setPageOrientation(QPageLayout::Landscape);
-    QVERIFY(printAgenda(pdf, data, options) > pages); // fewer rows fit across
-}
+    void views()
+    {
+        QFETCH(int, view);
+        QFETCH(QPageLayout::Orientation, orientation);
+        DayvexData data;
+        // a green appointment on Wednesday 3 March 2027 (0x00BBGGRR)
+        data.Schedules()->Add("1", "Rossi", at(2027, 3, 3, 10, 0), at(2027, 3, 3, 13, 0), "", "", "", "Green meeting",
+                              "Sala A", Date(), QString(), 0x00C000);
+        data.ToDoS()->Add("1", "", "Call the bank", "", at(2027, 3, 5, 9, 0), 1, "Casa", false, Date(), Date());
 
-void tst_Print::controlPrintsItsView()
-{
-    zntDayvex control;
-    auto data = std::make_shared<DayvexData>();
-    data->Schedules()->Add("1", "Rossi", at(2027, 3, 3, 10, 0), at(2027, 3, 3, 11, 0), "", "", "", "Meeting", "",
-                           Date());
-    control.setPlan(data);
-    control.setStartDay(at(2027, 3, 3));
-    control.resize(900, 600);
-    control.Refresh(zntPlanShowMonth);
-    QTemporaryDir dir;
-    QPrinter printer(QPrinter::HighResolution);
-    printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(dir.filePath("control.pdf"));
-    QCOMPARE(control.printView(&printer), 1);
-    QVERIFY(QFileInfo(dir.filePath("control.pdf")).size() > 1000);
-    QVERIFY_THROWS_EXCEPTION(Error, control.printView(nullptr));
-    QVERIFY(control.findChild<QAction *>("mnStampa"));
-    QVERIFY(control.findChild<QAction *>(QString::fromUtf8("mnStampaAttività")));
-}
+        QTemporaryDir dir;
+        // DAYVEX_KEEP_PRINTS=1 keeps the PDFs to look at.
+        dir.setAutoRemove(!qEnvironmentVariableIsSet("DAYVEX_KEEP_PRINTS"));
+        const QString path = dir.filePath(QStringLiteral("%1.pdf").arg(QTest::currentDataTag()));
+        if (!dir.autoRemove())
+            qInfo("%s", qPrintable(path));
+        int pages = 0;
+        {
+            QPdfWriter pdf(path);
+            pdf.setResolution(300);
+            pdf.setPageSize(QPageSize(QPageSize::A4));
+            pdf.setPageOrientation(orientation);
+            PrintOptions options;
+            options.view = PrintedView(view);
+            options.shown = at(2027, 3, 3);
+            pages = printAgenda(pdf, data, options);
+        }
+        QCOMPARE(pages, 1);
+        QFile written(path);
+        QVERIFY(written.open(QIODevice::ReadOnly));
+        // page objects of the file, not its page tree ("/Type /Pages")
+        static const QRegularExpression pageObject(QStringLiteral("/Type\\s*/Page(?!s)"));
+        int pageObjects = 0;
+        for (auto it = pageObject.globalMatch(QString::fromLatin1(written.readAll())); it.hasNext(); it.next())
+            ++pageObjects;
+        QCOMPARE(pageObjects, pages);
 
-// The host deletes the control while the preview's page setup waits for its user:
-// the preview outlives it, paints nothing more from it, and nothing crashes.
-void tst_Print::controlDeletedUnderPageSetup()
-{
-    auto *control = new zntDayvex;
-    control->setPlan(std::make_shared<DayvexData>());
-    control->resize(900, 600);
-    control->show();
-    control->findChild<QAction *>("mnStampa")->trigger();
-    QPointer<QPrintPreviewDialog> preview = control->findChild<QPrintPreviewDialog *>();
-    QVERIFY(preview);
-    QAction *pageSetup = nullptr;
-    for (QAction *action : preview->findChildren<QAction *>())
-        if (action->text().contains("Page setup", Qt::CaseInsensitive))
-            pageSetup = action;
-    QVERIFY(pageSetup);
-    bool deleted = false;
-    QTimer::singleShot(50, [&] {
-        delete control;
-        deleted = true;
-        for (QDialog *setup : preview->findChildren<QDialog *>())
-            if (setup->isVisible())
-                QMetaObject::invokeMethod(setup, "accept", Qt::QueuedConnection);
-    });
-    pageSetup->trigger(); // runs the page setup dialog until the timer accepts it
-    QVERIFY(deleted);
-    QVERIFY(preview);
-    preview->close(); // as its user would
-    QTRY_VERIFY(!preview);
-}
+        const QImage page = firstPage(path);
+        if (page.isNull())
+            QSKIP("pdftoppm is not installed");
+        // the page has the orientation asked for, a heading in black, and the green box outside the to-do list
+        QCOMPARE(page.width() > page.height(), orientation == QPageLayout::Landscape);
+        QVERIFY(pixelsLike(page.copy(0, 0, page.width(), page.height() / 8), qRgb(0, 0, 0)) > 20);
+        const int green = pixelsLike(page, qRgb(0, 0xc0, 0));
+        if (view == int(PrintedView::Day) || view == int(PrintedView::Week))
+            QVERIFY2(green > 100, qPrintable(QString::number(green)));
+        else
+            QCOMPARE(green, 0); // the month lists lines, the to-do list has no colours
+    }
+
+    void toDoListBreaksOverPages()
+    {
+        DayvexData data;
+        for (int i = 1; i <= 150; ++i)
+            data.ToDoS()->Add(QString::number(i), "", QStringLiteral("Task %1").arg(i), "", Date(), qint16(i % 9), "", false,
+                              Date(), Date());
+        QTemporaryDir dir;
+        QPdfWriter pdf(dir.filePath("todos.pdf"));
+        pdf.setPageSize(QPageSize(QPageSize::A4));
+        PrintOptions options;
+        options.view = PrintedView::ToDoList;
+        const int pages = printAgenda(pdf, data, options);
+        QVERIFY2(pages >= 3 && pages <= 6, qPrintable(QString::number(pages))); // about 40 rows to a page
+        pdf.setPageOrientation(QPageLayout::Landscape);
+        QVERIFY(printAgenda(pdf, data, options) > pages); // fewer rows fit across
+    }
+
+    void controlPrintsItsView()
+    {
+        zntDayvex control;
+        auto data = std::make_shared<DayvexData>();
+        data->Schedules()->Add("1", "Rossi", at(2027, 3, 3, 10, 0), at(2027, 3, 3, 11, 0), "", "", "", "Meeting", "",
+                               Date());
+        control.setPlan(data);
+        control.setStartDay(at(2027, 3, 3));
+        control.resize(900, 600);
+        control.Refresh(zntPlanShowMonth);
+        QTemporaryDir dir;
+        QPrinter printer(QPrinter::HighResolution);
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(dir.filePath("control.pdf"));
+        QCOMPARE(control.printView(&printer), 1);
+        QVERIFY(QFileInfo(dir.filePath("control.pdf")).size() > 1000);
+        QVERIFY_THROWS_EXCEPTION(Error, control.printView(nullptr));
+    }
+
+    // The host deletes the control while the preview's page setup waits for its
+    // user: the preview outlives it, paints nothing more from it, and nothing crashes.
+    void controlDeletedUnderPageSetup()
+    {
+        auto *control = new zntDayvex;
+        control->setPlan(std::make_shared<DayvexData>());
+        control->resize(900, 600);
+        control->show();
+        control->findChild<QAction *>("mnStampa")->trigger();
+        QPointer<QPrintPreviewDialog> preview = control->findChild<QPrintPreviewDialog *>();
+        QVERIFY(preview);
+        QAction *pageSetup = nullptr;
+        for (QAction *action : preview->findChildren<QAction *>())
+            if (action->text().contains("Page setup", Qt::CaseInsensitive))
+                pageSetup = action;
+        QVERIFY(pageSetup);
+        bool deleted = false;
+        QTimer::singleShot(50, [&] {
+            delete control;
+            deleted = true;
+            for (QDialog *setup : preview->findChildren<QDialog *>())
+                if (setup->isVisible())
+                    QMetaObject::invokeMethod(setup, "accept", Qt::QueuedConnection);
+        });
+        pageSetup->trigger(); // runs the page setup dialog until the timer accepts it
+        QVERIFY(deleted);
+        QVERIFY(preview);
+        preview->close(); // as its user would
+        QTRY_VERIFY(!preview);
+    }
+};
 
 QTEST_MAIN(tst_Print)
 #include "tst_print.moc"

@@ -1,25 +1,16 @@
-#include <internals.h>
+#include <dayvextest.h>
 
 #include <QApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
 
-#include <functional>
 #include <stdexcept>
-
-using namespace dayvex;
 
 namespace {
 // 10:00:30 on Sunday 3 December 2000.
 const QDateTime Now(QDate(2000, 12, 3), QTime(10, 0, 30));
-
-Date at(int hour, int minute, int second = 0)
-{
-    return Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(hour, minute, second)));
-}
 
 // Counts what would have been played.
 class CountingSound : public ReminderSound
@@ -53,30 +44,268 @@ class tst_Reminders : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void dueAlarms_data();
-    void dueAlarms();
-    void cancelEndsTheTick();
-    void popUpsOff();
-    void hostTakesItOver();
-    void openPopUpIsPassedOn();
-    void buttons_data();
-    void buttons();
-    void storm();
-    void goneRecord();
-    void throwingHandler();
-    void controlGoesDuringTheSound();
-    void popUpText();
-    void wavLength();
+    void initTestCase()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+        setClockSource([] { return Now; });
+    }
+
+    void init()
+    {
+        resetSharedSettings();
+        resetLanguage();
+        LoadLanguage();
+        m_sound = std::make_shared<CountingSound>();
+        setReminderSound(m_sound);
+        m_offered.clear();
+        m_forms.clear();
+        m_answer = nullptr;
+        m_control = std::make_unique<zntDayvex>();
+        m_control->InitProperties();
+        m_control->setGlobalAlarmsEnable(false); // the tests run the ticks
+        m_control->setReminderSoundFile("ding.wav");
+        m_data = std::make_shared<DayvexData>();
+        m_control->setPlan(m_data);
+        connect(m_control.get(), &zntDayvex::ReminderAlarm, this,
+                [this](std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled, bool &Cancel) {
+                    m_offered << alrm->Key;
+                    m_forms << FormReminder;
+                    if (m_answer)
+                        m_answer(alrm, ExternalHandled, Cancel);
+                });
+    }
+
+    void cleanup()
+    {
+        m_control.reset();
+        setReminderSound(nullptr);
+        QVERIFY(popups().isEmpty()); // the pop-ups go with their control
+    }
+
+    void dueAlarms_data()
+    {
+        QTest::addColumn<Date>("due");
+        QTest::addColumn<bool>("showing");
+        QTest::addColumn<bool>("fires");
+        QTest::newRow("now") << Date::fromDateTime(Now) << false << true;
+        QTest::newRow("an hour ago") << at(2000, 12, 3, 9, 0) << false << true;
+        QTest::newRow("a minute from now") << at(2000, 12, 3, 10, 1, 30) << false << false;
+        QTest::newRow("empty date") << Date(0.0) << false << false;
+        QTest::newRow("marked showing") << at(2000, 12, 3, 9, 0) << true << false;
+    }
+
+    void dueAlarms()
+    {
+        QFETCH(Date, due);
+        QFETCH(bool, showing);
+        QFETCH(bool, fires);
+        addAppointment("1", Date());
+        m_data->Alarms()->Add("S1", "S", "1", due, false, "S1")->Showing = showing;
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(m_offered, fires ? QStringList{"S1"} : QStringList{});
+        QCOMPARE(popups().size(), fires ? 1 : 0);
+        QCOMPARE(m_sound->played, fires ? QStringList{"ding.wav"} : QStringList{});
+    }
+
+    void cancelEndsTheTick()
+    {
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        addAppointment("2", at(2000, 12, 3, 9, 30));
+        m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &Cancel) { Cancel = true; };
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(m_offered, QStringList{"S1"});
+        QVERIFY(popups().isEmpty());
+    }
+
+    void popUpsOff()
+    {
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        addToDo(at(2000, 12, 3, 9, 0));
+        m_control->setDisableReminderPopUp(true);
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(m_offered, QStringList({"S1", "T7", "S1", "T7"}));
+        QVERIFY(popups().isEmpty());
+        QVERIFY(m_sound->played.isEmpty());
+    }
+
+    void hostTakesItOver()
+    {
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        m_answer = [](std::shared_ptr<Alarm> &alrm, bool &ExternalHandled, bool &) {
+            alrm->AlarmDateTime = alrm->AlarmDateTime.addMinutes(60);
+            ExternalHandled = true;
+        };
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(2000, 12, 3, 10, 0).value());
+        QVERIFY(popups().isEmpty());
+        QVERIFY(m_sound->played.isEmpty());
+    }
+
+    void openPopUpIsPassedOn()
+    {
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(popups().size(), 1);
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(m_offered, QStringList({"S1", "S1"}));
+        QCOMPARE(m_forms, QList<QWidget *>({nullptr, popups().first()}));
+        QCOMPARE(popups().size(), 1);
+        QCOMPARE(m_sound->played.size(), 1);
+
+        // Closed by its frame, it changes nothing: still due, it comes back at the next tick.
+        m_sound->device = false; // with no device nothing is played
+        popups().first()->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(2000, 12, 3, 9, 0).value());
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(popups().size(), 1);
+        QCOMPARE(m_sound->played.size(), 1);
+    }
+
+    void buttons_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<bool>("appointment");
+        QTest::addColumn<Date>("after");
+        QTest::newRow("appointment, in 5 minutes") << "cmdRipeti" << true << at(2000, 12, 3, 10, 5, 30);
+        QTest::newRow("appointment, no more") << "cmdNonRipetere" << true << Date(0.0);
+        QTest::newRow("to-do, in 5 minutes") << "cmdRipeti" << false << at(2000, 12, 3, 10, 5, 30);
+    }
+
+    void buttons()
+    {
+        QFETCH(QString, button);
+        QFETCH(bool, appointment);
+        QFETCH(Date, after);
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        addToDo(at(2000, 12, 3, 9, 0));
+        QStringList changes;
+        connect(m_control.get(), &zntDayvex::AlarmChange, this,
+                [&changes](std::shared_ptr<Schedule> &mSca) { changes << "AlarmChange " + mSca->Key; });
+        connect(m_control.get(), &zntDayvex::ToDoAlarmChange, this,
+                [&changes](std::shared_ptr<ToDo> &mToDo) { changes << "ToDoAlarmChange " + mToDo->Key; });
+        const QString key = appointment ? "S1" : "T7";
+        // The host takes the other alarm over, so one pop-up opens.
+        m_answer = [key](std::shared_ptr<Alarm> &alrm, bool &ExternalHandled, bool &) { ExternalHandled = alrm->Key != key; };
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(popups().size(), 1);
+
+        QTest::mouseClick(popups().first()->findChild<QPushButton *>(button), Qt::LeftButton);
+        QVERIFY(popups().isEmpty());
+        QCOMPARE(m_data->Alarms()->Item(key)->AlarmDateTime.value(), after.value());
+        const Date reminder = appointment ? m_data->Schedules()->Item("1")->ReminderDate
+                                          : m_data->ToDoS()->Item("7")->ReminderDate;
+        QCOMPARE(reminder.value(), after.value());
+        QCOMPARE(changes, QStringList{appointment ? "AlarmChange 1" : "ToDoAlarmChange 7"});
+    }
+
+    void storm()
+    {
+        for (int i = 1; i <= 25; ++i)
+            addAppointment(QString::number(i), at(2000, 12, 3, 9, 0).addMinutes(i));
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(popups().size(), AlarmScan::MaxNewPopUpsPerTick);
+        QCOMPARE(m_offered.size(), AlarmScan::MaxNewPopUpsPerTick);
+        zntDayvexPrivate::get(&*m_control)->scanAlarms(); // the open ten are passed on, ten more open
+        QCOMPARE(popups().size(), 2 * AlarmScan::MaxNewPopUpsPerTick);
+    }
+
+    void failingTick_data()
+    {
+        QTest::addColumn<bool>("gone"); // the record is gone, else the handler throws
+        QTest::addColumn<qint32>("number");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("record gone") << true << qint32(Error::InvalidArgument) << "alarm S1: error 5";
+        QTest::newRow("handler throws") << false << qint32(Error::AutomationError)
+                                        << "zntDayvex: alarm S1: error 440: ReminderAlarm: Automation error: host failed";
+    }
+
+    void failingTick()
+    {
+        QFETCH(bool, gone);
+        QFETCH(QString, message);
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        if (gone)
+            m_data->Schedules()->Remove("1"); // the alarm list still names it
+        else
+            m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &) { throw std::runtime_error("host failed"); };
+        QTEST(errorNumber([&] { zntDayvexPrivate::get(&*m_control)->scanAlarms(); }), "number");
+        QVERIFY(popups().isEmpty());
+        QVERIFY(!m_data->Alarms()->Item("S1")->Showing);
+        if (!gone)
+            QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate, at(2000, 12, 3, 9, 0));
+        // From the timer: said once, and the timer goes on.
+        m_control->findChild<QTimer *>("Timer")->setInterval(10);
+        m_control->setGlobalAlarmsEnable(true);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(message)));
+        QTest::failOnWarning(QRegularExpression("alarm S1"));
+        QTest::qWait(100);
+        QVERIFY(m_control->GlobalAlarmsEnable());
+    }
+
+    void controlGoesDuringTheSound()
+    {
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        addAppointment("2", at(2000, 12, 3, 9, 30));
+        m_sound->whilePlaying = [this] { m_control.reset(); }; // the host closes its window meanwhile
+        zntDayvex *control = m_control.get();
+        zntDayvexPrivate::get(&*control)->scanAlarms(); // ends without touching what went
+        QVERIFY(!m_control);
+        QCOMPARE(m_sound->played.size(), 1);
+    }
+
+    void popUpText()
+    {
+        addAppointment("1", at(2000, 12, 3, 9, 0));
+        addToDo(at(2000, 12, 9, 18, 0));
+        Alarm appointment;
+        appointment.AlarmType = "S";
+        appointment.AlarmEventKey = "1";
+        const ReminderText forAppointment = reminderText(appointment, *m_data, "dd/mm/yyyy");
+        QCOMPARE(forAppointment.date, "03/12/2000");
+        QCOMPARE(forAppointment.kind, "Appointment");
+        QCOMPARE(forAppointment.details, QStringList({"place: Sala A", "contact: Ferri", "Riunione 1"}));
+        Alarm todo;
+        todo.AlarmType = "T";
+        todo.AlarmEventKey = "7";
+        const ReminderText forToDo = reminderText(todo, *m_data, "mm/dd/yyyy");
+        QCOMPARE(forToDo.date, "12/09/2000");
+        QCOMPARE(forToDo.kind, "To do activity");
+        QCOMPARE(forToDo.details, QStringList({"project: Sito", "Chiamare"}));
+    }
+
+    void wavLength()
+    {
+        QTemporaryDir dir;
+        // One second of 8 kHz mono 8-bit sound: a byte rate of 8000 and 8000 bytes of data.
+        QByteArray wav("RIFF");
+        auto le32 = [](quint32 v) { return QByteArray(reinterpret_cast<const char *>(&v), 4); };
+        auto le16 = [](quint16 v) { return QByteArray(reinterpret_cast<const char *>(&v), 2); };
+        wav += le32(36 + 8000) + "WAVE" + "fmt " + le32(16) + le16(1) + le16(1) + le32(8000) + le32(8000) + le16(1)
+               + le16(8) + "data" + le32(8000) + QByteArray(8000, char(128));
+        QFile good(dir.filePath("one.wav"));
+        QVERIFY(good.open(QIODevice::WriteOnly) && good.write(wav) == wav.size());
+        good.close();
+        QCOMPARE(wavDurationMs(good.fileName()), 1000);
+        QFile broken(dir.filePath("broken.wav"));
+        QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("RIFF....WAVEfmt ") > 0);
+        broken.close();
+        QCOMPARE(wavDurationMs(broken.fileName()), -1);
+        QCOMPARE(wavDurationMs(dir.filePath("missing.wav")), -1);
+    }
 
 private:
     void addAppointment(const QString &key, Date reminder)
     {
-        m_data->Schedules()->Add(key, "Rossi", at(11, 0), at(12, 0), {}, "Ferri", {}, "Riunione " + key, "Sala A",
-                                 reminder);
+        m_data->Schedules()->Add(key, "Rossi", at(2000, 12, 3, 11, 0), at(2000, 12, 3, 12, 0), {}, "Ferri", {},
+                                 "Riunione " + key, "Sala A", reminder);
+        m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
     }
+    void addToDo(Date due)
+    {
+        m_data->ToDoS()->Add("7", "Rossi", "Chiamare", {}, due, 1, "Sito", false, Date(), at(2000, 12, 3, 9, 30));
+        m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));    }
 
     std::unique_ptr<zntDayvex> m_control;
     std::shared_ptr<DayvexData> m_data;
@@ -85,277 +314,6 @@ private:
     QList<QWidget *> m_forms; // the FormReminder of each
     std::function<void(std::shared_ptr<Alarm> &, bool &, bool &)> m_answer;
 };
-
-void tst_Reminders::initTestCase()
-{
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
-    setClockSource([] { return Now; });
-}
-
-void tst_Reminders::init()
-{
-    resetSharedSettings();
-    resetLanguage();
-    LoadLanguage();
-    m_sound = std::make_shared<CountingSound>();
-    setReminderSound(m_sound);
-    m_offered.clear();
-    m_forms.clear();
-    m_answer = nullptr;
-    m_control = std::make_unique<zntDayvex>();
-    m_control->InitProperties();
-    m_control->setGlobalAlarmsEnable(false); // the tests run the ticks
-    m_control->setReminderSoundFile("ding.wav");
-    m_data = std::make_shared<DayvexData>();
-    m_control->setPlan(m_data);
-    connect(m_control.get(), &zntDayvex::ReminderAlarm, this,
-            [this](std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled, bool &Cancel) {
-                m_offered << alrm->Key;
-                m_forms << FormReminder;
-                if (m_answer)
-                    m_answer(alrm, ExternalHandled, Cancel);
-            });
-}
-
-void tst_Reminders::cleanup()
-{
-    m_control.reset();
-    setReminderSound(nullptr);
-    QVERIFY(popups().isEmpty()); // the pop-ups go with their control
-}
-
-void tst_Reminders::dueAlarms_data()
-{
-    QTest::addColumn<Date>("due");
-    QTest::addColumn<bool>("showing");
-    QTest::addColumn<bool>("fires");
-    QTest::newRow("now") << Date::fromDateTime(Now) << false << true;
-    QTest::newRow("an hour ago") << at(9, 0) << false << true;
-    QTest::newRow("a minute from now") << at(10, 1, 30) << false << false;
-    QTest::newRow("empty date") << Date(0.0) << false << false;
-    QTest::newRow("marked showing") << at(9, 0) << true << false;
-}
-
-void tst_Reminders::dueAlarms()
-{
-    QFETCH(Date, due);
-    QFETCH(bool, showing);
-    QFETCH(bool, fires);
-    addAppointment("1", at(8, 0));
-    m_data->Alarms()->Add("S1", "S", "1", due, false, "S1")->Showing = showing;
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(m_offered, fires ? QStringList{"S1"} : QStringList{});
-    QCOMPARE(popups().size(), fires ? 1 : 0);
-    QCOMPARE(m_sound->played, fires ? QStringList{"ding.wav"} : QStringList{});
-}
-
-void tst_Reminders::cancelEndsTheTick()
-{
-    addAppointment("1", at(9, 0));
-    addAppointment("2", at(9, 30));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &Cancel) { Cancel = true; };
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(m_offered, QStringList{"S1"});
-    QVERIFY(popups().isEmpty());
-}
-
-void tst_Reminders::popUpsOff()
-{
-    addAppointment("1", at(9, 0));
-    m_data->ToDoS()->Add("7", "Rossi", "Chiamare", {}, at(9, 0), 1, "Sito", false, Date(), at(9, 30));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_control->setDisableReminderPopUp(true);
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(m_offered, QStringList({"S1", "T7", "S1", "T7"}));
-    QVERIFY(popups().isEmpty());
-    QVERIFY(m_sound->played.isEmpty());
-}
-
-void tst_Reminders::hostTakesItOver()
-{
-    addAppointment("1", at(9, 0));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_answer = [](std::shared_ptr<Alarm> &alrm, bool &ExternalHandled, bool &) {
-        alrm->AlarmDateTime = alrm->AlarmDateTime.addMinutes(60);
-        ExternalHandled = true;
-    };
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(10, 0).value());
-    QVERIFY(popups().isEmpty());
-    QVERIFY(m_sound->played.isEmpty());
-}
-
-void tst_Reminders::openPopUpIsPassedOn()
-{
-    addAppointment("1", at(9, 0));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(popups().size(), 1);
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(m_offered, QStringList({"S1", "S1"}));
-    QCOMPARE(m_forms, QList<QWidget *>({nullptr, popups().first()}));
-    QCOMPARE(popups().size(), 1);
-    QCOMPARE(m_sound->played.size(), 1);
-
-    // Closed by its frame, it changes nothing: still due, it comes back at the next tick.
-    m_sound->device = false; // with no device nothing is played
-    popups().first()->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(9, 0).value());
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(popups().size(), 1);
-    QCOMPARE(m_sound->played.size(), 1);
-}
-
-void tst_Reminders::buttons_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<bool>("appointment");
-    QTest::addColumn<Date>("after");
-    QTest::newRow("appointment, in 5 minutes") << "cmdRipeti" << true << at(10, 5, 30);
-    QTest::newRow("appointment, no more") << "cmdNonRipetere" << true << Date(0.0);
-    QTest::newRow("to-do, in 5 minutes") << "cmdRipeti" << false << at(10, 5, 30);
-}
-
-void tst_Reminders::buttons()
-{
-    QFETCH(QString, button);
-    QFETCH(bool, appointment);
-    QFETCH(Date, after);
-    addAppointment("1", at(9, 0));
-    m_data->ToDoS()->Add("7", "Rossi", "Chiamare", {}, at(9, 0), 1, "Sito", false, Date(), at(9, 30));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    QStringList changes;
-    connect(m_control.get(), &zntDayvex::AlarmChange, this,
-            [&changes](std::shared_ptr<Schedule> &mSca) { changes << "AlarmChange " + mSca->Key; });
-    connect(m_control.get(), &zntDayvex::ToDoAlarmChange, this,
-            [&changes](std::shared_ptr<ToDo> &mToDo) { changes << "ToDoAlarmChange " + mToDo->Key; });
-    const QString key = appointment ? "S1" : "T7";
-    // The host takes the other alarm over, so one pop-up opens.
-    m_answer = [key](std::shared_ptr<Alarm> &alrm, bool &ExternalHandled, bool &) { ExternalHandled = alrm->Key != key; };
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(popups().size(), 1);
-
-    QTest::mouseClick(popups().first()->findChild<QPushButton *>(button), Qt::LeftButton);
-    QVERIFY(popups().isEmpty());
-    QCOMPARE(m_data->Alarms()->Item(key)->AlarmDateTime.value(), after.value());
-    const Date reminder = appointment ? m_data->Schedules()->Item("1")->ReminderDate
-                                      : m_data->ToDoS()->Item("7")->ReminderDate;
-    QCOMPARE(reminder.value(), after.value());
-    QCOMPARE(changes, QStringList{appointment ? "AlarmChange 1" : "ToDoAlarmChange 7"});
-}
-
-void tst_Reminders::storm()
-{
-    for (int i = 1; i <= 25; ++i)
-        addAppointment(QString::number(i), at(9, 0).addMinutes(i));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    zntDayvexPrivate::get(&*m_control)->scanAlarms();
-    QCOMPARE(popups().size(), AlarmScan::MaxNewPopUpsPerTick);
-    QCOMPARE(m_offered.size(), AlarmScan::MaxNewPopUpsPerTick);
-    zntDayvexPrivate::get(&*m_control)->scanAlarms(); // the open ten are passed on, ten more open
-    QCOMPARE(popups().size(), 2 * AlarmScan::MaxNewPopUpsPerTick);
-}
-
-void tst_Reminders::goneRecord()
-{
-    addAppointment("1", at(9, 0));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_data->Schedules()->Remove("1"); // the alarm list still names it
-    try {
-        zntDayvexPrivate::get(&*m_control)->scanAlarms();
-        QFAIL("no error");
-    } catch (const Error &error) {
-        QCOMPARE(error.number(), qint32(Error::InvalidArgument));
-    }
-    // From the timer: said once, and the timer goes on.
-    auto *timer = m_control->findChild<QTimer *>("Timer");
-    timer->setInterval(10);
-    m_control->setGlobalAlarmsEnable(true);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("alarm S1: error 5"));
-    QTest::failOnWarning(QRegularExpression("alarm S1"));
-    QTest::qWait(100);
-    QVERIFY(m_control->GlobalAlarmsEnable());
-}
-
-void tst_Reminders::throwingHandler()
-{
-    addAppointment("1", at(9, 0));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &) { throw std::runtime_error("host failed"); };
-    try {
-        zntDayvexPrivate::get(&*m_control)->scanAlarms();
-        QFAIL("no error");
-    } catch (const Error &error) {
-        QCOMPARE(error.number(), qint32(Error::AutomationError));
-        QVERIFY(error.description().startsWith("ReminderAlarm: "));
-    }
-    QVERIFY(popups().isEmpty());
-    QVERIFY(!m_data->Alarms()->Item("S1")->Showing);
-    QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate, at(9, 0));
-    // From the timer: said once, and the timer goes on.
-    m_control->findChild<QTimer *>("Timer")->setInterval(10);
-    m_control->setGlobalAlarmsEnable(true);
-    QTest::ignoreMessage(QtWarningMsg, "zntDayvex: alarm S1: error 440: ReminderAlarm: Automation error: host failed");
-    QTest::failOnWarning(QRegularExpression("alarm S1"));
-    QTest::qWait(100);
-    QVERIFY(m_control->GlobalAlarmsEnable());
-}
-
-void tst_Reminders::controlGoesDuringTheSound()
-{
-    addAppointment("1", at(9, 0));
-    addAppointment("2", at(9, 30));
-    m_data->setAlarms(Alarms::fromRecords(*m_data->Schedules(), *m_data->ToDoS()));
-    m_sound->whilePlaying = [this] { m_control.reset(); }; // the host closes its window meanwhile
-    zntDayvex *control = m_control.get();
-    zntDayvexPrivate::get(&*control)->scanAlarms(); // ends without touching what went
-    QVERIFY(!m_control);
-    QCOMPARE(m_sound->played.size(), 1);
-}
-
-void tst_Reminders::popUpText()
-{
-    addAppointment("1", at(9, 0));
-    m_data->ToDoS()->Add("7", "Rossi", "Chiamare", {}, Date::fromDateTime(QDateTime(QDate(2000, 12, 9), QTime(18, 0))),
-                         1, "Sito", false, Date(), at(9, 30));
-    Alarm appointment;
-    appointment.AlarmType = "S";
-    appointment.AlarmEventKey = "1";
-    const ReminderText forAppointment = reminderText(appointment, *m_data, "dd/mm/yyyy");
-    QCOMPARE(forAppointment.date, "03/12/2000");
-    QCOMPARE(forAppointment.kind, "Appointment");
-    QCOMPARE(forAppointment.details, QStringList({"place: Sala A", "contact: Ferri", "Riunione 1"}));
-    Alarm todo;
-    todo.AlarmType = "T";
-    todo.AlarmEventKey = "7";
-    const ReminderText forToDo = reminderText(todo, *m_data, "mm/dd/yyyy");
-    QCOMPARE(forToDo.date, "12/09/2000");
-    QCOMPARE(forToDo.kind, "To do activity");
-    QCOMPARE(forToDo.details, QStringList({"project: Sito", "Chiamare"}));
-}
-
-void tst_Reminders::wavLength()
-{
-    QTemporaryDir dir;
-    // One second of 8 kHz mono 8-bit sound: a byte rate of 8000 and 8000 bytes of data.
-    QByteArray wav("RIFF");
-    auto le32 = [](quint32 v) { return QByteArray(reinterpret_cast<const char *>(&v), 4); };
-    auto le16 = [](quint16 v) { return QByteArray(reinterpret_cast<const char *>(&v), 2); };
-    wav += le32(36 + 8000) + "WAVE" + "fmt " + le32(16) + le16(1) + le16(1) + le32(8000) + le32(8000) + le16(1)
-           + le16(8) + "data" + le32(8000) + QByteArray(8000, char(128));
-    QFile good(dir.filePath("one.wav"));
-    QVERIFY(good.open(QIODevice::WriteOnly) && good.write(wav) == wav.size());
-    good.close();
-    QCOMPARE(wavDurationMs(good.fileName()), 1000);
-    QFile broken(dir.filePath("broken.wav"));
-    QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("RIFF....WAVEfmt ") > 0);
-    broken.close();
-    QCOMPARE(wavDurationMs(broken.fileName()), -1);
-    QCOMPARE(wavDurationMs(dir.filePath("missing.wav")), -1);
-}
 
 QTEST_MAIN(tst_Reminders)
 #include "tst_reminders.moc"

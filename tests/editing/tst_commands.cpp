@@ -1,0 +1,579 @@
+#include <dayvextest.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QFocusEvent>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QTimeEdit>
+
+#include <stdexcept>
+
+namespace {
+const QString AppointmentForm = "frmAppuntamento";
+const QString ToDoForm = QString::fromUtf8("frmAttività");
+const QColor Grey(0x80, 0x80, 0x80);
+
+// What the user does in the editor once it shows.
+enum class InEditor { Close, Save };
+} // namespace
+
+// The appointment and to-do commands and their editors, driven as a user and a host would.
+class tst_Commands : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+        setClockSource([] { return QDateTime(QDate(2000, 12, 3), QTime(15, 0)); });
+    }
+
+    void init()
+    {
+        m_host = {};
+        m_data = std::make_shared<DayvexData>();
+        m_data->Users()->Add("Rossi");
+        m_data->Schedules()->Add("7", "Rossi", at(2000, 12, 3, 9), at(2000, 12, 3, 10), "C1", "Ferri", "Lavoro",
+                                 "Riunione", "Sala A", at(2000, 12, 3, 8, 45));
+        auto todos = m_data->ToDoS();
+        todos->ActiveProjects()->Add("Sito");
+        todos->Add("1", "Rossi", "Chiamare", "Il fornitore", at(2000, 12, 9, 18), 2, "Sito", false, Date(),
+                   at(2000, 12, 9, 18, 30));
+        todos->Add("2", "Rossi", "Pagare", "", at(2000, 12, 8, 9), 1, "Sito", true, at(2000, 12, 7, 10), Date());
+        m_control = shownControl(m_data, at(2000, 12, 3, 15));
+        m_host.listenTo(m_control.get());
+        // The commands act on to-do 1 and on appointment 7, whose box is clicked.
+        list()->setCurrentCell(rowOf("1"), 3);
+        QTest::mouseClick(m_control->findChild<AppointmentBox *>("txApp"), Qt::LeftButton, {}, QPoint(3, 3));
+    }
+
+    void cleanup()
+    {
+        m_driver.stop();
+        m_control.reset();
+        QVERIFY(!QApplication::overrideCursor());
+    }
+
+    void newAppointment_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<bool>("external");
+        QTest::addColumn<QString>("hostDescription");
+        QTest::addColumn<InEditor>("inEditor");
+        QTest::addColumn<QStringList>("events");
+        QTest::addColumn<bool>("added"); // as "8"; the editor's save sets a reminder
+        const QStringList before{"BeforeScheduleAdd"};
+        QTest::newRow("cancel") << true << false << "" << InEditor::Close << before << false;
+        QTest::newRow("cancel wins") << true << true << "Pranzo" << InEditor::Close << before << false;
+        QTest::newRow("external") << false << true << "Pranzo" << InEditor::Close
+                                  << QStringList{"BeforeScheduleAdd", "ScheduleAdded"} << true;
+        QTest::newRow("editor, saved") << false << false << "" << InEditor::Save
+                                       << QStringList{"BeforeScheduleAdd", "ValidateSchedule", "ScheduleAdded"} << true;
+        QTest::newRow("editor, closed") << false << false << "" << InEditor::Close << before << false;
+    }
+
+    void newAppointment()
+    {
+        QFETCH(bool, cancel);
+        QFETCH(bool, external);
+        QFETCH(QString, hostDescription);
+        QFETCH(InEditor, inEditor);
+        QFETCH(bool, added);
+        m_host.answer = {external, cancel};
+        m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) { mSca->Description = hostDescription; };
+        m_driver.whenOpen(AppointmentForm, [inEditor](QDialog *editor) {
+            QCOMPARE(static_cast<AppointmentEditor *>(editor)->formKey(), "NEW          ");
+            QVERIFY(!field<QPushButton>(editor, "Elimina")->isEnabled());
+            if (inEditor == InEditor::Save) {
+                QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "  Pranzo ");
+                field<QCheckBox>(editor, "Promemoria")->setChecked(true);
+                field<QComboBox>(editor, "TempoPromemoria")->setCurrentText("15");
+            }
+            press(editor, inEditor == InEditor::Save ? "Salva" : "Fine");
+        });
+        m_control->mnNuovo_Click();
+
+        QTEST(m_host.log, "events");
+        QCOMPARE(m_data->Schedules()->Count(), added ? 2 : 1);
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
+        QVERIFY(!EditorDriver::openForm(AppointmentForm));
+        if (added)
+            QCOMPARE(m_data->Schedules()->Item("8")->Description, "Pranzo");
+        const bool reminded = inEditor == InEditor::Save;
+        QCOMPARE(bool(m_data->Alarms()->find("S8")), reminded);
+        if (reminded) {
+            const Schedule &stored = *m_data->Schedules()->Item("8");
+            QCOMPARE(stored.ReminderDate.value(), stored.StartDate.addMinutes(-15).value());
+        }
+    }
+
+    void modifyAppointment_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<bool>("external");
+        QTest::addColumn<QString>("hostDescription");
+        QTest::addColumn<QStringList>("events");
+        QTest::addColumn<qint32>("error");
+        QTest::addColumn<QString>("description");
+        QTest::newRow("cancel") << true << false << "" << QStringList{"BeforeScheduleChange"} << 0 << "Riunione";
+        QTest::newRow("external") << false << true << "Cena" << QStringList{"BeforeScheduleChange", "ScheduleChanged"}
+                                  << 0 << "Cena";
+        QTest::newRow("external, blank") << false << true << "  " << QStringList{"BeforeScheduleChange"}
+                                         << qint32(0x8004000A) << "  ";
+        QTest::newRow("editor, saved blank")
+            << false << false << "" << QStringList{"BeforeScheduleChange", "ValidateSchedule", "ScheduleChanged"} << 0
+            << " ";
+    }
+
+    void modifyAppointment()
+    {
+        QFETCH(bool, cancel);
+        QFETCH(bool, external);
+        QFETCH(QString, hostDescription);
+        QFETCH(QStringList, events);
+        m_host.answer = {external, cancel};
+        if (external)
+            m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) { mSca->Description = hostDescription; };
+        m_driver.whenOpen(AppointmentForm, [](QDialog *editor) {
+            QCOMPARE(static_cast<AppointmentEditor *>(editor)->formKey(), "0000000000007");
+            QVERIFY(field<QPushButton>(editor, "Elimina")->isEnabled()); // an existing one can be deleted
+            field<QLineEdit>(editor, "DesApp")->clear();
+            field<QCheckBox>(editor, "Promemoria")->setChecked(false);
+            press(editor, "Salva");
+        });
+        const Raised error = raised([&] { m_control->mnModifica_Click(); });
+        QTEST(error.number, "error");
+        if (error.number) {
+            QCOMPARE(error.description, "Valori errati nella definizione dell'oggetto Schedule.");
+            QCOMPARE(error.source, "zntDayvex.ocx");
+        }
+        QCOMPARE(m_host.log, events);
+        QTEST(appointment().Description, "description");
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
+        const bool editorSaved = events.contains("ValidateSchedule");
+        // Saved without a reminder: the zero date and no alarm.
+        QCOMPARE(bool(m_data->Alarms()->find("S7")), !editorSaved);
+        if (editorSaved)
+            QCOMPARE(appointment().ReminderDate.value(), 0.0);
+    }
+
+    void remove_data()
+    {
+        QTest::addColumn<bool>("isToDo");
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<bool>("external");
+        QTest::addColumn<bool>("yes");
+        QTest::addColumn<QStringList>("prompts");
+        QTest::addColumn<bool>("removed");
+        const QStringList asked[] = {{"Deleting selected appointment. Confirm? !"},
+                                     {"Deleting selected to do activity. Confirm? -"}}; // no icon
+        for (const bool todo : {false, true}) {
+            const char *kind = todo ? "to-do" : "appointment";
+            QTest::addRow("%s, cancel", kind) << todo << true << false << true << QStringList{} << false;
+            QTest::addRow("%s, external: no question", kind) << todo << false << true << false << QStringList{} << true;
+            QTest::addRow("%s, yes", kind) << todo << false << false << true << asked[todo] << true;
+            QTest::addRow("%s, no", kind) << todo << false << false << false << asked[todo] << false;
+        }
+    }
+
+    void remove()
+    {
+        QFETCH(bool, isToDo);
+        QFETCH(bool, cancel);
+        QFETCH(bool, external);
+        QFETCH(bool, yes);
+        QFETCH(bool, removed);
+        m_host.answer = {external, cancel};
+        m_driver.answerPrompts(yes);
+        QVERIFY(m_data->Alarms()->find("T1")); // from the refresh
+        auto form = std::make_unique<QWidget>();
+        // The delete closes forms tagged with the to-do letter and the key.
+        form->setProperty("Tag", isToDo ? "T1" : "T7");
+        form->show();
+        isToDo ? m_control->mnEliminaAttivita_Click() : m_control->mnElimina_Click();
+        QTEST(m_driver.prompts, "prompts");
+        if (isToDo) {
+            QCOMPARE(!m_data->ToDoS()->find("1"), removed);
+            QCOMPARE(rowOf("1") < 0, removed);
+        } else {
+            QCOMPARE(!m_data->Schedules()->find("7"), removed);
+        }
+        QCOMPARE(!m_data->Alarms()->find(isToDo ? "T1" : "S7"), removed);
+        QCOMPARE(!form->isVisible(), removed);
+        QCOMPARE(m_host.log.value(0), isToDo ? "BeforeTodoDelete" : "BeforeScheduleDelete");
+        QCOMPARE(m_host.log.contains(isToDo ? "ToDoDeleted" : "ScheduleDeleted"), removed);
+    }
+
+    void newProposesTheRowTime()
+    {
+        m_host.answer.Cancel = true;
+        Date start, end;
+        m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) {
+            start = mSca->StartDate;
+            end = mSca->EndDate;
+        };
+        m_control->findChild<AgendaGrid *>("Lista")->setCurrentCell(3, 2); // the row that shows 9 and 30
+        m_control->mnNuovo_Click();
+        QCOMPARE(start.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(9, 30)));
+        QCOMPARE(end.value(), start.value());
+    }
+
+    void validateCancelKeepsInput()
+    {
+        connect(m_control.get(), &zntDayvex::ValidateSchedule, this,
+                [](std::shared_ptr<Schedule> &, bool &Cancel) { Cancel = true; });
+        m_driver.answerPrompts(true);
+        QString keptText;
+        m_driver.whenOpen(AppointmentForm, [&](QDialog *editor) {
+            field<QLineEdit>(editor, "DesApp")->setText("Rinviata");
+            press(editor, "Salva");
+            keptText = editor->isVisible() ? field<QLineEdit>(editor, "DesApp")->text() : QString();
+            press(editor, "Fine"); // unsaved: asks, answered yes
+        });
+        m_control->mnModifica_Click();
+        QCOMPARE(keptText, "Rinviata");
+        QCOMPARE(appointment().Description, "Riunione");
+        QCOMPARE(m_driver.prompts, QStringList{"There are unsaved changes. Are you shure you want to continue? -"});
+    }
+
+    void editorDeleteAndUnsavedChanges()
+    {
+        m_driver.answerPrompts(false);
+        bool stayedOpen = false;
+        m_driver.whenOpen(AppointmentForm, [&](QDialog *editor) {
+            field<QComboBox>(editor, "cbUtente")->setCurrentIndex(0); // the owner is no unsaved change
+            QVERIFY(!static_cast<AppointmentEditor *>(editor)->hasUnsavedChanges());
+            field<QLineEdit>(editor, "DesApp")->setText("Altro");
+            press(editor, "Fine");
+            stayedOpen = editor->isVisible();
+            m_driver.answerPrompts(true);
+            press(editor, "Elimina");
+        });
+        m_control->mnModifica_Click();
+        QVERIFY(stayedOpen);
+        QCOMPARE(m_driver.prompts, QStringList({"There are unsaved changes. Are you shure you want to continue? -",
+                                                "Deleting selected appointment. Confirm? -"}));
+        QVERIFY(!m_data->Schedules()->find("7"));
+        QVERIFY(!m_data->Alarms()->find("S7"));
+        QCOMPARE(m_host.log, QStringList({"BeforeScheduleChange", "ScheduleDeleted"}));
+    }
+
+    void missingKeyChangesNothing()
+    {
+        // The host removed them after the click; the views still show them.
+        m_data->Schedules()->Remove("7");
+        m_data->ToDoS()->Remove("1");
+        for (auto command : {&zntDayvex::mnModifica_Click, &zntDayvex::mnElimina_Click,
+                             &zntDayvex::mnuAttivitaCompleta_Click, &zntDayvex::mnModificaAttivita_Click,
+                             &zntDayvex::mnEliminaAttivita_Click}) {
+            QCOMPARE(errorNumber([&] { (m_control.get()->*command)(); }), qint32(Error::InvalidArgument));
+            QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
+        }
+        QVERIFY(m_host.log.isEmpty());
+        QCOMPARE(m_data->ToDoS()->Count(), 1);
+    }
+
+    void secondCommandRefused()
+    {
+        int editors = 0;
+        m_driver.whenOpen(AppointmentForm, [&](QDialog *editor) {
+            m_control->mnNuovo_Click();
+            m_control->mnModifica_Click();
+            m_driver.answerPrompts(true);
+            m_control->mnElimina_Click(); // the record open in the editor is not deleted under it
+            QVERIFY(m_data->Schedules()->find("7"));
+            for (QWidget *window : QApplication::topLevelWidgets())
+                editors += window->objectName() == AppointmentForm ? 1 : 0;
+            QVERIFY(zntDayvexPrivate::get(&*m_control)->commandInProgress());
+            press(editor, "Fine");
+        });
+        m_control->mnModifica_Click();
+        QCOMPARE(editors, 1);
+        QCOMPARE(m_host.log, QStringList{"BeforeScheduleChange"});
+    }
+
+    void controlDestroyedWhileEditorOpen()
+    {
+        QPointer<QDialog> editor;
+        m_driver.whenOpen(AppointmentForm, [&](QDialog *open) {
+            editor = open;
+            m_control.reset(); // the host closes its form
+        });
+        zntDayvex *control = m_control.get();
+        control->mnNuovo_Click(); // returns without touching the control
+        QVERIFY(!m_control);
+        QVERIFY(!editor);
+        QCOMPARE(m_data->Schedules()->Count(), 1);
+    }
+
+    void throwingHostLeavesNoHalfChange()
+    {
+        connect(m_control.get(), &zntDayvex::ValidateSchedule, this,
+                [](std::shared_ptr<Schedule> &, bool &) { throw 42; });
+        m_driver.whenOpen(AppointmentForm, [](QDialog *editor) {
+            QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "Pranzo");
+            QTest::ignoreMessage(QtWarningMsg, "frmAppuntamento: error 440: ValidateSchedule: Automation error: "
+                                               "an exception of an unknown type");
+            press(editor, "Salva");
+            QVERIFY(editor->isVisible());
+            QVERIFY(!QApplication::overrideCursor());
+            editor->deleteLater(); // the user gives up
+        });
+        m_control->mnNuovo_Click();
+        QCOMPARE(m_data->Schedules()->Count(), 1);
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
+
+        m_host.editSchedule = [](std::shared_ptr<Schedule> &) { throw std::runtime_error("host failed"); };
+        const QString description = appointment().Description;
+        QVERIFY_THROWS_EXCEPTION(Error, m_control->mnModifica_Click());
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
+        // From the menu nothing can take it: said once, with the event's name.
+        QTest::ignoreMessage(QtWarningMsg, "zntDayvex: error 440: BeforeScheduleChange: Automation error: host failed");
+        m_control->findChild<QAction *>("mnModifica")->trigger();
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
+        QCOMPARE(appointment().Description, description);
+        m_host.editSchedule = nullptr;
+
+        // A handler that fails after the store: stored once, its alarm with it, the form done.
+        // A stale alarm under the key the new appointment gets is replaced, not a duplicate.
+        m_data->Alarms()->Add("S8", "S", "8", at(2000, 12, 3, 7), false, "S8");
+        connect(m_control.get(), &zntDayvex::ScheduleAdded, this,
+                [](std::shared_ptr<Schedule> &) { throw std::runtime_error("host failed"); });
+        QObject::disconnect(m_control.get(), &zntDayvex::ValidateSchedule, this, nullptr);
+        bool closed = false;
+        m_driver.whenOpen(AppointmentForm, [&closed](QDialog *editor) {
+            QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "Pranzo");
+            field<QCheckBox>(editor, "Promemoria")->setChecked(true);
+            QTest::ignoreMessage(QtWarningMsg,
+                                 "frmAppuntamento: error 440: ScheduleAdded: Automation error: host failed");
+            press(editor, "Salva");
+            closed = !editor->isVisible();
+        });
+        m_control->mnNuovo_Click();
+        QVERIFY(closed);
+        QCOMPARE(m_data->Schedules()->Count(), 2);
+        QCOMPARE(m_data->Alarms()->Item("S8")->AlarmDateTime.value(),
+                 m_data->Schedules()->Item("8")->ReminderDate.value());
+    }
+
+    void realMessageBox()
+    {
+        QMessageBox::Icon icon = QMessageBox::NoIcon;
+        QTimer::singleShot(0, this, [&] {
+            for (QWidget *window : QApplication::topLevelWidgets()) {
+                if (auto *box = qobject_cast<QMessageBox *>(window)) {
+                    icon = box->icon();
+                    QCOMPARE(box->defaultButton(), box->button(QMessageBox::No));
+                    box->button(QMessageBox::Yes)->click();
+                }
+            }
+        });
+        m_control->mnElimina_Click();
+        QCOMPARE(icon, QMessageBox::Warning);
+        QVERIFY(!m_data->Schedules()->find("7"));
+    }
+
+    void contactCodeEvents()
+    {
+        zntDayvex *c = m_control.get();
+        connect(c, &zntDayvex::ContactCodeChange, this, [](QString &Value) { Value = Value.toUpper(); });
+        connect(c, &zntDayvex::ContactCodeDoubleClick, this,
+                [](QString &, QString &ContactDescription) { ContactDescription = "Galli"; });
+        bool refuse = true;
+        connect(c, &zntDayvex::ContactCodeLostFocus, this, [&refuse](QString &Value, QString &, bool &Cancel) {
+            Cancel = refuse;
+            Value = "K9";
+        });
+        m_driver.answerPrompts(true);
+        QStringList seen;
+        m_driver.whenOpen(AppointmentForm, [&](QDialog *editor) {
+            auto *code = field<QLineEdit>(editor, "CodCont");
+            const auto leave = [code] {
+                QFocusEvent out(QEvent::FocusOut, Qt::TabFocusReason);
+                QApplication::sendEvent(code, &out);
+            };
+            QTest::keyClicks(code, "x");
+            QTest::mouseDClick(code, Qt::LeftButton);
+            seen << code->text() << field<QLineEdit>(editor, "Contatto")->text();
+            leave(); // refused: the boxes stay
+            seen << code->text();
+            refuse = false;
+            leave();
+            seen << code->text();
+            press(editor, "Fine");
+        });
+        m_control->mnModifica_Click();
+        QCOMPARE(seen, QStringList({"C1X", "Galli", "C1X", "K9"}));
+    }
+
+    void markDone_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<bool>("external");
+        QTest::addColumn<bool>("done");
+        QTest::newRow("cancel") << true << false << false;
+        QTest::newRow("external: the host marks it") << false << true << false;
+        QTest::newRow("marked") << false << false << true;
+    }
+
+    void markDone()
+    {
+        QFETCH(bool, cancel);
+        QFETCH(bool, external);
+        QFETCH(bool, done);
+        m_host.answer = {external, cancel};
+        m_control->mnuAttivitaCompleta_Click();
+        QCOMPARE(m_host.log, QStringList({"BeforeTodoSetComplete", "ToDoChanged"}).mid(0, cancel ? 1 : 2));
+        QCOMPARE(todo().Done, done);
+        QCOMPARE(todo().DateDone.value(), 0.0); // marking done leaves the day it was done alone
+        QCOMPARE(list()->model()->index(rowOf("1"), 3).data(Qt::ForegroundRole).value<QColor>() == Grey, done);
+    }
+
+    void newToDo_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<bool>("external");
+        QTest::addColumn<Date>("hostReminder");
+        QTest::addColumn<InEditor>("inEditor");
+        QTest::addColumn<QStringList>("events");
+        QTest::addColumn<Date>("reminder"); // of the new to-do "3"; the zero date when none is stored
+        const QStringList asked{"BeforeTodoChange"}; // never BeforeTodoAdd
+        const QStringList external{"BeforeTodoChange", "TodoAdded", "ToDoChanged"};
+        QTest::newRow("cancel") << true << false << Date() << InEditor::Close << asked << Date();
+        QTest::newRow("external, reminded")
+            << false << true << at(2000, 12, 10, 8) << InEditor::Close << external << at(2000, 12, 10, 8);
+        QTest::newRow("external, no reminder") << false << true << Date() << InEditor::Close << external << Date();
+        // Due 18:00 with "30": reminded at 18:30, the lead time added.
+        QTest::newRow("editor, saved") << false << false << Date() << InEditor::Save
+                                       << QStringList{"BeforeTodoChange", "ValidateToDo", "TodoAdded"}
+                                       << at(2000, 12, 11, 18, 30);
+        QTest::newRow("editor, closed") << false << false << Date() << InEditor::Close << asked << Date();
+    }
+
+    void newToDo()
+    {
+        QFETCH(bool, cancel);
+        QFETCH(bool, external);
+        QFETCH(Date, hostReminder);
+        QFETCH(InEditor, inEditor);
+        QFETCH(QStringList, events);
+        QFETCH(Date, reminder);
+        m_host.answer = {external, cancel};
+        m_host.editToDo = [&](std::shared_ptr<ToDo> &mToDo) {
+            mToDo->ShortDesc = "Dal gestionale";
+            mToDo->ReminderDate = hostReminder;
+        };
+        m_driver.whenOpen(ToDoForm, [inEditor](QDialog *form) {
+            QCOMPARE(static_cast<ToDoEditor *>(form)->formKey(), "NEW");
+            if (inEditor == InEditor::Save) {
+                QTest::keyClicks(field<QLineEdit>(form, "txDescBreve"), "Dal gestionale");
+                field<QDateEdit>(form, "DatSca")->setDate(QDate(2000, 12, 11));
+                field<QTimeEdit>(form, "OraSca")->setTime(QTime(18, 0));
+                field<QComboBox>(form, "TempoPromemoria")->setCurrentText("30");
+            }
+            press(form, inEditor == InEditor::Save ? "Salva" : "Fine");
+        });
+        m_control->mnNuovaAttivita_Click();
+
+        QCOMPARE(m_host.log, events);
+        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
+        const bool stored = events.size() > 1;
+        QCOMPARE(bool(m_data->ToDoS()->find("3")), stored);
+        QCOMPARE(bool(m_data->Alarms()->find("T3")), reminder.value() != 0.0);
+        if (!stored)
+            return;
+        const std::shared_ptr<ToDo> todo = m_data->ToDoS()->Item("3");
+        QCOMPARE(todo->ShortDesc, "Dal gestionale");
+        QCOMPARE(todo->ReminderDate.value(), reminder.value());
+        QCOMPARE(m_host.announced, todo); // the host is handed the live record
+        QVERIFY(rowOf("3") >= 0);
+    }
+
+    void modifyToDo_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<bool>("external");
+        QTest::addColumn<QStringList>("events");
+        QTest::addColumn<int>("priority");
+        QTest::newRow("cancel") << true << false << QStringList{"BeforeTodoChange"} << 2;
+        QTest::newRow("external") << false << true << QStringList{"BeforeTodoChange", "ToDoChanged"} << 7;
+        QTest::newRow("editor, saved") << false << false
+                                       << QStringList{"BeforeTodoChange", "ValidateToDo", "ToDoChanged"} << 5;
+    }
+
+    void modifyToDo()
+    {
+        QFETCH(bool, cancel);
+        QFETCH(bool, external);
+        QFETCH(QStringList, events);
+        QFETCH(int, priority);
+        m_host.answer = {external, cancel};
+        if (external)
+            m_host.editToDo = [](std::shared_ptr<ToDo> &mToDo) { mToDo->Priority = 7; };
+        m_driver.whenOpen(ToDoForm, [](QDialog *form) {
+            QCOMPARE(field<QLineEdit>(form, "txDescBreve")->text(), "Chiamare");
+            QCOMPARE(field<QPlainTextEdit>(form, "txDesLunga")->toPlainText(), "Il fornitore");
+            QVERIFY(field<QCheckBox>(form, "Promemoria")->isChecked());
+            QCOMPARE(field<QComboBox>(form, "TempoPromemoria")->currentText(), "30");
+            field<QComboBox>(form, "cbPriorità")->setCurrentText("5");
+            field<QCheckBox>(form, "ckDone")->setChecked(true);
+            press(form, "Salva");
+        });
+        m_control->mnModificaAttivita_Click();
+        QCOMPARE(m_host.log, events);
+        QCOMPARE(todo().Priority, qint16(priority));
+        const bool edited = events.contains("ValidateToDo");
+        QCOMPARE(todo().Done, edited);
+        // Ticked done in the editor: done now, by the component's clock.
+        QCOMPARE(todo().DateDone.toDateTime(), edited ? QDateTime(QDate(2000, 12, 3), QTime(15, 0))
+                                                      : QDateTime(QDate(1899, 12, 30), QTime(0, 0)));
+        QCOMPARE(m_data->Alarms()->Item("T1")->AlarmDateTime.value(), todo().ReminderDate.value());
+        QCOMPARE(list()->cellText(rowOf("1"), 1), QString::number(priority)); // refilled
+    }
+
+    void validateCancelAndOddPriority()
+    {
+        todo().Priority = 12; // host data outside 1 to 9
+        bool refuse = true;
+        connect(m_control.get(), &zntDayvex::ValidateToDo, this,
+                [&refuse](std::shared_ptr<ToDo> &, bool &Cancel) { Cancel = refuse; });
+        QString kept;
+        m_driver.whenOpen(ToDoForm, [&](QDialog *form) {
+            QCOMPARE(field<QComboBox>(form, "cbPriorità")->currentText(), "12");
+            field<QLineEdit>(form, "txDescBreve")->setText("Richiamare");
+            press(form, "Salva");
+            kept = form->isVisible() ? field<QLineEdit>(form, "txDescBreve")->text() : QString();
+            refuse = false;
+            press(form, "Salva");
+        });
+        m_control->mnModificaAttivita_Click();
+        QCOMPARE(kept, "Richiamare");
+        QCOMPARE(todo().ShortDesc, "Richiamare");
+        QCOMPARE(todo().Priority, qint16(12));
+    }
+
+private:
+    ToDoGrid *list() const { return m_control->findChild<ToDoGrid *>("DaFare"); }
+    int rowOf(const QString &key) const
+    {
+        for (int row = 0; row < list()->rowCount(); ++row) {
+            if (list()->keyAt(row) == key)
+                return row;
+        }
+        return -1;
+    }
+    Schedule &appointment() { return *m_data->Schedules()->Item("7"); }
+    ToDo &todo() { return *m_data->ToDoS()->Item("1"); }
+
+    std::unique_ptr<zntDayvex> m_control;
+    std::shared_ptr<DayvexData> m_data;
+    EditorDriver m_driver;
+    ScriptedHost m_host;
+};
+
+QTEST_MAIN(tst_Commands)
+#include "tst_commands.moc"

@@ -1,0 +1,414 @@
+#include <dayvextest.h>
+#include <dayvex/layout/agendaentry.h>
+#include <dayvex/layout/appointmentorder.h>
+#include <dayvex/layout/controllayout.h>
+#include <dayvex/layout/timegrid.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/platform/format.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+Date time(const char *text)
+{
+    return *parseDate(QString::fromLatin1(text), DateOrder::DayMonthYear);
+}
+
+GridGeometry dayGrid()
+{
+    GridGeometry g;
+    g.top = 400;
+    g.height = 6000;
+    g.rowHeight = 240;
+    g.dayStart = time("08:00");
+    g.step = 30;
+    g.colPos = {0, 400, 800, 0, 0, 0, 0, 0, 0};
+    g.colWidth = {400, 400, 3000, 0, 0, 0, 0, 0, 0};
+    return g;
+}
+} // namespace
+
+Q_DECLARE_METATYPE(dayvex::ResizeAction)
+
+class tst_Layout : public QObject
+{
+    Q_OBJECT
+private slots:
+    void slotCount_data()
+    {
+        QTest::addColumn<QString>("start");
+        QTest::addColumn<QString>("end");
+        QTest::addColumn<int>("step");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QString>("storedStart");
+        QTest::addColumn<int>("storedStep");
+        QTest::newRow("defaults") << "08:00" << "20:00" << 30 << 25 << "08:00" << 30;
+        QTest::newRow("end off the step") << "08:00" << "20:10" << 30 << 26 << "08:00" << 30;
+        QTest::newRow("start after end") << "21:00" << "20:00" << 30 << 1 << "21:00" << 30;
+        QTest::newRow("equal") << "09:00" << "09:00" << 15 << 1 << "09:00" << 15;
+        QTest::newRow("no step") << "08:00" << "20:00" << 0 << 25 << "08:00" << 30;
+        QTest::newRow("bad start") << "25:99" << "09:00" << 30 << 3 << "08:00" << 30;
+    }
+
+    void slotCount()
+    {
+        QFETCH(QString, start);
+        QFETCH(QString, end);
+        QFETCH(int, step);
+        qint16 s = qint16(step);
+        QTEST(dayvex::slotCount(start, end, s), "count");
+        QTEST(start, "storedStart");
+        QTEST(int(s), "storedStep");
+    }
+
+    void rows_data()
+    {
+        QTest::addColumn<QString>("at");
+        QTest::addColumn<int>("step");
+        QTest::addColumn<bool>("week");
+        QTest::addColumn<int>("row");
+        QTest::newRow("first slot") << "08:00" << 30 << false << 0;
+        QTest::newRow("on a slot") << "09:30" << 30 << false << 3;
+        QTest::newRow("week adds two") << "09:30" << 30 << true << 5;
+        QTest::newRow("before the day, cut toward zero") << "07:00" << 30 << false << -1;
+        QTest::newRow("late time pulled forward by 1450") << "19:45" << 30 << false << 24;
+        QTest::newRow("half a slot rounds up") << "08:15" << 30 << false << 1;
+        QTest::newRow("five-minute slots") << "16:20" << 5 << false << 101;
+    }
+
+    void rows()
+    {
+        QFETCH(QString, at);
+        QFETCH(int, step);
+        QFETCH(bool, week);
+        QTEST(timeRow(time(qPrintable(at)), time("08:00"), qint16(step), week), "row");
+    }
+
+    void singleBox()
+    {
+        const auto p = placeBoxes({{"09:00-10:00", 0}}, dayGrid());
+        QVERIFY(p[0].visible);
+        QCOMPARE(p[0].top, 400 + 2 * 240 + 30.0);
+        QCOMPARE(p[0].height, 400 + 40 + 4 * 240 - p[0].top); // ends 10 twips below the next box's top
+        QCOMPARE(p[0].left, 800 + 30.0);
+        QCOMPARE(p[0].width, 3000.0);
+
+        const auto reversed = placeBoxes({{"10:00-09:00", 0}}, dayGrid()); // one row at least
+        QCOMPARE(reversed[0].height, 400 + 40 + 5 * 240 - reversed[0].top);
+    }
+
+    void threeWayOverlap()
+    {
+        const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}, {"09:00-10:00", 0}}, dayGrid());
+        for (const auto &box : p)
+            QCOMPARE(box.width, 3000.0 / 3 + 10);
+        QCOMPARE(p[0].left, 830.0);
+        QCOMPARE(p[1].left, 1830.0);
+        QCOMPARE(p[2].left, 2830.0);
+    }
+
+    void staggeredOverlap()
+    {
+        // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
+        // others but is not searched for itself, so only the later box is narrowed.
+        const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:30-10:30", 0}, {"10:30-11:00", 0}}, dayGrid());
+        QCOMPARE(p[0].width, 3000.0);
+        QCOMPARE(p[1].width, 1510.0);
+        QCOMPARE(p[1].left, 830.0);
+        QCOMPARE(p[2].width, 3000.0);
+        // two boxes from 9:00 overlap in rows they both search: side by side
+        const auto q = placeBoxes({{"09:00-10:30", 0}, {"09:00-10:00", 0}}, dayGrid());
+        QCOMPARE(q[0].left, 830.0);
+        QCOMPARE(q[1].left, 2330.0);
+    }
+
+    void scrolledAndHidden()
+    {
+        GridGeometry g = dayGrid();
+        g.topRow = 4; // 10:00 is the first row shown
+        const auto p = placeBoxes({{"09:00-11:00", 0}, {"08:00-09:00", 0}, {"19:00-19:30", 0}}, g);
+        QVERIFY(p[0].visible);
+        QCOMPARE(p[0].top, 430.0); // clamped to the top
+        QVERIFY(!p[1].visible);    // wholly above
+        g.topRow = 0;
+        g.height = 1000;
+        QVERIFY(!placeBoxes({{"19:00-19:30", 0}}, g)[0].visible); // wholly below
+    }
+
+    void occupancyLimit()
+    {
+        GridGeometry g = dayGrid();
+        g.step = 5;
+        QCOMPARE(errorNumber([&] { placeBoxes({{"16:00-16:40", 0}}, g); }), 9);
+        QCOMPARE(placeBoxes({{"15:00-15:30", 0}}, g).size(), size_t(1));
+    }
+
+    void wideScreens_data()
+    {
+        QTest::addColumn<double>("columnWidth");
+        QTest::newRow("a laptop") << 12000.0;
+        QTest::newRow("2560 pixels") << 36000.0;
+        QTest::newRow("3840 pixels") << 56000.0;
+        QTest::newRow("a wall of screens") << 2.0e6;
+    }
+
+    void wideScreens()
+    {
+        // Two overlapping boxes stand side by side in halves whatever the width.
+        QFETCH(double, columnWidth);
+        GridGeometry g = dayGrid();
+        g.colWidth[2] = columnWidth;
+        const auto p = placeBoxes({{"09:00-10:00", 0}, {"09:00-10:00", 0}}, g);
+        QCOMPARE(p[0].left, 830.0);
+        QCOMPARE(p[1].left, 830.0 + std::nearbyint(columnWidth / 2));
+        QCOMPARE(p[1].width, columnWidth / 2 + 10);
+    }
+
+    void oddTimesAndCells()
+    {
+        // A host's NaN date counts as the empty date; a slot of no minutes is refused.
+        const double nan = std::nan("");
+        QCOMPARE(timeRow(Date(nan), time("08:00"), 30, false), timeRow(Date(), time("08:00"), 30, false));
+        QCOMPARE(timeRow(time("09:00"), Date(nan), 30, true), timeRow(time("09:00"), Date(), 30, true));
+        QVERIFY_THROWS_EXCEPTION(Error, timeRow(time("08:00"), time("08:00"), 0, false));
+        QVERIFY_THROWS_EXCEPTION(Error, placeBoxes({{"09:00-10:00", 7}}, dayGrid()));
+        // A cell far below the month is past the years, not a wrapped int.
+        const Date shown = time("15/03/2026");
+        QCOMPARE(errorNumber([&] { clickedDate(3, shown, true, std::numeric_limits<qint32>::max(), 8); }), int(Error::Overflow));
+    }
+
+    void appointmentLineKeepsSeparators()
+    {
+        const Date start = Date::fromDateTime(QDateTime(QDate(2026, 11, 23), QTime(9, 0)));
+        QCOMPARE(appointmentLine(start, start.addMinutes(45), true, "Rossi", " Sala A ", "Ferri", "Riunione"),
+                 "09:00-09:45 Rossi: Sala A | Ferri | Riunione");
+        QCOMPARE(appointmentLine(start, start.addMinutes(45), false, "Rossi", "", "", "x"), "09:00-09:45  |  | x");
+    }
+
+    void entryTexts_data()
+    {
+        QTest::addColumn<double>("start");
+        QTest::addColumn<double>("end");
+        QTest::newRow("morning") << 46349.375 << 46349.40625;
+        QTest::newRow("a second before midnight rounds up") << 46349.99999 << 46350.5;
+        QTest::newRow("before 1900") << -1.25 << -1.5;
+        QTest::newRow("empty dates") << 0.0 << 0.0;
+        QTest::newRow("NaN shown empty") << std::nan("") << 46349.5;
+        QTest::newRow("out of range") << 1e7 << 46349.5;
+    }
+
+    // The texts of a box or list line, made when first asked for, read as the
+    // formatting of the date format would write them; a date that cannot be written
+    // fails when the entry is made, never later while it is painted.
+    void entryTexts()
+    {
+        QFETCH(double, start);
+        QFETCH(double, end);
+        Schedule s;
+        s.Key = "7";
+        s.StartDate = Date(start);
+        s.EndDate = Date(end);
+        s.Owner = "Rossi";
+        s.Place = " Sala A ";
+        s.Contact = "Ferri";
+        s.Description = "Riunione";
+        const QString format = "dd/mm/yyyy";
+        QString times, dates;
+        try {
+            times = formatDate(s.StartDate, "hh:mm") + '-' + formatDate(s.EndDate, "hh:mm");
+            dates = formatDate(s.StartDate, format) + '-' + formatDate(s.EndDate, format);
+        } catch (const Error &error) {
+            try {
+                (void)AgendaEntry(s, true, format);
+            } catch (const Error &refused) {
+                QCOMPARE(refused.number(), error.number());
+                return;
+            }
+            QFAIL("an entry was made of a date that cannot be written");
+        }
+        const AgendaEntry entry(s, true, format);
+        QCOMPARE(clockSpan(s.StartDate, s.EndDate), times);
+        QCOMPARE(entry.times(), times);
+        QCOMPARE(entry.line(), times + " Rossi: Sala A | Ferri | Riunione");
+        QCOMPARE(entry.dates(), dates);
+    }
+
+    void monthFirstCell_data()
+    {
+        QTest::addColumn<QDate>("shown");
+        QTest::addColumn<QDate>("firstCell");
+        // one month starting on each weekday
+        QTest::newRow("Monday") << QDate(2026, 6, 15) << QDate(2026, 6, 1);
+        QTest::newRow("Tuesday") << QDate(2026, 9, 30) << QDate(2026, 8, 31);
+        QTest::newRow("Wednesday") << QDate(2026, 4, 2) << QDate(2026, 3, 30);
+        QTest::newRow("Thursday") << QDate(2026, 1, 31) << QDate(2025, 12, 29);
+        QTest::newRow("Friday") << QDate(2026, 5, 1) << QDate(2026, 4, 27);
+        QTest::newRow("Saturday") << QDate(2026, 8, 8) << QDate(2026, 7, 27);
+        QTest::newRow("Sunday, December 2000") << QDate(2000, 12, 3) << QDate(2000, 11, 27);
+    }
+
+    void monthFirstCell()
+    {
+        QFETCH(QDate, shown);
+        QFETCH(QDate, firstCell);
+        for (bool dayFirst : {true, false})
+            QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
+        const DateRange range = viewRange(3, Date::fromDate(shown), true);
+        QCOMPARE(range.to.toDate(), firstCell.addDays(35));
+    }
+
+    void hourRuns_data()
+    {
+        QTest::addColumn<int>("step");
+        QTest::addColumn<QList<int>>("runs"); // first row and row count, pairwise
+        QTest::newRow("half hours") << 30 << QList<int>{0, 2, 2, 2, 4, 2};
+        QTest::newRow("45 minutes") << 45 << QList<int>{0, 2, 4, 2};
+        QTest::newRow("hours") << 60 << QList<int>{};
+    }
+
+    void hourRuns()
+    {
+        QFETCH(int, step);
+        QList<int> got;
+        for (const RowRun &run : dayvex::hourRuns(slotLabels("08:00", qint16(step), 6)))
+            got << run.first << run.count;
+        QTEST(got, "runs");
+    }
+
+    void monthCell_data()
+    {
+        QTest::addColumn<QDate>("day");
+        QTest::addColumn<int>("week");
+        QTest::addColumn<int>("column");
+        // the grid of December 2000 starts on Monday 27 November
+        QTest::newRow("first cell") << QDate(2000, 11, 27) << 0 << 2;
+        QTest::newRow("first of the month") << QDate(2000, 12, 1) << 0 << 6;
+        QTest::newRow("second Monday") << QDate(2000, 12, 4) << 1 << 2;
+        QTest::newRow("last listed day") << QDate(2000, 12, 31) << 4 << 8;
+        QTest::newRow("day before") << QDate(2000, 11, 26) << -1 << 8;
+    }
+
+    void monthCell()
+    {
+        QFETCH(QDate, day);
+        QFETCH(int, week);
+        QFETCH(int, column);
+        const MonthCell cell = monthCellOf(Date::fromDateTime(QDateTime(day, QTime(17, 30))),
+                                           Date::fromDate(QDate(2000, 11, 27)));
+        QCOMPARE(cell, (MonthCell{week, column}));
+    }
+
+    void appointmentsInRangeKeepSortedOrder()
+    {
+        Schedules schedules;
+        const auto at = [](int day, int hour) { return Date::fromDateTime(QDateTime(QDate(2026, 11, day), QTime(hour, 0))); };
+        const struct { const char *key; int day, hour; } rows[] = {
+            {"late", 24, 15}, {"before", 22, 23}, {"tie-a", 23, 9}, {"early", 23, 8}, {"tie-b", 23, 9}, {"after", 30, 0}};
+        for (const auto &r : rows)
+            schedules.Add(r.key, {}, at(r.day, r.hour), at(r.day, r.hour + 1), {}, {}, {}, {}, {}, Date());
+        QStringList keys;
+        for (const auto &s : appointmentsStartingIn(schedules, {at(23, 0), at(30, 0)}))
+            keys << s->Key;
+        QCOMPARE(keys, QStringList({"early", "tie-a", "tie-b", "late"}));
+    }
+
+    void sectionAt_data()
+    {
+        QTest::addColumn<double>("pos");
+        QTest::addColumn<int>("section");
+        // sections at 0 (400 wide), 400 (hidden), 400 (600 wide), then a gap before 1200
+        QTest::newRow("first") << 0.0 << 0;
+        QTest::newRow("hidden gives way") << 400.0 << 2;
+        QTest::newRow("last twip") << 999.0 << 2;
+        QTest::newRow("gap") << 1100.0 << -1;
+        QTest::newRow("before") << -1.0 << -1;
+        QTest::newRow("after") << 5000.0 << -1;
+    }
+
+    void sectionAt()
+    {
+        QFETCH(double, pos);
+        QTEST(dayvex::sectionAt({0, 400, 400, 1200}, {400, 0, 600, 300}, pos), "section");
+    }
+
+    void resizeAction_data()
+    {
+        QTest::addColumn<double>("width");
+        QTest::addColumn<double>("height");
+        QTest::addColumn<ResizeAction>("action");
+        QTest::newRow("collapsed") << 9000.0 << 300.0 << ResizeAction::Collapsed;
+        QTest::newRow("400 high is not collapsed") << 9000.0 << 400.0 << ResizeAction::GrowHeight;
+        QTest::newRow("height first") << 6000.0 << 4000.0 << ResizeAction::GrowHeight;
+        QTest::newRow("then width") << 6000.0 << 5030.0 << ResizeAction::GrowWidth;
+        QTest::newRow("6000 x 6000") << 6000.0 << 6000.0 << ResizeAction::GrowWidth;
+        QTest::newRow("exactly the minimum") << 6500.0 << 5000.0 << ResizeAction::LayOut;
+    }
+
+    void resizeAction()
+    {
+        QFETCH(double, width);
+        QFETCH(double, height);
+        QTEST(dayvex::resizeAction(width, height), "action");
+    }
+
+    void calendarMonths_data()
+    {
+        QTest::addColumn<double>("width");
+        QTest::addColumn<int>("months");
+        QTest::newRow("12000") << 12000.0 << 1;
+        QTest::newRow("12001") << 12001.0 << 2;
+    }
+
+    void calendarMonths()
+    {
+        QFETCH(double, width);
+        QFETCH(int, months);
+        const LayoutDesign design;
+        const ControlLayout l = layOutControl(width, 8000, design);
+        QCOMPARE(l.calendarMonths, months);
+        QCOMPARE(l.calendar.width, design.monthWidth * months);
+        QCOMPARE(l.calendar.right(), width);           // against the right border
+        QCOMPARE(l.lista.width, width - l.calendar.width);
+        QCOMPARE(l.daFare.top, l.calendar.bottom() + 50);
+    }
+
+    void tabCaptions_data()
+    {
+        QTest::addColumn<double>("thisDayLeft");
+        QTest::addColumn<int>("tabWidth");
+        QTest::addColumn<bool>("captions");
+        // TipoVis is 30 twips short of ThisDay; each tab is int((TipoVis width - 160) / 3)
+        QTest::newRow("exactly 1000") << 3190.0 << 1000 << true;
+        QTest::newRow("just under") << 3189.0 << 999 << false;
+    }
+
+    void tabCaptions()
+    {
+        QFETCH(double, thisDayLeft);
+        LayoutDesign design;
+        design.monthWidth = 3000;
+        // lista right edge = W - 3000; ThisDay's left = that minus its width
+        const double width = thisDayLeft + design.thisDayWidth + design.monthWidth;
+        const ControlLayout l = layOutControl(width, 6000, design);
+        QCOMPARE(l.thisDay.left, thisDayLeft);
+        QTEST(int(l.tabWidth), "tabWidth");
+        QTEST(l.tabCaptions, "captions");
+    }
+
+    void childrenFitTheControl()
+    {
+        const LayoutDesign design;
+        const ControlLayout l = layOutControl(15000, 9000, design);
+        QCOMPARE(l.lista.height, 9000.0 - 800);
+        QCOMPARE(l.statusFirstPanel, 15000.0 - 2980);
+        QVERIFY(l.daFare.bottom() <= l.status.top);
+        QVERIFY(l.lista.bottom() <= l.status.top);
+        QCOMPARE(dayViewColumnWidth(7140), 6000.0);
+        QCOMPARE(weekViewColumnWidth(7140 + 6), 858);
+        QCOMPARE(weekViewColumnWidth(7140 + 5), 857); // whole twips, cut off
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Layout)
+#include "tst_layout.moc"

@@ -1,0 +1,398 @@
+#include <dayvextest.h>
+#include <dayvex/model/alarms.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/model/todos.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+std::shared_ptr<Schedule> add(Schedules &s, const QString &key, Date start, Date end,
+                              const QString &place = QString(), const QString &category = QString())
+{
+    return s.Add(key, "Rossi", start, end, "", "", category, "", place, Date());
+}
+
+} // namespace
+
+
+namespace {
+std::shared_ptr<Alarm> addAlarm(Alarms &alarms, const QString &key, double due, bool changed = false)
+{
+    return alarms.Add(key, key.left(1), key.mid(1), Date(due), changed, key);
+}
+
+// Everything a host can see of the alarms, in list order.
+QStringList described(const Alarms &alarms)
+{
+    QStringList out;
+    for (const auto &a : alarms)
+        out << QStringLiteral("%1|%2|%3|%4|%5|%6|%7")
+                   .arg(a->Key, a->AlarmType, a->AlarmEventKey)
+                   .arg(a->AlarmDateTime.value())
+                   .arg(a->AlarmChanged)
+                   .arg(a->Showing)
+                   .arg(a->Tag);
+    return out;
+}
+
+QStringList keys(const Alarms &alarms)
+{
+    QStringList out;
+    for (const auto &alarm : alarms)
+        out << alarm->Key;
+    return out;
+}
+} // namespace
+
+enum class Change { None, KeyAssigned, KeyEditedInPlace, ReminderMoved, ReminderCleared, RecordAdded, RecordRemoved,
+                    AlarmSnoozed, AlarmShowing, AlarmTagged, AlarmRemoved, ToDoKeyChanged };
+
+class tst_Model : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init() { resetSharedSettings(); }
+
+    void newKey_data()
+    {
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<QStringList>("removed");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("empty") << QStringList() << QStringList() << "1";
+        QTest::newRow("mixed") << QStringList{"3", "10", "x"} << QStringList() << "11";
+        QTest::newRow("leading numbers") << QStringList{"12abc", "7"} << QStringList() << "13";
+        QTest::newRow("half to even") << QStringList{"2.5"} << QStringList() << "3";
+        QTest::newRow("only text") << QStringList{"a", "b"} << QStringList() << "1";
+        QTest::newRow("exponent in any case") << QStringList{"1E2", "&h10"} << QStringList() << "101";
+        QTest::newRow("largest removed") << QStringList{"3", "10", "x"} << QStringList{"10"} << "4";
+        QTest::newRow("smaller removed") << QStringList{"3", "10"} << QStringList{"3"} << "11";
+        QTest::newRow("all removed") << QStringList{"3", "10"} << QStringList{"10", "3"} << "1";
+        QTest::newRow("twin of largest removed") << QStringList{"10", "10.0", "4"} << QStringList{"10"} << "11";
+    }
+
+    void newKey()
+    {
+        QFETCH(QStringList, keys);
+        QFETCH(QStringList, removed);
+        QFETCH(QString, expected);
+        Schedules schedules;
+        ToDoS todos;
+        for (const QString &key : keys) {
+            add(schedules, key, at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0));
+            todos.Add(key, "", "", "", Date(), 0, "", false, Date(), Date());
+            (void)schedules.NewKey(); // asked between changes, as the commands do
+        }
+        for (const QString &key : removed) {
+            schedules.Remove(key);
+            todos.Remove(key);
+        }
+        QCOMPARE(schedules.NewKey(), expected);
+        QCOMPARE(todos.NewKey(), expected);
+        QCOMPARE(schedules.NewKey(), expected); // nothing is reserved
+    }
+
+    void newKeyAtTheLimit()
+    {
+        Schedules schedules;
+        ToDoS todos;
+        add(schedules, "2147483647", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0));
+        todos.Add("2147483647", "", "", "", Date(), 0, "", false, Date(), Date());
+        QCOMPARE(errorNumber([&] { schedules.NewKey(); }), int(Error::Overflow));
+        QCOMPARE(todos.NewKey(), "2147483648");
+
+        ToDoS beyond; // a key past 32 bits cannot be held as the running maximum
+        beyond.Add("9999999999", "", "", "", Date(), 0, "", false, Date(), Date());
+        QCOMPARE(errorNumber([&] { beyond.NewKey(); }), int(Error::Overflow));
+        beyond.Add("8", "", "", "", Date(), 0, "", false, Date(), Date());
+        beyond.Remove("9999999999");
+        QCOMPARE(beyond.NewKey(), "9");
+    }
+
+    void endCorrection_data()
+    {
+        QTest::addColumn<int>("step");
+        QTest::addColumn<Date>("start");
+        QTest::addColumn<Date>("end");
+        QTest::addColumn<Date>("stored");
+        QTest::newRow("later end kept") << 30 << at(2026, 11, 2, 9, 0) << at(2026, 11, 2, 10, 0) << at(2026, 11, 2, 10, 0);
+        QTest::newRow("equal end") << 30 << at(2026, 11, 2, 14, 30) << at(2026, 11, 2, 14, 30) << at(2026, 11, 2, 15, 0);
+        QTest::newRow("earlier end") << 45 << at(2026, 11, 2, 14, 30) << at(2026, 11, 2, 9, 0) << at(2026, 11, 2, 15, 15);
+        QTest::newRow("next day, earlier clock") << 30 << at(2026, 11, 2, 23, 0) << at(2026, 11, 3, 9, 0) << at(2026, 11, 2, 23, 30);
+        QTest::newRow("next day, later clock kept") << 30 << at(2026, 11, 2, 9, 0) << at(2026, 11, 3, 10, 0) << at(2026, 11, 3, 10, 0);
+        QTest::newRow("step crosses midnight") << 90 << at(2026, 11, 2, 23, 0) << at(2026, 11, 2, 23, 0) << at(2026, 11, 3, 0, 30);
+        QTest::newRow("seconds ignored") << 30 << at(2026, 11, 2, 9, 0) << at(2026, 11, 2, 9, 0).addSeconds(40) << at(2026, 11, 2, 9, 30);
+    }
+
+    void endCorrection()
+    {
+        QFETCH(int, step);
+        QFETCH(Date, start);
+        QFETCH(Date, end);
+        QFETCH(Date, stored);
+        sharedSettings().DayStepMinutes = qint16(step);
+        Schedules schedules;
+        QCOMPARE(add(schedules, "1", start, end)->EndDate.toDateTime(), stored.toDateTime());
+    }
+
+    void duplicateChangesNothing()
+    {
+        Schedules schedules;
+        schedules.Categories();
+        add(schedules, "1", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0), "Sala A", "Lavoro");
+        QCOMPARE(errorNumber([&] { add(schedules, "1", at(2026, 11, 3, 9, 0), at(2026, 11, 3, 10, 0), "Sala B", "Casa"); }),
+                 int(Error::DuplicateKey));
+        QCOMPARE(schedules.Count(), 1);
+        QCOMPARE(schedules.Places()->Count(), 1);
+        QCOMPARE(schedules.Categories()->Count(), 1);
+
+        ToDoS todos;
+        todos.Add("k", "", "", "", Date(), 0, "", false, Date(), Date());
+        QCOMPARE(errorNumber([&] { todos.Add("K", "", "", "", Date(), 0, "", false, Date(), Date()); }),
+                 int(Error::DuplicateKey));
+    }
+
+    void placesAndCategories()
+    {
+        Schedules schedules;
+        const auto first = add(schedules, "1", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0), "  Sala A ", "Lavoro");
+        QCOMPARE(first->Place, "  Sala A "); // the record keeps the text as given
+        add(schedules, "2", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0), "sala a", "Lavoro");
+        add(schedules, "3", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0), "   ", "");
+        QCOMPARE(schedules.Places()->Count(), 1);
+        QCOMPARE(schedules.Places()->Item("SALA A")->Key, "Sala A");
+        // categories are collected only once the list exists
+        QCOMPARE(schedules.Categories()->Count(), 0);
+        add(schedules, "4", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0), "", " Casa ");
+        QCOMPARE(schedules.Categories()->Count(), 1);
+        QCOMPARE(schedules.Categories()->Item(1)->Key, "Casa");
+
+        auto shared = std::make_shared<Categories>(); // a list the host set is used at once
+        Schedules other;
+        other.setCategories(shared);
+        add(other, "1", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0), "", "Sport");
+        QCOMPARE(shared->Count(), 1);
+    }
+
+    void addSortedIsStable()
+    {
+        Schedules source, sorted;
+        const auto a = add(source, "a", at(2026, 11, 2, 10, 0), at(2026, 11, 2, 11, 0));
+        const auto b = add(source, "b", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 11, 0));
+        const auto c = add(source, "c", at(2026, 11, 2, 10, 0), at(2026, 11, 2, 10, 30));
+        const auto d = add(source, "d", at(2026, 11, 1, 23, 0), at(2026, 11, 1, 23, 30));
+        for (const auto &s : source)
+            sorted.AddSorted(s);
+        QStringList order;
+        for (const auto &s : sorted)
+            order << s->Key;
+        QCOMPARE(order, QStringList({"d", "b", "a", "c"}));
+        QCOMPARE(sorted.Item("c"), c); // the same records, not copies
+    }
+
+    void recordKeyIsNotCollectionKey()
+    {
+        Schedules schedules;
+        const auto s = add(schedules, "5", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0));
+        s->Key = "6";
+        QCOMPARE(schedules.Item("5"), s);
+        QCOMPARE(errorNumber([&] { schedules.Item("6"); }), int(Error::InvalidArgument));
+        // New keys follow the keys stored, which a change of the record does not move.
+        QCOMPARE(schedules.NewKey(), "6");
+        s->Key = "60";
+        QCOMPARE(schedules.NewKey(), "6");
+    }
+
+    void usersRefuse_data()
+    {
+        QTest::addColumn<QString>("second");
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("text");
+        const QString invalid = "Nominativo utente non valido.|zntDayvex.ocx";
+        QTest::newRow("blank") << "   " << -2147221502 << invalid;
+        QTest::newRow("empty") << "" << -2147221502 << invalid;
+        QTest::newRow("same name, other case and blanks") << "  rossi " << -2147221503
+                                                          << "Nominativo utente già presente.|zntDayvex.ocx";
+    }
+
+    void usersRefuse()
+    {
+        QFETCH(QString, second);
+        Users users;
+        users.Add("Rossi");
+        const Raised error = raised([&] { users.Add(second); });
+        QTEST(error.number, "number");
+        QTEST(error.description + "|" + error.source, "text");
+        QCOMPARE(users.Count(), 1);
+    }
+
+    void usersKeepTheNameAsGiven()
+    {
+        Users users;
+        users.Add(" Bianchi", "tag");
+        QCOMPARE(users.Item(1)->Key, " Bianchi");
+        // users are found by position only; a bad removal is an invalid user
+        QCOMPARE(errorNumber([&] { users.Item(" Bianchi"); }), 5);
+        QCOMPARE(errorNumber([&] { users.Remove(7); }), -2147221502);
+        QCOMPARE(errorNumber([&] { users.Remove("Bianchi"); }), -2147221502);
+        users.Remove(1);
+        QCOMPARE(users.Count(), 0);
+    }
+
+    void placesAndProjects()
+    {
+        Places places;
+        const auto first = places.Add("Sala A", "1");
+        const auto second = places.Add("SALA A", "2");
+        QCOMPARE(places.Count(), 1);
+        QVERIFY(first != second);
+        QCOMPARE(places.Item("sala a"), first);
+        QCOMPARE(second->Tag, "2"); // returned all the same, though not stored
+
+        ActiveProjects projects;
+        projects.Add("Sito");
+        projects.Add("Sito");
+        QCOMPARE(projects.Count(), 2);
+        QCOMPARE(errorNumber([&] { projects.Item("Sito"); }), 5);
+    }
+
+    void clearReleases()
+    {
+        DayvexData data;
+        auto schedules = data.Schedules();
+        std::weak_ptr<Alarms> alarms = data.Alarms();
+        std::weak_ptr<Users> users = data.Users();
+        schedules->Add("1", "", Date(36863.4), Date(36863.5), "", "", "", "x", "", Date());
+        data.Clear();
+        QVERIFY(alarms.expired());
+        QVERIFY(users.expired());
+        QCOMPARE(data.Schedules()->Count(), 0);
+        QVERIFY(data.Schedules() != schedules);
+        QCOMPARE(schedules->Count(), 1); // the host's reference keeps its appointments
+    }
+
+    void keptInDueOrder()
+    {
+        Alarms alarms;
+        addAlarm(alarms, "S1", 10.0);
+        addAlarm(alarms, "S2", 9.0);
+        addAlarm(alarms, "T1", 10.0);
+        const auto cleared = addAlarm(alarms, "S3", 0.0, true);
+        QCOMPARE(keys(alarms), QStringList({"S3", "S2", "S1", "T1"}));
+        QCOMPARE(cleared->Showing, false);
+        QCOMPARE(cleared->AlarmChanged, true);
+        QCOMPARE(alarms.Item("s2")->AlarmEventKey, "2");
+    }
+
+    void removeAndDuplicates()
+    {
+        Alarms alarms;
+        addAlarm(alarms, "S1", 10.0);
+        alarms.Remove("S404");
+        alarms.Remove(9);
+        QCOMPARE(alarms.Count(), 1);
+        QVERIFY_THROWS_EXCEPTION(Error, addAlarm(alarms, "S1", 11.0));
+        // a Key that differs from the stored key breaks the insertion before it
+        alarms.Add("X", "S", "2", Date(12.0), false, "S2");
+        QVERIFY_THROWS_EXCEPTION(Error, addAlarm(alarms, "S3", 11.5));
+        alarms.Remove("S1");
+        QCOMPARE(keys(alarms), QStringList({"X"}));
+    }
+
+    void rebuiltFromRecords()
+    {
+        Schedules schedules;
+        ToDoS todos;
+        schedules.Add(" 1", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36863.3));
+        schedules.Add("2", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date());
+        schedules.Add("3", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36863.2));
+        todos.Add("1", "", "", "", Date(), 0, "", false, Date(), Date(36863.3));
+
+        // the same order as adding each reminder with Add: by due time, stable
+        const auto rebuilt = Alarms::fromRecords(schedules, todos);
+        QCOMPARE(keys(*rebuilt), QStringList({"S3", "S1", "T1"}));
+        QCOMPARE(rebuilt->Item("T1")->AlarmType, "T");
+        QCOMPARE(rebuilt->Item("S1")->AlarmEventKey, " 1");
+    }
+
+    void oddDueTimes()
+    {
+        // A NaN due time sorts after every number, so that the order is total.
+        const double nan = std::nan("");
+        Alarms alarms;
+        addAlarm(alarms, "S1", nan);
+        addAlarm(alarms, "S2", 10.0);
+        addAlarm(alarms, "S3", nan);
+        addAlarm(alarms, "S4", 9.0);
+        QCOMPARE(keys(alarms), QStringList({"S4", "S2", "S1", "S3"}));
+
+        // A host's NaN or infinite reminder asks for no alarm, like the empty date.
+        Schedules schedules;
+        ToDoS todos;
+        for (const double due : {nan, std::numeric_limits<double>::infinity(), 36863.3, -std::numeric_limits<double>::infinity()})
+            schedules.Add(schedules.NewKey(), "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(due));
+        QCOMPARE(keys(*Alarms::fromRecords(schedules, todos)), QStringList({"S3"}));
+        alarms.setFor('T', "9", Date(nan));
+        QVERIFY(!alarms.find("T9"));
+    }
+
+    void rebuildKeepsAnUnchangedList_data()
+    {
+        QTest::addColumn<Change>("change");
+        QTest::addColumn<bool>("reused");
+        QTest::newRow("nothing changed") << Change::None << true;
+        QTest::newRow("key assigned") << Change::KeyAssigned << false;
+        QTest::newRow("key edited in place") << Change::KeyEditedInPlace << false;
+        QTest::newRow("reminder moved") << Change::ReminderMoved << false;
+        QTest::newRow("reminder cleared") << Change::ReminderCleared << false;
+        QTest::newRow("record added") << Change::RecordAdded << false;
+        QTest::newRow("record removed") << Change::RecordRemoved << false;
+        QTest::newRow("alarm snoozed") << Change::AlarmSnoozed << false;
+        QTest::newRow("alarm showing") << Change::AlarmShowing << false;
+        QTest::newRow("alarm tagged") << Change::AlarmTagged << false;
+        QTest::newRow("alarm removed") << Change::AlarmRemoved << false;
+        QTest::newRow("to-do key changed") << Change::ToDoKeyChanged << false;
+    }
+
+    void rebuildKeepsAnUnchangedList()
+    {
+        QFETCH(Change, change);
+        Schedules schedules;
+        ToDoS todos;
+        for (int i = 1; i <= 5; ++i)
+            schedules.Add(QString::number(i), "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(i % 2 ? 36863.0 + i : 0));
+        schedules.Add("a", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36863.0 + 3)); // due with S3
+        todos.Add(" 7 ", "", "", "", Date(), 0, "", false, Date(), Date(36862.5));
+        const auto built = Alarms::rebuilt(nullptr, schedules, todos);
+        const auto snoozed = built->Item("S3");
+
+        switch (change) {
+        case Change::None: break;
+        case Change::KeyAssigned: schedules.Item("5")->Key = QStringLiteral("50"); break;
+        case Change::KeyEditedInPlace: schedules.Item("1")->Key[0] = QLatin1Char('9'); break;
+        case Change::ReminderMoved: schedules.Item("3")->ReminderDate = Date(36870.0); break;
+        case Change::ReminderCleared: schedules.Item("1")->ReminderDate = Date(); break;
+        case Change::RecordAdded:
+            schedules.Add("6", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36860.0));
+            break;
+        case Change::RecordRemoved: schedules.Remove("1"); break;
+        case Change::AlarmSnoozed: snoozed->AlarmDateTime = Date(36900.0); break;
+        case Change::AlarmShowing: built->Item("T7")->Showing = true; break;
+        case Change::AlarmTagged: built->Item("S5")->Tag = QStringLiteral("host"); break;
+        case Change::AlarmRemoved: built->Remove("S1"); break;
+        case Change::ToDoKeyChanged: todos.Item(" 7 ")->Key = QStringLiteral("8"); break;
+        }
+
+        const auto again = Alarms::rebuilt(built, schedules, todos);
+        QTEST(again == built, "reused");
+        QCOMPARE(described(*again), described(*Alarms::fromRecords(schedules, todos)));
+        // A list given up is left as it was: a snoozed alarm keeps its new time.
+        if (change == Change::AlarmSnoozed)
+            QCOMPARE(snoozed->AlarmDateTime.value(), 36900.0);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Model)
+#include "tst_model.moc"

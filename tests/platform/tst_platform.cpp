@@ -1,0 +1,328 @@
+#include <dayvextest.h>
+#include <dayvex/platform/format.h>
+#include <dayvex/platform/keyedcollection.h>
+
+#include <cmath>
+#include <limits>
+
+Q_DECLARE_METATYPE(dayvex::DateOrder)
+
+namespace {
+struct Thing
+{
+    QString name;
+};
+
+// The template's insertion operations are for the collection classes; expose them here.
+class Collection : public dayvex::KeyedCollection<Thing>
+{
+public:
+    using KeyedCollection::append;
+    using KeyedCollection::insertBefore;
+    std::shared_ptr<Thing> add(const QString &name, const QString &key = QString())
+    {
+        auto item = std::make_shared<Thing>(Thing{name});
+        append(item, key);
+        return item;
+    }
+    QStringList names() const
+    {
+        QStringList out;
+        for (const auto &item : *this)
+            out << item->name;
+        return out;
+    }
+};
+
+} // namespace
+
+class tst_Platform : public QObject
+{
+    Q_OBJECT
+private slots:
+    void conversion_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QDateTime>("dateTime");
+        QTest::newRow("epoch") << 0.0 << QDateTime(QDate(1899, 12, 30), QTime(0, 0));
+        QTest::newRow("3 Dec 2000") << 36863.0 << QDateTime(QDate(2000, 12, 3), QTime(0, 0));
+        QTest::newRow("noon") << 36863.5 << QDateTime(QDate(2000, 12, 3), QTime(12, 0));
+        QTest::newRow("negative: day first, then time") << -1.25 << QDateTime(QDate(1899, 12, 29), QTime(6, 0));
+        QTest::newRow("negative evening") << -1.75 << QDateTime(QDate(1899, 12, 29), QTime(18, 0));
+        QTest::newRow("first day") << Date::MinValue << QDateTime(QDate(100, 1, 1), QTime(0, 0));
+        QTest::newRow("last second") << 2958465.0 + 86399.0 / 86400.0
+                                     << QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59));
+    }
+
+    void conversion()
+    {
+        QFETCH(double, value);
+        QFETCH(QDateTime, dateTime);
+        const Date date(value);
+        QCOMPARE(date.toDateTime(), dateTime);
+        QCOMPARE(Date::fromDateTime(dateTime).value(), value);
+        QCOMPARE(date.datePart().toDate(), dateTime.date());
+        QCOMPARE(date.timePart().toTime(), dateTime.time());
+    }
+
+    void outOfRange_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<int>("number");
+        QTest::newRow("before year 100") << Date::MinValue - 1 << 6;
+        QTest::newRow("year 10000") << Date::MaxValue << 6;
+        QTest::newRow("infinity") << std::numeric_limits<double>::infinity() << 6;
+        QTest::newRow("NaN") << std::nan("") << 5;
+    }
+
+    void outOfRange()
+    {
+        QFETCH(double, value);
+        const Date date(value);
+        QVERIFY(!date.isValid());
+        QTEST(errorNumber([&] { date.toDateTime(); }), "number");
+        QVERIFY_THROWS_EXCEPTION(dayvex::Error, Date(Date::MaxValue - 0.5).addDays(1));
+    }
+
+    void minutesDoNotDrift()
+    {
+        // 7 minutes is not a whole number of binary fractions of a day
+        Date date = Date::fromDateTime(QDateTime(QDate(2026, 1, 1), QTime(8, 0)));
+        for (int i = 0; i < 100000; ++i)
+            date = date.addMinutes(7);
+        QCOMPARE(date.toDateTime(), QDateTime(QDate(2026, 1, 1), QTime(8, 0)).addSecs(7 * 60 * 100000LL));
+        QCOMPARE(date.addMinutes(-15).toDateTime(), date.toDateTime().addSecs(-15 * 60));
+    }
+
+    void arithmeticCrossesZero()
+    {
+        const Date evening(-1.75); // 29 December 1899 18:00
+        QCOMPARE(evening.addMinutes(6 * 60).value(), 0.0);
+        QCOMPARE(evening.addMinutes(7 * 60).toDateTime(), QDateTime(QDate(1899, 12, 30), QTime(1, 0)));
+        QCOMPARE(Date(0.25).addMinutes(-12 * 60).value(), -1.75);
+    }
+
+    void arithmeticPastTheRange_data()
+    {
+        // Counts whose milliseconds 64 bits cannot hold are out of range like any other.
+        QTest::addColumn<int>("unit"); // 0 days, 1 minutes, 2 seconds
+        QTest::addColumn<qint64>("count");
+        constexpr qint64 Min = std::numeric_limits<qint64>::min();
+        constexpr qint64 Max = std::numeric_limits<qint64>::max();
+        QTest::newRow("days, least") << 0 << Min;
+        QTest::newRow("days, most") << 0 << Max;
+        QTest::newRow("days, just past the years") << 0 << qint64(Date::MaxValue);
+        QTest::newRow("minutes, least") << 1 << Min;
+        QTest::newRow("minutes, most") << 1 << Max;
+        QTest::newRow("seconds, least") << 2 << Min;
+        QTest::newRow("seconds, sum overflows") << 2 << Max / 1000;
+    }
+
+    void arithmeticPastTheRange()
+    {
+        QFETCH(int, unit);
+        QFETCH(qint64, count);
+        const Date start(36526);
+        QCOMPARE(errorNumber([&] { unit == 0 ? start.addDays(count) : unit == 1 ? start.addMinutes(count) : start.addSeconds(count); }), int(dayvex::Error::Overflow));
+    }
+
+    void formatDate_data()
+    {
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<QString>("expected");
+        // Sunday 3 December 2000, 09:05:07
+        QTest::newRow("date") << "dd/mm/yyyy" << "03/12/2000";
+        QTest::newRow("short tokens") << "d/m/yy" << "3/12/00";
+        QTest::newRow("names") << "ddd d mmm" << "Sun 3 Dec";
+        QTest::newRow("long names") << "dddd dd mmmm" << "Sunday 03 December";
+        QTest::newRow("m after hour is minutes") << "hh:mm" << "09:05";
+        QTest::newRow("m after hour, no padding") << "h:m" << "9:5";
+        QTest::newRow("hour then seconds") << "dd/mm/yyyy hh:ss" << "03/12/2000 09:07";
+        QTest::newRow("n is minutes") << "hh.nn" << "09.05";
+        QTest::newRow("capital H") << "H" << "9";
+        QTest::newRow("right two of h:nn") << "h:nn" << "9:05";
+        QTest::newRow("month after date token") << "mm/01/yyyy" << "12/01/2000";
+        QTest::newRow("literals") << "\"day\" d \\m" << "day 3 m";
+    }
+
+    void formatDate()
+    {
+        QFETCH(QString, pattern);
+        const Date date = Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(9, 5, 7)));
+        QTEST(dayvex::formatDate(date, pattern, QLocale(QLocale::English)), "expected");
+        // What a host may store that is no moment shows as the empty date.
+        const QString empty = dayvex::formatDate(Date(), pattern, QLocale(QLocale::English));
+        QCOMPARE(dayvex::formatDate(Date(std::nan("")), pattern, QLocale(QLocale::English)), empty);
+        QCOMPARE(dayvex::formatDate(Date(-std::numeric_limits<double>::infinity()), pattern, QLocale(QLocale::English)), empty);
+        QVERIFY_THROWS_EXCEPTION(dayvex::Error, dayvex::formatDate(Date(1e7), pattern));
+    }
+
+    void formatNumber_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("#0") << 12.0 << "#0" << "12";
+        QTest::newRow("half away from zero") << 2.5 << "#0" << "3";
+        QTest::newRow("negative half") << -2.5 << "#0" << "-3";
+        QTest::newRow("00 pads") << 9.0 << "00" << "09";
+        QTest::newRow("thirteen digits") << 42.0 << "0000000000000" << "0000000000042";
+        QTest::newRow("past 32 bits") << 2147483648.0 << "#0" << "2147483648";
+    }
+
+    void formatNumber()
+    {
+        QFETCH(double, value);
+        QFETCH(QString, pattern);
+        QTEST(dayvex::formatNumber(value, pattern), "expected");
+    }
+
+    void val_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<double>("expected");
+        QTest::newRow("leading number") << "12abc" << 12.0;
+        QTest::newRow("no number") << "x" << 0.0;
+        QTest::newRow("blanks anywhere") << " 1 2\t3" << 123.0;
+        QTest::newRow("decimal") << "3.75 h" << 3.75;
+        QTest::newRow("exponent") << "1e3" << 1000.0;
+        QTest::newRow("D exponent") << "2D2" << 200.0;
+        QTest::newRow("dangling exponent") << "5e" << 5.0;
+        QTest::newRow("hex") << "&H1F" << 31.0;
+        QTest::newRow("octal") << "&O17" << 15.0;
+        QTest::newRow("second point stops") << "1.2.3" << 1.2;
+    }
+
+    void val()
+    {
+        QFETCH(QString, text);
+        QTEST(dayvex::val(text), "expected");
+    }
+
+    void parseDate_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<DateOrder>("order");
+        QTest::addColumn<QDateTime>("expected"); // invalid: refused
+        const DateOrder dmy = DateOrder::DayMonthYear, mdy = DateOrder::MonthDayYear;
+        const QDate day0(1899, 12, 30);
+        QTest::newRow("hh:mm") << "08:30" << dmy << QDateTime(day0, QTime(8, 30));
+        QTest::newRow("h:mm") << "8:30" << dmy << QDateTime(day0, QTime(8, 30));
+        QTest::newRow("seconds") << "08:30:15" << dmy << QDateTime(day0, QTime(8, 30, 15));
+        QTest::newRow("pm") << "8:30 PM" << dmy << QDateTime(day0, QTime(20, 30));
+        QTest::newRow("12 am") << "12:00 am" << dmy << QDateTime(day0, QTime(0, 0));
+        QTest::newRow("day first") << "03/12/2000" << dmy << QDateTime(QDate(2000, 12, 3), QTime(0, 0));
+        QTest::newRow("month first") << "03/12/2000" << mdy << QDateTime(QDate(2000, 3, 12), QTime(0, 0));
+        QTest::newRow("dashes") << "3-12-2000" << dmy << QDateTime(QDate(2000, 12, 3), QTime(0, 0));
+        QTest::newRow("points") << "3.12.2000" << dmy << QDateTime(QDate(2000, 12, 3), QTime(0, 0));
+        QTest::newRow("swapped when invalid") << "25/12/2000" << mdy << QDateTime(QDate(2000, 12, 25), QTime(0, 0));
+        QTest::newRow("year first") << "2000-12-03" << mdy << QDateTime(QDate(2000, 12, 3), QTime(0, 0));
+        QTest::newRow("two-digit year") << "1/2/29" << dmy << QDateTime(QDate(2029, 2, 1), QTime(0, 0));
+        QTest::newRow("two-digit year, last century") << "1/2/30" << dmy << QDateTime(QDate(1930, 2, 1), QTime(0, 0));
+        QTest::newRow("date and time") << "03/12/2000 14:30" << dmy << QDateTime(QDate(2000, 12, 3), QTime(14, 30));
+        QTest::newRow("hour out of range") << "25:99" << dmy << QDateTime();
+        QTest::newRow("minutes out of range") << "10:60" << dmy << QDateTime();
+        QTest::newRow("letters") << "abc" << dmy << QDateTime();
+        QTest::newRow("empty") << "" << dmy << QDateTime();
+        QTest::newRow("31 February") << "31/02/2000" << dmy << QDateTime();
+        QTest::newRow("mixed separators") << "3/12-2000" << dmy << QDateTime();
+        QTest::newRow("time glued to date") << "3/12/200014:30" << dmy << QDateTime();
+        QTest::newRow("13 pm") << "13:00 pm" << dmy << QDateTime();
+    }
+
+    void parseDate()
+    {
+        QFETCH(QString, text);
+        QFETCH(DateOrder, order);
+        QFETCH(QDateTime, expected);
+        const std::optional<Date> date = dayvex::parseDate(text, order);
+        QCOMPARE(date.has_value(), expected.isValid());
+        if (date)
+            QCOMPARE(date->toDateTime(), expected);
+        else
+            QVERIFY_THROWS_EXCEPTION(Error, dayvex::toDate(text, order));
+    }
+
+    void localeOrder_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<DateOrder>("order");
+        QTest::newRow("Italian") << QLocale(QLocale::Italian, QLocale::Italy) << DateOrder::DayMonthYear;
+        QTest::newRow("US") << QLocale(QLocale::English, QLocale::UnitedStates) << DateOrder::MonthDayYear;
+        QTest::newRow("Japanese") << QLocale(QLocale::Japanese, QLocale::Japan) << DateOrder::YearMonthDay;
+    }
+
+    void localeOrder()
+    {
+        QFETCH(QLocale, locale);
+        QTEST(localeDateOrder(locale), "order");
+    }
+
+    void weekday()
+    {
+        // 27 November 2000 was a Monday, 3 December 2000 a Sunday
+        QCOMPARE(weekdayFromMonday(Date::fromDate(QDate(2000, 11, 27))), 1);
+        QCOMPARE(weekdayFromMonday(Date::fromDate(QDate(2000, 12, 3))), 7);
+    }
+
+    void positionsAndKeys()
+    {
+        Collection c;
+        const auto a = c.add("a", "Alpha");
+        c.add("unkeyed");
+        c.add("b", "5");
+        QCOMPARE(c.Count(), 3);
+        QCOMPARE(c.Item(1), a); // the same shared record comes back
+        QCOMPARE(c.Item("ALPHA")->name, "a");
+        QCOMPARE(c.Item("5")->name, "b");  // the text 5 is a key...
+        QCOMPARE(c.Item(2)->name, "unkeyed"); // ...a number a position
+        QCOMPARE(c.names(), QStringList({"a", "unkeyed", "b"}));
+        QVERIFY(!c.find("missing"));
+    }
+
+    void errors_data()
+    {
+        QTest::addColumn<int>("which");
+        QTest::addColumn<int>("number");
+        QTest::newRow("duplicate key, other case") << 0 << 457;
+        QTest::newRow("position 0") << 1 << 5;
+        QTest::newRow("position past the end") << 2 << 5;
+        QTest::newRow("absent key") << 3 << 5;
+        QTest::newRow("remove absent key") << 4 << 5;
+        QTest::newRow("insert before absent key") << 5 << 5;
+        QTest::newRow("empty key finds nothing") << 6 << 5;
+    }
+
+    void errors()
+    {
+        QFETCH(int, which);
+        Collection c;
+        c.add("a", "Key");
+        c.add("b");
+        const std::function<void()> calls[] = {
+            [&] { c.add("dup", "KEY"); },
+            [&] { c.Item(0); },
+            [&] { c.Item(3); },
+            [&] { c.Item("nope"); },
+            [&] { c.Remove("nope"); },
+            [&] { c.insertBefore(std::make_shared<Thing>(), "new", "nope"); },
+            [&] { c.Item(""); },
+        };
+        QTEST(errorNumber(calls[which]), "number");
+        QCOMPARE(c.names(), QStringList({"a", "b"})); // a failed call changes nothing
+    }
+
+    void insertBefore()
+    {
+        Collection c;
+        c.add("a", "A");
+        c.add("c", "C");
+        c.insertBefore(std::make_shared<Thing>(Thing{"b"}), "B", "c");
+        c.insertBefore(std::make_shared<Thing>(Thing{"first"}), QString(), "a");
+        QCOMPARE(c.names(), QStringList({"first", "a", "b", "c"}));
+        QCOMPARE(c.Item("b")->name, "b");
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Platform)
+#include "tst_platform.moc"

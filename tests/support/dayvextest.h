@@ -1,0 +1,210 @@
+#pragma once
+
+// What the tests share: QtTest, dates by their parts, the error number of a call,
+// and with the widgets a shown control driven as a user and a host would.
+
+#include <dayvex/platform/date.h>
+#include <dayvex/platform/error.h>
+
+#include <QDateTime>
+#include <QMetaProperty>
+#include <QTest>
+
+#include <functional>
+#include <memory>
+
+using namespace dayvex;
+
+inline Date at(QDate day, int hour = 0, int minute = 0, int second = 0)
+{
+    return Date::fromDateTime(QDateTime(day, QTime(hour, minute, second)));
+}
+
+inline Date at(int year, int month, int day, int hour = 0, int minute = 0, int second = 0)
+{
+    return at(QDate(year, month, day), hour, minute, second);
+}
+
+// What the call throws as an Error: its number, 0 for none, and its text.
+struct Raised
+{
+    qint32 number = 0;
+    QString description;
+    QString source;
+};
+
+inline Raised raised(const std::function<void()> &call)
+{
+    try {
+        call();
+    } catch (const Error &e) {
+        return {e.number(), e.description(), e.source()};
+    }
+    return {};
+}
+
+inline qint32 errorNumber(const std::function<void()> &call) { return raised(call).number; }
+
+// Every field of a record, a date by its exact value, to compare records whole.
+template <typename Record>
+QString fieldsOf(const Record &record)
+{
+    QStringList out;
+    const QMetaObject &meta = Record::staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QVariant value = meta.property(i).readOnGadget(&record);
+        out << QString::fromLatin1(meta.property(i).name()) + '='
+                   + (value.metaType() == QMetaType::fromType<Date>() ? QString::number(value.value<Date>().value(), 'g', 17)
+                                                                      : value.toString());
+    }
+    return out.join('|');
+}
+
+#ifdef QT_WIDGETS_LIB
+#include <internals.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QPushButton>
+#include <QTimer>
+
+// Drives the editors and questions of the commands as a user would, from
+// inside the command's wait for its editor.
+class EditorDriver : public QObject
+{
+public:
+    static QDialog *openForm(const QString &name)
+    {
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            if (window->objectName() == name && window->isVisible())
+                return qobject_cast<QDialog *>(window);
+        }
+        return nullptr;
+    }
+
+    // Runs action on the form as soon as it shows, until stop().
+    void whenOpen(const QString &name, std::function<void(QDialog *)> action)
+    {
+        QTimer::singleShot(0, this, [this, name, action, round = m_round] {
+            if (round != m_round)
+                return;
+            if (QDialog *form = openForm(name))
+                action(form);
+            else
+                whenOpen(name, action);
+        });
+    }
+
+    // Answers every question with yes or no and notes it as "text !" (exclamation icon) or "text -".
+    void answerPrompts(bool yes)
+    {
+        setPromptAnswerer([this, yes](const QString &text, PromptIcon icon) {
+            prompts << text + (icon == PromptIcon::Exclamation ? " !" : " -");
+            return yes;
+        });
+    }
+
+    void stop()
+    {
+        ++m_round;
+        prompts.clear();
+        setPromptAnswerer({});
+    }
+
+    QStringList prompts;
+
+private:
+    int m_round = 0;
+};
+
+// Plays the host of the editing tests: notes each event's name, answers the
+// Before events as told and lets a test change the record there.
+struct ScriptedHost
+{
+    QStringList log;
+    BeforeAnswer answer;
+    std::function<void(std::shared_ptr<Schedule> &)> editSchedule;
+    std::function<void(std::shared_ptr<ToDo> &)> editToDo;
+    std::shared_ptr<ToDo> announced; // the to-do of the last after-event
+
+private:
+    void edit(std::shared_ptr<Schedule> &record) { if (editSchedule) editSchedule(record); }
+    void edit(std::shared_ptr<ToDo> &record) { if (editToDo) editToDo(record); }
+    template <typename Record>
+    auto before(const char *name)
+    {
+        return [this, name](std::shared_ptr<Record> &record, bool &ExternalHandled, bool &Cancel) {
+            log << QString::fromLatin1(name);
+            ExternalHandled = answer.ExternalHandled;
+            Cancel = answer.Cancel;
+            edit(record);
+        };
+    }
+    template <typename Record>
+    auto after(const char *name)
+    {
+        return [this, name](std::shared_ptr<Record> &record) {
+            log << QString::fromLatin1(name);
+            if constexpr (std::is_same_v<Record, ToDo>)
+                announced = record;
+        };
+    }
+    template <typename Record>
+    auto validate(const char *name)
+    {
+        return [this, name](std::shared_ptr<Record> &, bool &) { log << QString::fromLatin1(name); };
+    }
+
+public:
+    void listenTo(zntDayvex *c)
+    {
+        QObject::connect(c, &zntDayvex::BeforeScheduleAdd, c, before<Schedule>("BeforeScheduleAdd"));
+        QObject::connect(c, &zntDayvex::BeforeScheduleChange, c, before<Schedule>("BeforeScheduleChange"));
+        QObject::connect(c, &zntDayvex::BeforeScheduleDelete, c, before<Schedule>("BeforeScheduleDelete"));
+        QObject::connect(c, &zntDayvex::BeforeTodoAdd, c, before<ToDo>("BeforeTodoAdd"));
+        QObject::connect(c, &zntDayvex::BeforeTodoChange, c, before<ToDo>("BeforeTodoChange"));
+        QObject::connect(c, &zntDayvex::BeforeTodoDelete, c, before<ToDo>("BeforeTodoDelete"));
+        QObject::connect(c, &zntDayvex::BeforeTodoSetComplete, c, before<ToDo>("BeforeTodoSetComplete"));
+        QObject::connect(c, &zntDayvex::ScheduleAdded, c, after<Schedule>("ScheduleAdded"));
+        QObject::connect(c, &zntDayvex::ScheduleChanged, c, after<Schedule>("ScheduleChanged"));
+        QObject::connect(c, &zntDayvex::ScheduleDeleted, c, after<Schedule>("ScheduleDeleted"));
+        QObject::connect(c, &zntDayvex::TodoAdded, c, after<ToDo>("TodoAdded"));
+        QObject::connect(c, &zntDayvex::ToDoChanged, c, after<ToDo>("ToDoChanged"));
+        QObject::connect(c, &zntDayvex::ToDoDeleted, c, after<ToDo>("ToDoDeleted"));
+        QObject::connect(c, &zntDayvex::ValidateSchedule, c, validate<Schedule>("ValidateSchedule"));
+        QObject::connect(c, &zntDayvex::ValidateToDo, c, validate<ToDo>("ValidateToDo"));
+    }
+};
+
+template <typename Widget>
+Widget *field(QWidget *form, const char *name)
+{
+    return form->findChild<Widget *>(QString::fromUtf8(name));
+}
+
+inline void press(QWidget *form, const char *button)
+{
+    QTest::mouseClick(field<QPushButton>(form, button), Qt::LeftButton);
+}
+
+// A fresh control with default settings and the English texts, showing plan in
+// the day view on a real (offscreen) window.
+inline std::unique_ptr<zntDayvex> shownControl(const std::shared_ptr<DayvexData> &plan,
+                                                       Date startDay = {})
+{
+    resetSharedSettings();
+    resetLanguage();
+    LoadLanguage();
+    auto control = std::make_unique<zntDayvex>();
+    control->InitProperties();
+    if (!startDay.isEmpty())
+        control->setStartDay(startDay);
+    control->setPlan(plan);
+    control->resize(1000, 640);
+    control->show();
+    if (!QTest::qWaitForWindowExposed(control.get()))
+        qWarning("the control's window was never exposed");
+    control->Refresh(zntPlanShowDay);
+    return control;
+}
+#endif
