@@ -64,7 +64,7 @@ zntDayvex::zntDayvex(QWidget *parent)
 
     d->createChildren();
     d->createMenus();
-    d->connectGestures();
+    d->m_gestures = std::make_unique<GestureRouter>(*d, this, d->m_lista, d->m_daFare, d->m_frShowApp);
     d->connectCommands();
     // A control made by code generated from a form gets no other call before the
     // form's assignments, which must land on a freshly initialised control.
@@ -189,8 +189,8 @@ void zntDayvex::ReadProperties(PropertyBag &propertyBag)
     d->m_calendar->setSelectedDate(d->m_startDay.toDate());
     d->rebuildTimeRows();
     d->refillToDos();
-    d->m_selection.pressedListIndex = -1;
-    d->m_selection.pressedLineIndex = -1;
+    d->m_gestures->selection().pressedListIndex = -1;
+    d->m_gestures->selection().pressedLineIndex = -1;
 }
 
 bool zntDayvex::event(QEvent *event)
@@ -255,12 +255,12 @@ void zntDayvex::mnNuovo_Click()
 
 void zntDayvex::mnModifica_Click()
 {
-    d->m_appointments->modify(d->m_selection.appointmentKey);
+    d->m_appointments->modify(d->m_gestures->selection().appointmentKey);
 }
 
 void zntDayvex::mnElimina_Click()
 {
-    d->m_appointments->remove(d->m_selection.appointmentKey);
+    d->m_appointments->remove(d->m_gestures->selection().appointmentKey);
 }
 
 // ---- layout ----

@@ -8,7 +8,7 @@
 #include <dayvex/editing/editinghost.h>
 #include <dayvex/model/hostevents.h>
 #include <dayvex/reminders/reminderhost.h>
-#include <dayvex/views/viewselection.h>
+#include <dayvex/views/gesturerouter.h>
 
 #include <functional>
 #include <memory>
@@ -23,18 +23,15 @@ namespace dayvex {
 
 class AgendaGrid;
 class AlarmScan;
-class AppointmentBox;
 class AppointmentCommands;
 class CommandFlag;
 class ToDoCommands;
-class DayList;
 class DetailPane;
-class ItemGestures;
 class StatusLine;
 class MonthCalendar;
 class ToDoGrid;
 
-class zntDayvexPrivate final : public EditingHost, public ReminderHost
+class zntDayvexPrivate final : public EditingHost, public ReminderHost, public GestureHost
 {
 public:
     explicit zntDayvexPrivate(zntDayvex *control);
@@ -70,7 +67,7 @@ public:
     void showToDoDone(const QString &key) override;
 
     // What the commands act on, as the gestures left it.
-    const ViewSelection &viewSelection() const { return m_selection; }
+    const ViewSelection &viewSelection() const { return m_gestures->selection(); }
     // One tick of the alarm timer, as the Timer child runs it. Throws
     // dayvex::Error 5 when a due alarm's record is gone.
     void scanAlarms();
@@ -96,22 +93,12 @@ public:
     template <typename Step>
     void runFromUser(Step step);
 
-    // The gestures of the grids, the boxes, the day lists and the detail pane.
-    void connectGestures();
-    void watchBox(AppointmentBox *box);
-    void watchDayList(DayList *list);
-    // select makes the gesture's appointment the selected one; false when there is none.
-    void watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select);
-    void onListaReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
-    void listaClickAction();
-    void showBoxDetails(AppointmentBox *box);
-    bool selectDayLine(int index);
-    void showDayListDetails(int index);
-    void showToDoDetails(int row);
-    void onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
-    void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos);
-    // Runs a command entry point whatever the menu's enabled state.
-    static void runCommand(QAction *entry);
+    // What the gestures ask of the control.
+    bool menusDisabled() const override { return m_disableMenu; }
+    void runGestureCommand(Command command) override;
+    void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) override;
+    void popUpToDoMenu(bool holdsToDo, bool done, const QPoint &globalPos) override;
+    void gridCellChosen() override;
 
     void createChildren();
     void createMenus();
@@ -129,12 +116,13 @@ public:
     QString m_reminderSoundFile;
     qint16 m_currentView = 0;
     bool m_inResize = false;
-    ViewSelection m_selection;
     // The flag outlives the commands, which end the waits of their editors.
     std::unique_ptr<CommandFlag> m_commandRunning;
     std::unique_ptr<AppointmentCommands> m_appointments;
     std::unique_ptr<ToDoCommands> m_todos;
     std::unique_ptr<AlarmScan> m_alarmScan;
+    // Made once the views exist; gone before them, with its connections.
+    std::unique_ptr<GestureRouter> m_gestures;
 
     // Children, named as the host and the language file know them.
     AgendaGrid *m_lista = nullptr;

@@ -1,0 +1,206 @@
+#include "gesturerouter.h"
+
+#include "agendagrid.h"
+#include "appointmentbox.h"
+#include "daylist.h"
+#include "detailpane.h"
+#include "itemgestures.h"
+#include "todogrid.h"
+
+#include <dayvex/i18n/language.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/model/sharedsettings.h>
+#include <dayvex/platform/error.h>
+
+namespace dayvex {
+
+using Command = GestureHost::Command;
+
+template <typename Step>
+void GestureRouter::runFromUser(Step step)
+{
+    runLoggingErrors("zntDayvex", step);
+}
+
+GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *grid, ToDoGrid *todos,
+                             DetailPane *pane)
+    : m_host(host), m_surface(surface), m_grid(grid), m_todos(todos), m_pane(pane)
+{
+    connect(m_grid, &AgendaGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
+        runFromUser([&] { onGridReleased(pos, button, global); });
+    });
+    connect(m_grid, &AgendaGrid::doubleClickedAt, this, [this] {
+        runFromUser([this] {
+            m_host.gridCellChosen();
+            if (!m_host.menusDisabled())
+                m_host.runGestureCommand(Command::NewAppointment);
+        });
+    });
+    connect(m_grid, &AgendaGrid::keyboardMoved, this, [this] {
+        // The arrow keys move the date on show as a click on the cell would.
+        m_selection.listaRow = m_grid->currentRow();
+        m_selection.listaColumn = m_grid->currentColumn();
+        runFromUser([this] { m_host.gridCellChosen(); });
+    });
+    connect(m_grid, &AgendaGrid::boxCreated, this, [this](AppointmentBox *box) { watchBox(box); });
+    connect(m_grid, &AgendaGrid::dayListCreated, this, [this](DayList *list) { watchDayList(list); });
+
+    connect(m_todos, &ToDoGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
+        runFromUser([&] { onToDoReleased(pos, button, global); });
+    });
+    connect(m_todos, &ToDoGrid::doubleClickedAt, this, [this](const QPoint &pos) {
+        if (m_host.menusDisabled())
+            return;
+        // A double click on a to-do changes it; one below the rows makes a new one.
+        m_host.runGestureCommand(m_todos->keyAt(m_todos->cellAt(pos).first).isEmpty() ? Command::NewToDo
+                                                                                      : Command::ModifyToDo);
+    });
+    connect(m_todos, &ToDoGrid::hovered, this, [this] {
+        if (m_pane->isVisible())
+            m_pane->hide();
+    });
+    connect(m_todos, &ToDoGrid::enterPressed, this, [this](int row) {
+        m_selection.toDoKey = m_todos->keyAt(row);
+        if (!m_selection.toDoKey.isEmpty())
+            m_host.runGestureCommand(Command::ModifyToDo);
+    });
+    connect(m_todos, &ToDoGrid::deletePressed, this, [this](int row) {
+        m_selection.toDoKey = m_todos->keyAt(row);
+        if (!m_selection.toDoKey.isEmpty())
+            m_host.runGestureCommand(Command::DeleteToDo);
+    });
+
+    connect(m_pane, &DetailPane::clicked, this, [this] {
+        // The pane stands over the to-do list when it shows a to-do.
+        m_host.runGestureCommand(m_todos->x() <= m_pane->x() ? Command::ModifyToDo : Command::ModifyAppointment);
+    });
+}
+
+void GestureRouter::watchBox(AppointmentBox *box)
+{
+    const ItemGestures *gestures = box->gestures();
+    connect(gestures, &ItemGestures::clicked, this, [this, box] { runFromUser([&] { showBoxDetails(box); }); });
+    watchAppointmentGestures(gestures, [this, box] {
+        m_selection.appointmentKey = box->entry().key;
+        return true;
+    });
+}
+
+void GestureRouter::watchDayList(DayList *list)
+{
+    connect(list, &DayList::pressed, this, [this](DayList *pressed, int line) {
+        m_selection.pressedListIndex = pressed->index();
+        m_selection.pressedLineIndex = line;
+    });
+    const ItemGestures *gestures = list->gestures();
+    connect(gestures, &ItemGestures::clicked, this,
+            [this, list] { runFromUser([&] { showDayListDetails(list->index()); }); });
+    watchAppointmentGestures(gestures, [this, list] { return selectDayLine(list->index()); });
+}
+
+void GestureRouter::watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select)
+{
+    // The item acted on is the one the gesture is on, whatever was clicked before.
+    const auto onSelected = [this, select](Command command) {
+        runFromUser([&] {
+            if (select())
+                m_host.runGestureCommand(command);
+        });
+    };
+    connect(gestures, &ItemGestures::doubleClicked, this, [this, onSelected] {
+        onSelected(Command::ModifyAppointment);
+        m_pane->hide();
+    });
+    connect(gestures, &ItemGestures::enterPressed, this, [onSelected] { onSelected(Command::ModifyAppointment); });
+    connect(gestures, &ItemGestures::deletePressed, this, [onSelected] { onSelected(Command::DeleteAppointment); });
+    // Offered whatever DisableMenu says, unlike the grid's own menu.
+    connect(gestures, &ItemGestures::rightReleased, this, [this, select](const QPoint &global) {
+        runFromUser([&] { select(); });
+        m_host.popUpAppointmentMenu(true, global);
+    });
+}
+
+void GestureRouter::onGridReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)
+{
+    const auto [row, column] = m_grid->cellAt(pos);
+    if (row >= 0 && column >= 0)
+        m_grid->setCurrentCell(row, column);
+    m_selection.listaRow = m_grid->currentRow();
+    m_selection.listaColumn = m_grid->currentColumn();
+    m_host.gridCellChosen();
+    // popup() returns at once: the redrawn day shows while the menu is open.
+    if (button == Qt::RightButton && !m_host.menusDisabled())
+        m_host.popUpAppointmentMenu(false, globalPos);
+}
+
+void GestureRouter::showBoxDetails(AppointmentBox *box)
+{
+    const AgendaEntry &entry = box->entry();
+    m_selection.appointmentKey = entry.key;
+    // Beside the box, within the grid: the box stays in sight, the calendar uncovered.
+    const QRect item(box->mapTo(m_surface, QPoint(0, 0)), box->size());
+    m_pane->showAt(m_pane->areaBeside(item, m_grid->geometry()), detail::boxCaption(entry), detail::boxText(entry));
+}
+
+bool GestureRouter::selectDayLine(int index)
+{
+    const DayList *list = m_grid->dayList(index);
+    const int line = list->currentRow();
+    const std::vector<AgendaEntry> &entries = m_grid->dayListEntries(index);
+    if (line < 0 || size_t(line) >= entries.size())
+        return false;
+    m_selection.appointmentKey = entries[size_t(line)].key;
+    return true;
+}
+
+void GestureRouter::showDayListDetails(int index)
+{
+    if (!selectDayLine(index))
+        return;
+    const DayList *list = m_grid->dayList(index);
+    const QString line = list->lineText(list->currentRow());
+    // The day's date text is its first appointment's.
+    const QRect cell(list->mapTo(m_surface, QPoint(0, 0)), list->size());
+    m_pane->showAt(m_pane->areaBeside(cell, m_grid->geometry()),
+                   detail::listCaption(m_grid->dayListEntries(index).front().dates(), line), detail::listText(line));
+}
+
+void GestureRouter::showToDoDetails(int row)
+{
+    const QString key = m_todos->keyAt(row);
+    m_selection.toDoKey = key;
+    const std::shared_ptr<DayvexData> plan = sharedSettings().Plan;
+    if (key.isEmpty() || !plan || !plan->ToDoS()->find(key))
+        return; // a row the host has emptied since the last refill
+    const std::shared_ptr<ToDo> todo = plan->ToDoS()->Item(key);
+    // Above the list, on its left edge: no row is covered, and the pane's left
+    // edge tells a click on it that it shows a to-do.
+    m_pane->showAt(m_pane->areaAbove(m_todos->geometry(), m_surface->rect()), text(Text::ToDo),
+                   detail::toDoText(*todo, sharedSettings().DateFormat));
+}
+
+void GestureRouter::onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)
+{
+    const int row = m_todos->cellAt(pos).first;
+    if (button == Qt::LeftButton) {
+        if (row >= 0)
+            showToDoDetails(row);
+        return;
+    }
+    if (button != Qt::RightButton || m_host.menusDisabled())
+        return;
+    const QString key = m_todos->keyAt(row);
+    const bool holdsToDo = !key.isEmpty();
+    const bool done = m_todos->isDone(row);
+    m_todos->clearSelection();
+    if (row >= 0)
+        m_todos->setCurrentCell(row, holdsToDo ? 1 : 0, QItemSelectionModel::NoUpdate);
+    if (holdsToDo)
+        m_todos->selectionModel()->select(QItemSelection(m_todos->model()->index(row, 1),
+                                                         m_todos->model()->index(row, m_todos->columnCount() - 1)),
+                                          QItemSelectionModel::Select);
+    m_selection.toDoKey = key;
+    m_host.popUpToDoMenu(holdsToDo, done, globalPos);
+}
+
+} // namespace dayvex

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <dayvex/views/viewselection.h>
+
+#include <QObject>
+#include <QPoint>
+
+#include <functional>
+
+namespace dayvex {
+
+class AgendaGrid;
+class AppointmentBox;
+class DayList;
+class DetailPane;
+class ItemGestures;
+class ToDoGrid;
+
+// What the gestures ask of the control that holds the views: its commands and
+// menus, and the date on show.
+class GestureHost
+{
+public:
+    enum class Command { NewAppointment, ModifyAppointment, DeleteAppointment, NewToDo, ModifyToDo, DeleteToDo };
+
+    virtual ~GestureHost() = default;
+    virtual bool menusDisabled() const = 0;
+    // Runs the command of a menu entry whatever the menu last showed it as.
+    virtual void runGestureCommand(Command command) = 0;
+    virtual void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) = 0;
+    virtual void popUpToDoMenu(bool holdsToDo, bool done, const QPoint &globalPos) = 0;
+    // The grid's current cell was chosen by a click or the arrow keys.
+    virtual void gridCellChosen() = 0;
+};
+
+// Turns the clicks, keys and menus on the grids, boxes, day lists and detail
+// pane into the selection and the host's commands. surface is the widget the
+// detail pane is placed in.
+class GestureRouter : public QObject
+{
+public:
+    GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *grid, ToDoGrid *todos, DetailPane *pane);
+
+    // What the commands act on, as the gestures left it.
+    ViewSelection &selection() { return m_selection; }
+    const ViewSelection &selection() const { return m_selection; }
+
+private:
+    void watchBox(AppointmentBox *box);
+    void watchDayList(DayList *list);
+    // select makes the gesture's appointment the selected one; false when there is none.
+    void watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select);
+    void onGridReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
+    void showBoxDetails(AppointmentBox *box);
+    bool selectDayLine(int index);
+    void showDayListDetails(int index);
+    void showToDoDetails(int row);
+    void onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
+    template <typename Step>
+    static void runFromUser(Step step);
+
+    GestureHost &m_host;
+    QWidget *m_surface;
+    AgendaGrid *m_grid;
+    ToDoGrid *m_todos;
+    DetailPane *m_pane;
+    ViewSelection m_selection;
+};
+
+} // namespace dayvex
