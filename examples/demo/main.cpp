@@ -135,11 +135,13 @@ int screenshots(DemoWindow &window, const QDir &dir)
 
     // The reminder due a minute after start, a minute early: the clock is moved on.
     dayvex::setClockSource([] { return QDateTime::currentDateTime().addSecs(65); });
-    // The control's alarm timer, made to tick at once.
+    // The control's alarm timer, made to tick once at once, then at its own pace.
     auto *alarmTimer = window.control()->findChild<QTimer *>(QStringLiteral("Timer"));
+    const int interval = alarmTimer->interval();
+    QObject::connect(alarmTimer, &QTimer::timeout, alarmTimer, [alarmTimer, interval] { alarmTimer->start(interval); },
+                     Qt::SingleShotConnection);
     alarmTimer->start(0);
     settle(300);
-    alarmTimer->start(5000);
     for (QWidget *popup : QApplication::topLevelWidgets()) {
         if (popup->objectName() == QLatin1String("frmPromemoria") && popup->isVisible())
             return save(window, dir, "reminder.png") ? 0 : 1; // the pop-up stands over the window
