@@ -96,8 +96,10 @@ void zntDayvex::markChanged(const char *name)
 bool zntDayvex::assign(const char *name, const QVariant &value)
 {
     const ControlProperty &row = controlProperty(name);
-    if (!row.accepts(value))
+    if (!row.accepts(value)) {
+        qCWarning(lcDayvex, "zntDayvex: %s refuses %s", name, qPrintable(value.toString()));
         return false;
+    }
     row.set(*d, value);
     markChanged(name);
     return true;
@@ -191,6 +193,21 @@ void zntDayvex::ReadProperties(PropertyBag &propertyBag)
     d->refillToDos();
     d->m_gestures->selection().pressedListIndex = -1;
     d->m_gestures->selection().pressedLineIndex = -1;
+}
+
+QSize zntDayvex::minimumSizeHint() const
+{
+    // The size below which a resize grows the control again.
+    const TwipsScale scale = TwipsScale::of(this);
+    return {scale.toPixels(ControlMinimum::Width + ControlMinimum::Margin),
+            scale.toPixels(ControlMinimum::Height + ControlMinimum::Margin)};
+}
+
+QSize zntDayvex::sizeHint() const
+{
+    // A week whose boxes can be read, beside one month and the to-do list.
+    const TwipsScale scale = TwipsScale::of(this);
+    return minimumSizeHint().expandedTo({scale.toPixels(11400), scale.toPixels(7800)});
 }
 
 bool zntDayvex::event(QEvent *event)

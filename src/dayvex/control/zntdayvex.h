@@ -152,6 +152,11 @@ public:
     /// Prints the to-do list as printView() prints the view.
     int printToDoList(QPrinter *printer);
 
+    /// The control's minimum size, below which a resize grows it again.
+    QSize minimumSizeHint() const override;
+    /// Room for a readable week beside a month and the to-do list.
+    QSize sizeHint() const override;
+
     /// The date and date-time formats that start-up picks for a locale: day
     /// first when the locale writes 3 December 2000 starting with "3", month
     /// first otherwise.

@@ -2,6 +2,8 @@
 
 namespace dayvex {
 
+Q_LOGGING_CATEGORY(lcDayvex, "dayvex", QtInfoMsg)
+
 const QString Error::ComponentSource = QStringLiteral("zntDayvex.ocx");
 const QString Error::PlatformSource = QStringLiteral("Dayvex");
 

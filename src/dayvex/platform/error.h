@@ -3,12 +3,18 @@
 #include <dayvex/dayvex_export.h>
 
 #include <QByteArray>
+#include <QLoggingCategory>
 #include <QString>
 #include <QtGlobal>
 
 #include <exception>
 
 namespace dayvex {
+
+/// The logging category "dayvex": refused property values, failed host handlers
+/// and errors nothing could take. Debug messages are off unless a host turns
+/// them on ("dayvex.debug=true" in QT_LOGGING_RULES).
+DAYVEX_CORE_EXPORT const QLoggingCategory &lcDayvex();
 
 /// An automation error as a host sees it: a number, a description and the
 /// component that raised it.
@@ -86,11 +92,11 @@ void runLoggingErrors(const char *who, Step step)
     try {
         step();
     } catch (const Error &error) {
-        qWarning("%s: error %d: %s", who, int(error.number()), qPrintable(error.description()));
+        qCWarning(lcDayvex, "%s: error %d: %s", who, int(error.number()), qPrintable(error.description()));
     } catch (const std::exception &error) {
-        qWarning("%s: %s", who, error.what());
+        qCWarning(lcDayvex, "%s: %s", who, error.what());
     } catch (...) {
-        qWarning("%s: an exception of an unknown type", who);
+        qCWarning(lcDayvex, "%s: an exception of an unknown type", who);
     }
 }
 

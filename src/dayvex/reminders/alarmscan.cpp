@@ -99,13 +99,13 @@ void AlarmScan::tickFromTimer()
     } catch (const Error &error) {
         if (!m_reported.contains(m_failingAlarm)) {
             m_reported.insert(m_failingAlarm);
-            qWarning("zntDayvex: alarm %s: error %d: %s", qPrintable(m_failingAlarm), int(error.number()),
+            qCWarning(lcDayvex, "zntDayvex: alarm %s: error %d: %s", qPrintable(m_failingAlarm), int(error.number()),
                      qPrintable(error.description()));
         }
     } catch (const std::exception &error) {
-        qWarning("zntDayvex: alarm scan: %s", error.what());
+        qCWarning(lcDayvex, "zntDayvex: alarm scan: %s", error.what());
     } catch (...) {
-        qWarning("zntDayvex: alarm scan: an exception of an unknown type");
+        qCWarning(lcDayvex, "zntDayvex: alarm scan: an exception of an unknown type");
     }
 }
 
