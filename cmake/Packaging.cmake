@@ -1,5 +1,6 @@
-# `cpack -G DEB` in the build folder: one Debian package holding the library, its
-# development files and the Qt Designer plugin, each an install component.
+# `cpack -G DEB` in the build folder: Debian packages split as Debian splits a
+# library: the run-time library (stripped, its symbols in a -dbgsym package), the
+# development files, and the Qt Designer plugin, one install component each.
 set(CPACK_PACKAGE_NAME dayvex)
 set(CPACK_PACKAGE_VENDOR "Dayvex")
 set(CPACK_PACKAGE_CONTACT "Dayvex developers <dayvex@localhost>")
@@ -17,17 +18,32 @@ set(CPACK_COMPONENT_DESIGNER_DEPENDS library)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
-set(CPACK_DEBIAN_PACKAGE_NAME dayvex)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-# The run-time dependencies (Qt's libraries among them) come from dpkg-shlibdeps;
-# find_package(Dayvex) also needs Qt's own CMake files.
+# A component's DEPENDS become the package's Depends, at this very version.
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-base-dev")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "zntDayvex shows appointments in day, week and month views beside a month
+# The plugin links libDayvex from the run-time package, built here.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libdayvex${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "embeddable agenda control for Qt Widgets hosts
+zntDayvex shows appointments in day, week and month views beside a month
 calendar, with a to-do list and reminders, over data that the host owns.
-The package holds the shared library, its headers and CMake package files
-and a Qt Designer plugin.")
+This package holds the shared libraries.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libdayvex-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+# find_package(Dayvex) loads Qt's CMake files; the headers include Qt's.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "qt6-base-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "embeddable agenda control for Qt Widgets hosts - development files
+The headers and CMake package files of Dayvex::Core and Dayvex::Dayvex.")
+
+set(CPACK_DEBIAN_DESIGNER_PACKAGE_NAME dayvex-designer-plugin)
+set(CPACK_DEBIAN_DESIGNER_PACKAGE_SECTION devel)
+set(CPACK_DEBIAN_DESIGNER_DESCRIPTION "embeddable agenda control for Qt Widgets hosts - Qt Designer plugin
+Puts zntDayvex in Qt Designer's widget box and on forms.")
 include(CPack)

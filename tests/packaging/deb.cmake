@@ -11,48 +11,86 @@ function(run)
 endfunction()
 
 run(cpack -G DEB --config ${DAYVEX_BUILD_DIR}/CPackConfig.cmake -B ${WORK_DIR}/package)
-file(GLOB debs ${WORK_DIR}/package/dayvex_*.deb)
-list(LENGTH debs count)
-if(NOT count EQUAL 1)
-    message(FATAL_ERROR "expected one dayvex_*.deb, found: ${debs}")
+
+# contents(<package file name start> <out> [ddeb]): what dpkg-deb lists in that one
+# package; symbol packages end in .ddeb.
+function(contents name out)
+    set(extension deb)
+    if(ARGN)
+        set(extension ${ARGN})
+    endif()
+    file(GLOB found ${WORK_DIR}/package/${name}_*.${extension})
+    list(LENGTH found count)
+    if(NOT count EQUAL 1)
+        file(GLOB all ${WORK_DIR}/package/*.deb)
+        message(FATAL_ERROR "expected one ${name}_*.${extension}, found: ${all}")
+    endif()
+    run(dpkg-deb -c ${found})
+    set(${out} "${output}" PARENT_SCOPE)
+    set(${out}_deb ${found} PARENT_SCOPE)
+endfunction()
+
+function(expect text what)
+    foreach(path ${ARGN})
+        if(NOT text MATCHES "\\./${path}\n")
+            message(FATAL_ERROR "${what} lacks /${path}:\n${text}")
+        endif()
+    endforeach()
+endfunction()
+
+contents(libdayvex0 runtime)
+contents(libdayvex-dev development)
+contents(dayvex-designer-plugin designer)
+contents(libdayvex0-dbgsym symbols ddeb)
+expect("${runtime}" "the run-time package" ${LIBDIR}/libDayvex.so.${VERSION} ${LIBDIR}/libDayvexCore.so.${VERSION})
+expect("${development}" "the development package" usr/include/dayvex/dayvex.h usr/include/dayvex/dayvex_export.h
+       usr/include/dayvex/model/schedules.h ${LIBDIR}/cmake/Dayvex/DayvexConfig.cmake
+       ${LIBDIR}/cmake/Dayvex/DayvexTargets.cmake)
+expect("${designer}" "the designer package" ${PLUGIN_DIR}/libdayvex_designer.so)
+if(runtime MATCHES "usr/include|cmake/Dayvex")
+    message(FATAL_ERROR "the run-time package holds development files:\n${runtime}")
+endif()
+if(NOT symbols MATCHES "usr/lib/debug/")
+    message(FATAL_ERROR "the symbols package holds no debug files:\n${symbols}")
 endif()
 
-run(dpkg-deb -c ${debs})
-set(contents "${output}")
-foreach(path
-        usr/include/dayvex/dayvex.h
-        usr/include/dayvex/dayvex_export.h
-        usr/include/dayvex/model/schedules.h
-        ${LIBDIR}/libDayvex.so.${VERSION}
-        ${LIBDIR}/libDayvexCore.so.${VERSION}
-        ${LIBDIR}/cmake/Dayvex/DayvexConfig.cmake
-        ${LIBDIR}/cmake/Dayvex/DayvexTargets.cmake
-        ${PLUGIN_DIR}/libdayvex_designer.so)
-    if(NOT contents MATCHES "\\./${path}\n")
-        message(FATAL_ERROR "the package lacks /${path}:\n${contents}")
-    endif()
-endforeach()
 # Only what a host includes is installed.
-string(REGEX MATCHALL "usr/include/[^\n]*\\.h\n" headers "${contents}")
+string(REGEX MATCHALL "usr/include/[^\n]*\\.h\n" headers "${development}")
 list(LENGTH headers header_count)
-if(header_count GREATER 15 OR contents MATCHES "usr/include/dayvex/(views|editing|reminders|layout)/")
-    message(FATAL_ERROR "the package installs internal headers (${header_count} headers):\n${contents}")
+if(header_count GREATER 15 OR development MATCHES "usr/include/dayvex/(views|editing|reminders|layout)/")
+    message(FATAL_ERROR "the package installs internal headers (${header_count} headers):\n${development}")
 endif()
-if(contents MATCHES "tst_|dayvex_demo|dayvex_monkey")
-    message(FATAL_ERROR "the package holds tests or the demo:\n${contents}")
-endif()
-
-run(dpkg-deb -f ${debs} Package Version Depends)
-if(NOT output MATCHES "Package: dayvex\n" OR NOT output MATCHES "Version: ${VERSION}\n")
-    message(FATAL_ERROR "wrong name or version:\n${output}")
-endif()
-foreach(dependency libqt6widgets6 libqt6multimedia6 qt6-base-dev)
-    if(NOT output MATCHES "${dependency}")
-        message(FATAL_ERROR "no dependency on ${dependency}:\n${output}")
+file(GLOB debs ${WORK_DIR}/package/*.deb)
+foreach(deb ${debs})
+    run(dpkg-deb -c ${deb})
+    if(output MATCHES "tst_|dayvex_demo|dayvex_monkey")
+        message(FATAL_ERROR "${deb} holds tests or the demo:\n${output}")
     endif()
 endforeach()
 
-run(dpkg-deb -x ${debs} ${WORK_DIR}/root)
+# The shipped library is stripped: its debug information is in the -dbgsym package.
+run(dpkg-deb -x ${runtime_deb} ${WORK_DIR}/runtime)
+run(objdump -h ${WORK_DIR}/runtime/${LIBDIR}/libDayvex.so.${VERSION})
+if(output MATCHES "\\.debug_info")
+    message(FATAL_ERROR "libDayvex in the run-time package is not stripped")
+endif()
+
+run(dpkg-deb -f ${runtime_deb} Version Depends)
+if(NOT output MATCHES "Version: ${VERSION}\n" OR NOT output MATCHES "libqt6widgets6" OR NOT output MATCHES "libqt6multimedia6")
+    message(FATAL_ERROR "wrong version or dependencies of the run-time package:\n${output}")
+endif()
+run(dpkg-deb -f ${development_deb} Depends)
+if(NOT output MATCHES "libdayvex0 \\(= ${VERSION}" OR NOT output MATCHES "qt6-base-dev")
+    message(FATAL_ERROR "the development package does not depend on its run-time and Qt's:\n${output}")
+endif()
+run(dpkg-deb -f ${designer_deb} Depends)
+if(NOT output MATCHES "libdayvex0")
+    message(FATAL_ERROR "the designer package does not depend on the run-time:\n${output}")
+endif()
+
+foreach(deb ${runtime_deb} ${development_deb} ${designer_deb})
+    run(dpkg-deb -x ${deb} ${WORK_DIR}/root)
+endforeach()
 string(REPLACE ";" " " flags "${CONSUMER_FLAGS}")
 run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/consumer -DCMAKE_PREFIX_PATH=${WORK_DIR}/root/usr
     "-DCMAKE_CXX_FLAGS=${flags}" "-DCMAKE_EXE_LINKER_FLAGS=${flags}")
