@@ -331,6 +331,10 @@ void zntDayvexPrivate::selectView()
         drawView(tab);
     else
         onCalendarSelectionChanged();
+    if (m_currentView != m_announcedView) {
+        m_announcedView = m_currentView;
+        callHostHandler("currentViewChanged", [this] { emit q->currentViewChanged(m_currentView); });
+    }
 }
 
 void zntDayvexPrivate::rebuildTimeRows()

@@ -23,6 +23,8 @@
 #include <dayvex/printing/printpreview.h>
 
 #include <QCoreApplication>
+#include <QMetaMethod>
+#include <QMetaProperty>
 #include <QScrollBar>
 #include <QSignalBlocker>
 
@@ -89,6 +91,19 @@ qint16 zntDayvex::CurrentView() const { return d->m_currentView; }
 void zntDayvex::markChanged(const char *name)
 {
     DAYVEX_RAISE(PropertyChanged, QString::fromLatin1(name));
+    // Then the property's own notify signal, with the value as its property reads it.
+    const QMetaProperty property = metaObject()->property(metaObject()->indexOfProperty(name));
+    if (!property.hasNotifySignal())
+        return;
+    const QMetaMethod notify = property.notifySignal();
+    const QVariant value = property.read(this);
+    callHostHandler(name, [&] {
+        if (notify.parameterCount() == 0)
+            notify.invoke(this, Qt::DirectConnection);
+        else
+            notify.invoke(this, Qt::DirectConnection, QGenericArgument(notify.parameterTypes().at(0).constData(),
+                                                                       value.constData()));
+    });
 }
 
 // ---- properties ----

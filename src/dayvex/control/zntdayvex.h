@@ -38,22 +38,27 @@ enum zntPlanShowType : qint16 {
 class DAYVEX_EXPORT zntDayvex : public QWidget
 {
     Q_OBJECT
-    Q_PROPERTY(bool DisableReminderPopUp READ DisableReminderPopUp WRITE setDisableReminderPopUp)
-    Q_PROPERTY(bool DisableMenu READ DisableMenu WRITE setDisableMenu)
-    Q_PROPERTY(QString DayStartTime READ DayStartTime WRITE setDayStartTime)
-    Q_PROPERTY(QString DayEndTime READ DayEndTime WRITE setDayEndTime)
+    Q_PROPERTY(bool DisableReminderPopUp READ DisableReminderPopUp WRITE setDisableReminderPopUp NOTIFY
+                   disableReminderPopUpChanged)
+    Q_PROPERTY(bool DisableMenu READ DisableMenu WRITE setDisableMenu NOTIFY disableMenuChanged)
+    Q_PROPERTY(QString DayStartTime READ DayStartTime WRITE setDayStartTime NOTIFY dayStartTimeChanged)
+    Q_PROPERTY(QString DayEndTime READ DayEndTime WRITE setDayEndTime NOTIFY dayEndTimeChanged)
     // Qt Designer edits neither qint16 nor Date: a form sees DayStepMinutes as an
     // int and StartDay as a QDate, through setters that keep the host API's rules.
-    Q_PROPERTY(int DayStepMinutes READ dayStepMinutesOnForm WRITE setDayStepMinutesFromForm)
-    Q_PROPERTY(std::shared_ptr<dayvex::DayvexData> Plan READ Plan WRITE setPlan DESIGNABLE false)
-    Q_PROPERTY(QDate StartDay READ startDayOnForm WRITE setStartDayFromForm)
-    Q_PROPERTY(bool MultiUserEnabled READ MultiUserEnabled WRITE setMultiUserEnabled)
-    Q_PROPERTY(bool ContactCodeEnabled READ ContactCodeEnabled WRITE setContactCodeEnabled)
-    Q_PROPERTY(QString ReminderSoundFile READ ReminderSoundFile WRITE setReminderSoundFile)
-    Q_PROPERTY(QString DefaultOwner READ DefaultOwner WRITE setDefaultOwner)
-    Q_PROPERTY(bool GlobalAlarmsEnable READ GlobalAlarmsEnable WRITE setGlobalAlarmsEnable)
-    Q_PROPERTY(QString LanguageFileName READ LanguageFileName WRITE setLanguageFileName)
-    Q_PROPERTY(qint16 CurrentView READ CurrentView DESIGNABLE false)
+    Q_PROPERTY(
+        int DayStepMinutes READ dayStepMinutesOnForm WRITE setDayStepMinutesFromForm NOTIFY dayStepMinutesChanged)
+    Q_PROPERTY(std::shared_ptr<dayvex::DayvexData> Plan READ Plan WRITE setPlan NOTIFY planChanged DESIGNABLE false)
+    Q_PROPERTY(QDate StartDay READ startDayOnForm WRITE setStartDayFromForm NOTIFY startDayChanged)
+    Q_PROPERTY(bool MultiUserEnabled READ MultiUserEnabled WRITE setMultiUserEnabled NOTIFY multiUserEnabledChanged)
+    Q_PROPERTY(
+        bool ContactCodeEnabled READ ContactCodeEnabled WRITE setContactCodeEnabled NOTIFY contactCodeEnabledChanged)
+    Q_PROPERTY(
+        QString ReminderSoundFile READ ReminderSoundFile WRITE setReminderSoundFile NOTIFY reminderSoundFileChanged)
+    Q_PROPERTY(QString DefaultOwner READ DefaultOwner WRITE setDefaultOwner NOTIFY defaultOwnerChanged)
+    Q_PROPERTY(
+        bool GlobalAlarmsEnable READ GlobalAlarmsEnable WRITE setGlobalAlarmsEnable NOTIFY globalAlarmsEnableChanged)
+    Q_PROPERTY(QString LanguageFileName READ LanguageFileName WRITE setLanguageFileName NOTIFY languageFileNameChanged)
+    Q_PROPERTY(qint16 CurrentView READ CurrentView NOTIFY currentViewChanged DESIGNABLE false)
 
 public:
     /// A control as InitProperties() leaves it, with a new empty shared Plan.
@@ -216,6 +221,24 @@ signals:
     void ValidateSchedule(std::shared_ptr<dayvex::Schedule> &mSca, bool &Cancel);
     /// The to-do editor is about to save: the host may Cancel the save.
     void ValidateToDo(std::shared_ptr<dayvex::ToDo> &mToDo, bool &Cancel);
+
+    // Each property's own change signal, after PropertyChanged, with the value as
+    // the property reads it; for bindings, QML and Qt's property system.
+
+    void disableReminderPopUpChanged(bool value);        ///< DisableReminderPopUp was assigned.
+    void disableMenuChanged(bool value);                 ///< DisableMenu was assigned.
+    void dayStartTimeChanged(const QString &value);      ///< DayStartTime took a new text.
+    void dayEndTimeChanged(const QString &value);        ///< DayEndTime took a new text.
+    void dayStepMinutesChanged(int value);               ///< DayStepMinutes took a new step.
+    void planChanged();                                  ///< Plan was assigned.
+    void startDayChanged(const QDate &value);            ///< StartDay was assigned.
+    void multiUserEnabledChanged(bool value);            ///< MultiUserEnabled was assigned.
+    void contactCodeEnabledChanged(bool value);          ///< ContactCodeEnabled was assigned.
+    void reminderSoundFileChanged(const QString &value); ///< ReminderSoundFile was assigned.
+    void defaultOwnerChanged(const QString &value);      ///< DefaultOwner was assigned.
+    void globalAlarmsEnableChanged(bool value);          ///< The alarm timer was started or stopped.
+    void languageFileNameChanged(const QString &value);  ///< LanguageFileName was assigned.
+    void currentViewChanged(qint16 view);                ///< Another view is drawn, a zntPlanShowType.
 
 protected:
     /// Takes the language texts before the first show of a control that was never read.

@@ -115,6 +115,7 @@ public:
     Date m_startDay;
     QString m_reminderSoundFile;
     qint16 m_currentView = 0;
+    qint16 m_announcedView = 0; // the view currentViewChanged last told of
     bool m_inResize = false;
     // The flag outlives the commands, which end the waits of their editors.
     std::unique_ptr<CommandFlag> m_commandRunning;
