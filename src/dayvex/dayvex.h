@@ -18,6 +18,7 @@
 /// - dayvex::importICalendar() and dayvex::exportICalendar(): iCalendar exchange.
 /// - dayvex::printAgenda(): printing on a QPrinter or a QPdfWriter.
 /// - dayvex::PropertyBag: the host's store of the control's design-time properties.
+/// - dayvex::ReminderSound: what a reminder plays, for a host to route elsewhere.
 
 #include <dayvex/platform/date.h>
 #include <dayvex/platform/error.h>
@@ -32,6 +33,6 @@
 
 #include <dayvex/exchange/icalendar.h>
 #include <dayvex/printing/agendaprint.h>
+#include <dayvex/reminders/remindersound.h>
 
-#include <dayvex/control/propertybag.h>
 #include <dayvex/control/zntdayvex.h>

@@ -23,7 +23,6 @@
 #include <dayvex/layout/controllayout.h>
 #include <dayvex/control/monthcalendar.h>
 #include <dayvex/control/statusline.h>
-#include <dayvex/control/propertybag.h>
 #include <dayvex/platform/twips.h>
 #include <dayvex/control/zntdayvex.h>
 #include <dayvex/model/hostevents.h>
@@ -37,6 +36,7 @@
 #include <dayvex/editing/todocommands.h>
 #include <dayvex/reminders/reminderhost.h>
 #include <dayvex/reminders/remindersound.h>
+#include <dayvex/reminders/soundplayback.h>
 #include <dayvex/reminders/reminderpopup.h>
 #include <dayvex/reminders/alarmscan.h>
 

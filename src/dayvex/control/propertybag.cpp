@@ -1,4 +1,4 @@
-#include "propertybag.h"
+#include <dayvex/control/zntdayvex.h>
 
 #include <dayvex/platform/error.h>
 

@@ -1,6 +1,5 @@
 #include "propertytable.h"
 
-#include "propertybag.h"
 #include "zntdayvex_p.h"
 
 #include <dayvex/model/sharedsettings.h>

@@ -4,7 +4,6 @@
 
 #include <dayvex/layout/controllayout.h>
 #include "monthcalendar.h"
-#include "propertybag.h"
 #include "statusline.h"
 #include <dayvex/platform/twips.h>
 

@@ -2,7 +2,7 @@
 
 #include "reminderhost.h"
 #include "reminderpopup.h"
-#include "remindersound.h"
+#include "soundplayback.h"
 
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/error.h>

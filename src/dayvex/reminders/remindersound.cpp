@@ -1,4 +1,4 @@
-#include "remindersound.h"
+#include "soundplayback.h"
 
 #include <QAudioDevice>
 #include <QEventLoop>
