@@ -86,16 +86,6 @@ private slots:
             QCOMPARE(changed.at(0).at(0).toString(), QString::fromLatin1(property));
     }
 
-    void freshControlSavesOnlyStartDay()
-    {
-        zntDayvex control;
-        control.InitProperties();
-        MemoryPropertyBag bag;
-        control.WriteProperties(bag);
-        QCOMPARE(bag.values().keys(), QStringList{"StartDay"});
-        QCOMPARE(bag.values().value("StartDay").toDouble(), today().value());
-    }
-
     void roundTrip()
     {
         QTemporaryDir dir;
