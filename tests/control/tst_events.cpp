@@ -48,9 +48,7 @@ private slots:
 
     void throwingHandlerReachesTheCaller_data()
     {
-        QTest::addColumn<std::function<void()>>("fail");
-        QTest::addColumn<qint32>("number");
-        QTest::addColumn<QString>("description");
+        columns<std::function<void()>, qint32, QString>("fail", "number", "description");
         QTest::newRow("std::exception") << std::function<void()>([] { throw std::runtime_error("host refused"); })
                                         << qint32(Error::AutomationError)
                                         << "BeforeTodoDelete: Automation error: host refused";

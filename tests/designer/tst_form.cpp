@@ -43,10 +43,7 @@ private slots:
 
     void loadedPropertiesWin_data()
     {
-        QTest::addColumn<QVariantMap>("stored");
-        QTest::addColumn<QString>("dayStart");
-        QTest::addColumn<qint16>("step");
-        QTest::addColumn<bool>("multiUser");
+        columns<QVariantMap, QString, qint16, bool>("stored", "dayStart", "step", "multiUser");
         QTest::newRow("stored values") << QVariantMap{{"DayStartTime", "07:00"}, {"DayStepMinutes", 10}}
                                        << "07:00" << qint16(10) << true;
         QTest::newRow("nothing stored: the defaults, not the form") << QVariantMap{} << "08:00" << qint16(30) << true;

@@ -60,12 +60,9 @@ private slots:
 
     void newAppointment_data()
     {
-        QTest::addColumn<bool>("cancel");
-        QTest::addColumn<bool>("external");
-        QTest::addColumn<QString>("hostDescription");
-        QTest::addColumn<InEditor>("inEditor");
-        QTest::addColumn<QStringList>("events");
-        QTest::addColumn<bool>("added"); // as "8"; the editor's save sets a reminder
+        // added: as "8"; the editor's save sets a reminder
+        columns<bool, bool, QString, InEditor, QStringList, bool>("cancel", "external", "hostDescription", "inEditor",
+                                                                  "events", "added");
         const QStringList before{"BeforeScheduleAdd"};
         QTest::newRow("cancel") << true << false << "" << InEditor::Close << before << false;
         QTest::newRow("cancel wins") << true << true << "Pranzo" << InEditor::Close << before << false;
@@ -113,12 +110,8 @@ private slots:
 
     void modifyAppointment_data()
     {
-        QTest::addColumn<bool>("cancel");
-        QTest::addColumn<bool>("external");
-        QTest::addColumn<QString>("hostDescription");
-        QTest::addColumn<QStringList>("events");
-        QTest::addColumn<qint32>("error");
-        QTest::addColumn<QString>("description");
+        columns<bool, bool, QString, QStringList, qint32, QString>("cancel", "external", "hostDescription", "events",
+                                                                   "error", "description");
         QTest::newRow("cancel") << true << false << "" << QStringList{"BeforeScheduleChange"} << 0 << "Riunione";
         QTest::newRow("external") << false << true << "Cena" << QStringList{"BeforeScheduleChange", "ScheduleChanged"}
                                   << 0 << "Cena";
@@ -163,12 +156,7 @@ private slots:
 
     void remove_data()
     {
-        QTest::addColumn<bool>("isToDo");
-        QTest::addColumn<bool>("cancel");
-        QTest::addColumn<bool>("external");
-        QTest::addColumn<bool>("yes");
-        QTest::addColumn<QStringList>("prompts");
-        QTest::addColumn<bool>("removed");
+        columns<bool, bool, bool, bool, QStringList, bool>("isToDo", "cancel", "external", "yes", "prompts", "removed");
         const QStringList asked[] = {{"Deleting selected appointment. Confirm? !"},
                                      {"Deleting selected to do activity. Confirm? -"}}; // no icon
         for (const bool todo : {false, true}) {
@@ -412,9 +400,7 @@ private slots:
 
     void markDone_data()
     {
-        QTest::addColumn<bool>("cancel");
-        QTest::addColumn<bool>("external");
-        QTest::addColumn<bool>("done");
+        columns<bool, bool, bool>("cancel", "external", "done");
         QTest::newRow("cancel") << true << false << false;
         QTest::newRow("external: the host marks it") << false << true << false;
         QTest::newRow("marked") << false << false << true;
@@ -435,12 +421,9 @@ private slots:
 
     void newToDo_data()
     {
-        QTest::addColumn<bool>("cancel");
-        QTest::addColumn<bool>("external");
-        QTest::addColumn<Date>("hostReminder");
-        QTest::addColumn<InEditor>("inEditor");
-        QTest::addColumn<QStringList>("events");
-        QTest::addColumn<Date>("reminder"); // of the new to-do "3"; the zero date when none is stored
+        // reminder: of the new to-do "3"; the zero date when none is stored
+        columns<bool, bool, Date, InEditor, QStringList, Date>("cancel", "external", "hostReminder", "inEditor",
+                                                               "events", "reminder");
         const QStringList asked{"BeforeTodoChange"}; // never BeforeTodoAdd
         const QStringList external{"BeforeTodoChange", "TodoAdded", "ToDoChanged"};
         QTest::newRow("cancel") << true << false << Date() << InEditor::Close << asked << Date();
@@ -495,10 +478,7 @@ private slots:
 
     void modifyToDo_data()
     {
-        QTest::addColumn<bool>("cancel");
-        QTest::addColumn<bool>("external");
-        QTest::addColumn<QStringList>("events");
-        QTest::addColumn<int>("priority");
+        columns<bool, bool, QStringList, int>("cancel", "external", "events", "priority");
         QTest::newRow("cancel") << true << false << QStringList{"BeforeTodoChange"} << 2;
         QTest::newRow("external") << false << true << QStringList{"BeforeTodoChange", "ToDoChanged"} << 7;
         QTest::newRow("editor, saved") << false << false

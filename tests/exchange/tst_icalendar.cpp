@@ -183,10 +183,7 @@ private slots:
         QVERIFY(conference.open(QIODevice::ReadOnly));
         const QByteArray conferenceBytes = conference.readAll();
 
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<bool>("fileRead");
-        QTest::addColumn<int>("appointments");
-        QTest::addColumn<QStringList>("messages");
+        columns<QByteArray, bool, int, QStringList>("bytes", "fileRead", "appointments", "messages");
         QTest::newRow("not iCalendar") << QByteArray("Subject: minutes\n\nNothing to see.\n") << false << 0
                                        << QStringList{"not an iCalendar file"};
         QTest::newRow("empty") << QByteArray() << false << 0 << QStringList{"not an iCalendar file"};

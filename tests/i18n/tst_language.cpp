@@ -22,10 +22,7 @@ private slots:
 
     void readValue_data()
     {
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<QString>("section");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("expected");
+        columns<QByteArray, QString, QString, QString>("file", "section", "key", "expected");
         const QByteArray windowsFile = "; language file\r\n[International]\r\n  Day = Giorno  \r\n"
                                        "Week=\"Settimana \"\r\nMonth==Mese\r\n\r\n[Other]\r\nType=x\r\n";
         QTest::newRow("blanks trimmed, CR LF") << windowsFile << "International" << "Day" << "Giorno";

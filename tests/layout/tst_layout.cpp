@@ -37,12 +37,7 @@ class tst_Layout : public QObject
 private slots:
     void slotCount_data()
     {
-        QTest::addColumn<QString>("start");
-        QTest::addColumn<QString>("end");
-        QTest::addColumn<int>("step");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QString>("storedStart");
-        QTest::addColumn<int>("storedStep");
+        columns<QString, QString, int, int, QString, int>("start", "end", "step", "count", "storedStart", "storedStep");
         QTest::newRow("defaults") << "08:00" << "20:00" << 30 << 25 << "08:00" << 30;
         QTest::newRow("end off the step") << "08:00" << "20:10" << 30 << 26 << "08:00" << 30;
         QTest::newRow("start after end") << "21:00" << "20:00" << 30 << 1 << "21:00" << 30;
@@ -64,10 +59,7 @@ private slots:
 
     void rows_data()
     {
-        QTest::addColumn<QString>("at");
-        QTest::addColumn<int>("step");
-        QTest::addColumn<bool>("week");
-        QTest::addColumn<int>("row");
+        columns<QString, int, bool, int>("at", "step", "week", "row");
         QTest::newRow("first slot") << "08:00" << 30 << false << 0;
         QTest::newRow("on a slot") << "09:30" << 30 << false << 3;
         QTest::newRow("week adds two") << "09:30" << 30 << true << 5;
@@ -188,8 +180,7 @@ private slots:
 
     void entryTexts_data()
     {
-        QTest::addColumn<double>("start");
-        QTest::addColumn<double>("end");
+        columns<double, double>("start", "end");
         QTest::newRow("morning") << 46349.375 << 46349.40625;
         QTest::newRow("a second before midnight rounds up") << 46349.99999 << 46350.5;
         QTest::newRow("before 1900") << -1.25 << -1.5;
@@ -236,8 +227,7 @@ private slots:
 
     void monthFirstCell_data()
     {
-        QTest::addColumn<QDate>("shown");
-        QTest::addColumn<QDate>("firstCell");
+        columns<QDate, QDate>("shown", "firstCell");
         // one month starting on each weekday
         QTest::newRow("Monday") << QDate(2026, 6, 15) << QDate(2026, 6, 1);
         QTest::newRow("Tuesday") << QDate(2026, 9, 30) << QDate(2026, 8, 31);
@@ -260,8 +250,8 @@ private slots:
 
     void hourRuns_data()
     {
-        QTest::addColumn<int>("step");
-        QTest::addColumn<QList<int>>("runs"); // first row and row count, pairwise
+        // runs: first row and row count, pairwise
+        columns<int, QList<int>>("step", "runs");
         QTest::newRow("half hours") << 30 << QList<int>{0, 2, 2, 2, 4, 2};
         QTest::newRow("45 minutes") << 45 << QList<int>{0, 2, 4, 2};
         QTest::newRow("hours") << 60 << QList<int>{};
@@ -278,9 +268,7 @@ private slots:
 
     void monthCell_data()
     {
-        QTest::addColumn<QDate>("day");
-        QTest::addColumn<int>("week");
-        QTest::addColumn<int>("column");
+        columns<QDate, int, int>("day", "week", "column");
         // the grid of December 2000 starts on Monday 27 November
         QTest::newRow("first cell") << QDate(2000, 11, 27) << 0 << 2;
         QTest::newRow("first of the month") << QDate(2000, 12, 1) << 0 << 6;
@@ -315,8 +303,7 @@ private slots:
 
     void sectionAt_data()
     {
-        QTest::addColumn<double>("pos");
-        QTest::addColumn<int>("section");
+        columns<double, int>("pos", "section");
         // sections at 0 (400 wide), 400 (hidden), 400 (600 wide), then a gap before 1200
         QTest::newRow("first") << 0.0 << 0;
         QTest::newRow("hidden gives way") << 400.0 << 2;
@@ -334,9 +321,7 @@ private slots:
 
     void resizeAction_data()
     {
-        QTest::addColumn<double>("width");
-        QTest::addColumn<double>("height");
-        QTest::addColumn<ResizeAction>("action");
+        columns<double, double, ResizeAction>("width", "height", "action");
         QTest::newRow("collapsed") << 9000.0 << 300.0 << ResizeAction::Collapsed;
         QTest::newRow("400 high is not collapsed") << 9000.0 << 400.0 << ResizeAction::GrowHeight;
         QTest::newRow("height first") << 6000.0 << 4000.0 << ResizeAction::GrowHeight;
@@ -354,8 +339,7 @@ private slots:
 
     void calendarMonths_data()
     {
-        QTest::addColumn<double>("width");
-        QTest::addColumn<int>("months");
+        columns<double, int>("width", "months");
         QTest::newRow("12000") << 12000.0 << 1;
         QTest::newRow("12001") << 12001.0 << 2;
     }
@@ -375,9 +359,7 @@ private slots:
 
     void tabCaptions_data()
     {
-        QTest::addColumn<double>("thisDayLeft");
-        QTest::addColumn<int>("tabWidth");
-        QTest::addColumn<bool>("captions");
+        columns<double, int, bool>("thisDayLeft", "tabWidth", "captions");
         // TipoVis is 30 twips short of ThisDay; each tab is int((TipoVis width - 160) / 3)
         QTest::newRow("exactly 1000") << 3190.0 << 1000 << true;
         QTest::newRow("just under") << 3189.0 << 999 << false;

@@ -18,11 +18,7 @@ class tst_TextFit : public QObject
 private slots:
     void fitLines_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<double>("width");
-        QTest::addColumn<int>("maxLines");
-        QTest::addColumn<QStringList>("lines");
-        QTest::addColumn<bool>("cut");
+        columns<QString, double, int, QStringList, bool>("text", "width", "maxLines", "lines", "cut");
         QTest::newRow("fits on one line") << "09:00-10:00 Sala A" << 20.0 << 3 << QStringList{"09:00-10:00 Sala A"} << false;
         QTest::newRow("wraps at blanks") << "09:00-10:00 Sala A | Ferri" << 12.0 << 3
                                          << QStringList{"09:00-10:00", "Sala A |", "Ferri"} << false;
@@ -76,10 +72,7 @@ private slots:
 
     void linesBelow_data()
     {
-        QTest::addColumn<int>("count");
-        QTest::addColumn<int>("first");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<int>("below");
+        columns<int, int, int, int>("count", "first", "rows", "below");
         QTest::newRow("all shown") << 3 << 0 << 4 << 0;
         QTest::newRow("two below") << 6 << 0 << 4 << 2;
         QTest::newRow("scrolled to the end") << 6 << 2 << 4 << 0;
@@ -96,9 +89,8 @@ private slots:
 
     void nowLine_data()
     {
-        QTest::addColumn<Date>("now");
-        QTest::addColumn<int>("slotRows");
-        QTest::addColumn<double>("offset"); // -1: no line
+        // offset: -1: no line
+        columns<Date, int, double>("now", "slotRows", "offset");
         // 08:00 to 20:00 in 30-minute slots of 300 twips
         QTest::newRow("day start") << at(2026, 11, 22, 8, 0) << 25 << 0.0;
         QTest::newRow("a third into 14:00") << at(2026, 11, 22, 14, 10) << 25 << 12 * 300.0 + 100;
@@ -121,8 +113,7 @@ private slots:
 
     void paneBeside_data()
     {
-        QTest::addColumn<QRectF>("item");
-        QTest::addColumn<QRectF>("pane");
+        columns<QRectF, QRectF>("item", "pane");
         const QRectF room(0, 0, 8000, 6000);
         // a pane of 3000 x 1500 in a grid of 8000 x 6000 twips
         QTest::newRow("right of the box") << QRectF(1000, 2000, 1500, 600) << QRectF(2500, 2000, 3000, 1500);

@@ -58,9 +58,7 @@ private slots:
 
     void newKey_data()
     {
-        QTest::addColumn<QStringList>("keys");
-        QTest::addColumn<QStringList>("removed");
-        QTest::addColumn<QString>("expected");
+        columns<QStringList, QStringList, QString>("keys", "removed", "expected");
         QTest::newRow("empty") << QStringList() << QStringList() << "1";
         QTest::newRow("mixed") << QStringList{"3", "10", "x"} << QStringList() << "11";
         QTest::newRow("leading numbers") << QStringList{"12abc", "7"} << QStringList() << "13";
@@ -113,10 +111,7 @@ private slots:
 
     void endCorrection_data()
     {
-        QTest::addColumn<int>("step");
-        QTest::addColumn<Date>("start");
-        QTest::addColumn<Date>("end");
-        QTest::addColumn<Date>("stored");
+        columns<int, Date, Date, Date>("step", "start", "end", "stored");
         QTest::newRow("later end kept") << 30 << at(2026, 11, 2, 9, 0) << at(2026, 11, 2, 10, 0) << at(2026, 11, 2, 10, 0);
         QTest::newRow("equal end") << 30 << at(2026, 11, 2, 14, 30) << at(2026, 11, 2, 14, 30) << at(2026, 11, 2, 15, 0);
         QTest::newRow("earlier end") << 45 << at(2026, 11, 2, 14, 30) << at(2026, 11, 2, 9, 0) << at(2026, 11, 2, 15, 15);
@@ -207,9 +202,7 @@ private slots:
 
     void usersRefuse_data()
     {
-        QTest::addColumn<QString>("second");
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QString>("text");
+        columns<QString, int, QString>("second", "number", "text");
         const QString invalid = "Nominativo utente non valido.|zntDayvex.ocx";
         QTest::newRow("blank") << "   " << -2147221502 << invalid;
         QTest::newRow("empty") << "" << -2147221502 << invalid;
@@ -340,8 +333,7 @@ private slots:
 
     void rebuildKeepsAnUnchangedList_data()
     {
-        QTest::addColumn<Change>("change");
-        QTest::addColumn<bool>("reused");
+        columns<Change, bool>("change", "reused");
         QTest::newRow("nothing changed") << Change::None << true;
         QTest::newRow("key assigned") << Change::KeyAssigned << false;
         QTest::newRow("key edited in place") << Change::KeyEditedInPlace << false;

@@ -58,11 +58,7 @@ class Monkey : public QObject
 {
 public:
     Monkey(quint64 seed, int steps, bool cancelling, bool trace)
-        : m_random(seed)
-        , m_seed(seed)
-        , m_steps(steps)
-        , m_cancelling(cancelling)
-        , m_trace(trace)
+        : m_random(seed), m_seed(seed), m_steps(steps), m_cancelling(cancelling), m_trace(trace)
     {
         m_now = QDateTime(QDate(2026, 11, 16), QTime(8, 55));
         setClockSource([this] { return m_now; });
@@ -108,13 +104,13 @@ private:
 
     int pick(int n) { return int(m_random() % quint64(n)); }
     bool chance(int n) { return pick(n) == 0; }
-    template <typename T, size_t N>
-    const T &any(const T (&items)[N]) { return items[pick(int(N))]; }
+    template <typename T, size_t N> const T &any(const T (&items)[N]) { return items[pick(int(N))]; }
 
     Date oddDate()
     {
-        static const double Values[] = {0.0, -1.0, 1e7, -1e7, std::nan(""), std::numeric_limits<double>::infinity(),
-                                        46342.5, 46342.375, 46343.99, 2958465.9, -657434.0, 1.0 / 3};
+        static const double Values[] = {
+            0.0,     -1.0,      1e7,      -1e7,      std::nan(""), std::numeric_limits<double>::infinity(),
+            46342.5, 46342.375, 46343.99, 2958465.9, -657434.0,    1.0 / 3};
         return Date(any(Values));
     }
     Date around() { return Date(46342.0 + pick(28) - 7 + pick(96) / 96.0); } // 16 November 2026, give or take
@@ -125,8 +121,8 @@ private:
             const Date start = around();
             m_plan->Schedules()->Add(QString::number(i + 1), i % 3 ? "Rossi" : "Bianchi", start,
                                      Date(start.value() + (1 + pick(8)) / 48.0), "C" + QString::number(i), "Ferri",
-                                     i % 2 ? "Lavoro" : "Casa", "Riunione " + QString::number(i),
-                                     i % 4 ? "Sala A" : "", chance(4) ? Date(start.value() - 0.01) : Date());
+                                     i % 2 ? "Lavoro" : "Casa", "Riunione " + QString::number(i), i % 4 ? "Sala A" : "",
+                                     chance(4) ? Date(start.value() - 0.01) : Date());
         }
         for (int i = 0; i < 100; ++i)
             m_plan->ToDoS()->Add(QString::number(i + 1), "Rossi", "Chiamare " + QString::number(i), "Dettagli",
@@ -164,6 +160,12 @@ private:
                 answer(event, externalHandled, cancel);
             };
         };
+        auto validate = [this](const char *event) {
+            return [this, event](auto &, bool &cancel) {
+                bool ignored = false;
+                answer(event, ignored, cancel);
+            };
+        };
         zntDayvex *c = m_control.get();
         connect(c, &zntDayvex::BeforeScheduleAdd, this, before("BeforeScheduleAdd"));
         connect(c, &zntDayvex::BeforeScheduleChange, this, before("BeforeScheduleChange"));
@@ -171,14 +173,8 @@ private:
         connect(c, &zntDayvex::BeforeTodoChange, this, before("BeforeTodoChange"));
         connect(c, &zntDayvex::BeforeTodoDelete, this, before("BeforeTodoDelete"));
         connect(c, &zntDayvex::BeforeTodoSetComplete, this, before("BeforeTodoSetComplete"));
-        connect(c, &zntDayvex::ValidateSchedule, this, [this](std::shared_ptr<Schedule> &, bool &cancel) {
-            bool ignored = false;
-            answer("ValidateSchedule", ignored, cancel);
-        });
-        connect(c, &zntDayvex::ValidateToDo, this, [this](std::shared_ptr<ToDo> &, bool &cancel) {
-            bool ignored = false;
-            answer("ValidateToDo", ignored, cancel);
-        });
+        connect(c, &zntDayvex::ValidateSchedule, this, validate("ValidateSchedule"));
+        connect(c, &zntDayvex::ValidateToDo, this, validate("ValidateToDo"));
         connect(c, &zntDayvex::ReminderAlarm, this,
                 [this](std::shared_ptr<Alarm> &alarm, QWidget *&, bool &externalHandled, bool &cancel) {
                     if (!m_cancelling && chance(4) && alarm)
@@ -199,45 +195,41 @@ private:
         });
     }
 
+    // An odd date in one field, an end before the start, an odd priority.
     void mutate(Schedule &s)
     {
-        switch (pick(4)) {
-        case 0: s.StartDate = oddDate(); break;
-        case 1: s.EndDate = oddDate(); break;
-        case 2: s.ReminderDate = oddDate(); break;
-        default: s.EndDate = Date(s.StartDate.value() - 0.1); break; // ends before it starts
-        }
+        Date *fields[] = {&s.StartDate, &s.EndDate, &s.ReminderDate};
+        const int which = pick(4);
+        *fields[which % 3] = which < 3 ? oddDate() : Date(s.StartDate.value() - 0.1);
     }
     void mutate(ToDo &t)
     {
-        switch (pick(3)) {
-        case 0: t.DueTo = oddDate(); break;
-        case 1: t.ReminderDate = oddDate(); break;
-        default: t.Priority = qint16(pick(3) ? pick(5) : -32768); break;
-        }
+        if (chance(3))
+            t.Priority = qint16(pick(3) ? pick(5) : -32768);
+        else
+            (chance(2) ? t.DueTo : t.ReminderDate) = oddDate();
     }
 
     // ---- the user ----
 
     QWidget *activeWindow()
     {
-        const QWidgetList windows = QApplication::topLevelWidgets();
-        QWidgetList visible;
-        for (QWidget *w : windows) {
-            if (w->isVisible() && w != m_control.get())
-                visible << w;
-        }
+        const QWidgetList visible = otherWindows();
         if (!visible.isEmpty() && !chance(4))
             return visible.at(pick(int(visible.size())));
         return m_control.get();
     }
 
+    static QWidget *childAt(QWidget *window, QPoint at)
+    {
+        QWidget *child = window->childAt(at);
+        return child ? child : window;
+    }
+
     void mouse(QWidget *window)
     {
         const QPoint at(pick(qMax(1, window->width())), pick(qMax(1, window->height())));
-        QWidget *target = window->childAt(at);
-        if (!target)
-            target = window;
+        QWidget *target = childAt(window, at);
         const QPoint local = target->mapFrom(window, at);
         static const Qt::MouseButton Buttons[] = {Qt::LeftButton, Qt::LeftButton, Qt::RightButton};
         const QPointer<QWidget> alive = target;
@@ -251,9 +243,9 @@ private:
 
     void key(QWidget *window)
     {
-        static const Qt::Key Keys[] = {Qt::Key_Delete, Qt::Key_Escape, Qt::Key_Up, Qt::Key_Down, Qt::Key_Left,
-                                       Qt::Key_Right, Qt::Key_Return, Qt::Key_Enter, Qt::Key_Tab, Qt::Key_Menu,
-                                       Qt::Key_PageDown, Qt::Key_Space, Qt::Key_A, Qt::Key_1};
+        static const Qt::Key Keys[] = {Qt::Key_Delete,   Qt::Key_Escape, Qt::Key_Up,    Qt::Key_Down, Qt::Key_Left,
+                                       Qt::Key_Right,    Qt::Key_Return, Qt::Key_Enter, Qt::Key_Tab,  Qt::Key_Menu,
+                                       Qt::Key_PageDown, Qt::Key_Space,  Qt::Key_A,     Qt::Key_1};
         QWidget *target = QApplication::focusWidget();
         if (!target || target->window() != window)
             target = window;
@@ -262,9 +254,7 @@ private:
 
     void wheel(QWidget *window)
     {
-        QWidget *target = window->childAt(pick(qMax(1, window->width())), pick(qMax(1, window->height())));
-        if (!target)
-            target = window;
+        QWidget *target = childAt(window, QPoint(pick(qMax(1, window->width())), pick(qMax(1, window->height()))));
         const QPoint at = target->rect().center();
         QWheelEvent event(at, target->mapToGlobal(at), {}, QPoint(0, pick(2) ? 120 : -360), Qt::NoButton, {},
                           Qt::NoScrollPhase, false);
@@ -273,8 +263,8 @@ private:
 
     void resizeControl()
     {
-        static const QSize Sizes[] = {{1, 1}, {40, 30}, {300, 200}, {1200, 800}, {2600, 1400}, {3840, 2100},
-                                      {5000, 300}, {9000, 600}, {800, 3000}};
+        static const QSize Sizes[] = {{1, 1},       {40, 30},    {300, 200},  {1200, 800}, {2600, 1400},
+                                      {3840, 2100}, {5000, 300}, {9000, 600}, {800, 3000}};
         m_control->resize(chance(3) ? QSize(1 + pick(5000), 1 + pick(3000)) : any(Sizes));
     }
 
@@ -282,66 +272,46 @@ private:
     {
         static const char *const Times[] = {"08:00", "20:00", "00:00", "23:59", "25:99", "", "abc", "7", "12:30 PM"};
         static const qint16 Steps[] = {-5, 0, 1, 5, 7, 30, 60, 1440, 32767};
+        const QString files[] = {QString(), "/nonexistent/lang.ini", "/dev/null", m_dir.filePath("fifo")};
         zntDayvex &c = *m_control;
-        switch (pick(10)) {
-        case 0: c.setDayStartTime(QString::fromLatin1(any(Times))); break;
-        case 1: c.setDayEndTime(QString::fromLatin1(any(Times))); break;
-        case 2: c.setDayStepMinutes(any(Steps)); break;
-        case 3: c.setStartDay(chance(2) ? oddDate() : around()); break;
-        case 4: c.setMultiUserEnabled(chance(2)); break;
-        case 5: c.setContactCodeEnabled(chance(2)); break;
-        case 6: c.setDisableMenu(chance(3)); break;
-        case 7: c.setDisableReminderPopUp(chance(2)); break;
-        case 8: {
-            const QString files[] = {QString(), "/nonexistent/lang.ini", "/dev/null", m_dir.filePath("fifo")};
-            c.setLanguageFileName(any(files));
-            break;
-        }
-        default: c.setReminderSoundFile(chance(2) ? QString() : m_dir.filePath("fifo")); break;
-        }
+        const std::function<void()> assignments[] = {
+            [&] { c.setDayStartTime(QString::fromLatin1(any(Times))); },
+            [&] { c.setDayEndTime(QString::fromLatin1(any(Times))); },
+            [&] { c.setDayStepMinutes(any(Steps)); },
+            [&] { c.setStartDay(chance(2) ? oddDate() : around()); },
+            [&] { c.setMultiUserEnabled(chance(2)); },
+            [&] { c.setContactCodeEnabled(chance(2)); },
+            [&] { c.setDisableMenu(chance(3)); },
+            [&] { c.setDisableReminderPopUp(chance(2)); },
+            [&] { c.setLanguageFileName(any(files)); },
+            [&] { c.setReminderSoundFile(chance(2) ? QString() : m_dir.filePath("fifo")); }};
+        any(assignments)();
     }
 
     void changeRecords()
     {
         const auto schedules = m_plan->Schedules();
         const auto todos = m_plan->ToDoS();
-        switch (pick(5)) {
-        case 0:
-            if (schedules->Count() > 0)
-                mutate(*schedules->Item(1 + pick(schedules->Count())));
-            break;
-        case 1:
-            if (todos->Count() > 0)
-                mutate(*todos->Item(1 + pick(todos->Count())));
-            break;
-        case 2:
-            if (schedules->Count() > 0)
-                schedules->Remove(1 + pick(schedules->Count()));
-            break;
-        case 3:
+        const int s = 1 + pick(qMax(1, schedules->Count())), t = 1 + pick(qMax(1, todos->Count()));
+        const int what = pick(5);
+        if (what == 3)
             schedules->Add(schedules->NewKey(), "Rossi", oddDate(), oddDate(), {}, {}, {}, "Strano", {}, oddDate());
-            break;
-        default:
-            if (todos->Count() > 0)
-                todos->Remove(1 + pick(todos->Count()));
-            break;
-        }
+        else if (what % 2 == 0 && schedules->Count() > 0)
+            what ? schedules->Remove(s) : mutate(*schedules->Item(s));
+        else if (what % 2 && todos->Count() > 0)
+            what == 1 ? mutate(*todos->Item(t)) : todos->Remove(t);
     }
 
     void command()
     {
         if (m_depth > 2)
             return; // one editor inside another is enough
-        zntDayvex &c = *m_control;
-        switch (pick(7)) {
-        case 0: c.mnNuovo_Click(); break;
-        case 1: c.mnModifica_Click(); break;
-        case 2: c.mnElimina_Click(); break;
-        case 3: c.mnuAttivitaCompleta_Click(); break;
-        case 4: c.mnNuovaAttivita_Click(); break;
-        case 5: c.mnModificaAttivita_Click(); break;
-        default: c.mnEliminaAttivita_Click(); break;
-        }
+        static void (zntDayvex::*const Commands[])() = {
+            &zntDayvex::mnNuovo_Click,          &zntDayvex::mnModifica_Click,
+            &zntDayvex::mnElimina_Click,        &zntDayvex::mnuAttivitaCompleta_Click,
+            &zntDayvex::mnNuovaAttivita_Click,  &zntDayvex::mnModificaAttivita_Click,
+            &zntDayvex::mnEliminaAttivita_Click};
+        (m_control.get()->*any(Commands))();
     }
 
     void editorField(QWidget *form)
@@ -352,8 +322,8 @@ private:
         QWidget *field = fields.at(pick(int(fields.size())));
         static const char *const Texts[] = {"", "Pranzo", "x", "0", "C1", "  ", "\xc3\xa8\xe2\x82\xac"};
         if (auto *date = qobject_cast<QDateTimeEdit *>(field)) {
-            date->setDateTime(chance(2) ? date->minimumDateTime() : QDateTime(QDate(2026, 11, 1 + pick(30)),
-                                                                             QTime(pick(24), pick(60))));
+            date->setDateTime(chance(2) ? date->minimumDateTime()
+                                        : QDateTime(QDate(2026, 11, 1 + pick(30)), QTime(pick(24), pick(60))));
         } else if (auto *line = qobject_cast<QLineEdit *>(field)) {
             line->setFocus();
             line->setText(QString::fromUtf8(any(Texts)));
@@ -374,9 +344,7 @@ private:
 
     void answerWindows()
     {
-        for (QWidget *w : QApplication::topLevelWidgets()) {
-            if (!w->isVisible() || w == m_control.get())
-                continue;
+        for (QWidget *w : otherWindows()) {
             if (auto *menu = qobject_cast<QMenu *>(w)) {
                 const QList<QAction *> actions = menu->actions();
                 if (!actions.isEmpty() && chance(2))
@@ -406,28 +374,27 @@ private:
     void act()
     {
         QWidget *window = activeWindow();
-        switch (pick(16)) {
-        case 0: case 1: case 2: mouse(window); break;
-        case 3: case 4: key(window); break;
-        case 5: wheel(window); break;
-        case 6: resizeControl(); break;
-        case 7: assignProperty(); break;
-        case 8: m_control->Refresh(zntPlanShowType(pick(6) - 1)); break;
-        case 9:
-            if (!m_cancelling)
-                changeRecords();
-            break;
-        case 10: command(); break;
-        case 11: case 12: answerWindows(); break;
-        case 13: tick(); break;
-        case 14:
-            if (chance(10))
-                m_plan->setAlarms(Alarms::fromRecords(*m_plan->Schedules(), *m_plan->ToDoS()));
-            break;
-        default:
-            if (auto *grid = m_control->findChild<QAbstractScrollArea *>("Lista"))
-                grid->verticalScrollBar()->setValue(pick(grid->verticalScrollBar()->maximum() + 1));
-            break;
+        // Each action as often as its weight says, out of 16.
+        const std::pair<int, std::function<void()>> actions[] = {
+            {3, [&] { mouse(window); }},
+            {2, [&] { key(window); }},
+            {1, [&] { wheel(window); }},
+            {1, [&] { resizeControl(); }},
+            {1, [&] { assignProperty(); }},
+            {1, [&] { m_control->Refresh(zntPlanShowType(pick(6) - 1)); }},
+            {1, [&] { m_cancelling ? void() : changeRecords(); }},
+            {1, [&] { command(); }},
+            {2, [&] { answerWindows(); }},
+            {1, [&] { tick(); }},
+            {1, [&] { chance(10) ? m_plan->setAlarms(Alarms::fromRecords(*m_plan->Schedules(), *m_plan->ToDoS())) : void(); }},
+            {1, [&] {
+                 if (auto *grid = m_control->findChild<QAbstractScrollArea *>("Lista"))
+                     grid->verticalScrollBar()->setValue(pick(grid->verticalScrollBar()->maximum() + 1));
+             }}};
+        int roll = pick(16);
+        for (const auto &[weight, action] : actions) {
+            if ((roll -= weight) < 0)
+                return action();
         }
     }
 
@@ -468,12 +435,20 @@ private:
         }
     }
 
+    QWidgetList otherWindows() const
+    {
+        QWidgetList out;
+        for (QWidget *w : QApplication::topLevelWidgets()) {
+            if (w->isVisible() && w != m_control.get())
+                out << w;
+        }
+        return out;
+    }
+
     void closeEverything()
     {
-        for (QWidget *w : QApplication::topLevelWidgets()) {
-            if (w != m_control.get() && w->isVisible())
-                w->close();
-        }
+        for (QWidget *w : otherWindows())
+            w->close();
     }
 
     std::mt19937_64 m_random;

@@ -53,8 +53,7 @@ private slots:
 
     void views_data()
     {
-        QTest::addColumn<int>("view");
-        QTest::addColumn<QPageLayout::Orientation>("orientation");
+        columns<int, QPageLayout::Orientation>("view", "orientation");
         QTest::newRow("day") << int(PrintedView::Day) << QPageLayout::Portrait;
         QTest::newRow("week") << int(PrintedView::Week) << QPageLayout::Landscape;
         QTest::newRow("month") << int(PrintedView::Month) << QPageLayout::Landscape;

@@ -84,9 +84,7 @@ private slots:
 
     void dueAlarms_data()
     {
-        QTest::addColumn<Date>("due");
-        QTest::addColumn<bool>("showing");
-        QTest::addColumn<bool>("fires");
+        columns<Date, bool, bool>("due", "showing", "fires");
         QTest::newRow("now") << Date::fromDateTime(Now) << false << true;
         QTest::newRow("an hour ago") << at(2000, 12, 3, 9, 0) << false << true;
         QTest::newRow("a minute from now") << at(2000, 12, 3, 10, 1, 30) << false << false;
@@ -165,9 +163,7 @@ private slots:
 
     void buttons_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<bool>("appointment");
-        QTest::addColumn<Date>("after");
+        columns<QString, bool, Date>("button", "appointment", "after");
         QTest::newRow("appointment, in 5 minutes") << "cmdRipeti" << true << at(2000, 12, 3, 10, 5, 30);
         QTest::newRow("appointment, no more") << "cmdNonRipetere" << true << Date(0.0);
         QTest::newRow("to-do, in 5 minutes") << "cmdRipeti" << false << at(2000, 12, 3, 10, 5, 30);
@@ -213,9 +209,8 @@ private slots:
 
     void failingTick_data()
     {
-        QTest::addColumn<bool>("gone"); // the record is gone, else the handler throws
-        QTest::addColumn<qint32>("number");
-        QTest::addColumn<QString>("message");
+        // gone: the record is gone, else the handler throws
+        columns<bool, qint32, QString>("gone", "number", "message");
         QTest::newRow("record gone") << true << qint32(Error::InvalidArgument) << "alarm S1: error 5";
         QTest::newRow("handler throws") << false << qint32(Error::AutomationError)
                                         << "zntDayvex: alarm S1: error 440: ReminderAlarm: Automation error: host failed";

@@ -43,6 +43,13 @@ inline Raised raised(const std::function<void()> &call)
     return {};
 }
 
+// Declares a data table's columns at once: columns<int, QString>("count", "name").
+template <typename... Types, typename... Names> void columns(const Names &...names)
+{
+    static_assert(sizeof...(Types) == sizeof...(Names));
+    (QTest::addColumn<Types>(names), ...);
+}
+
 inline qint32 errorNumber(const std::function<void()> &call) { return raised(call).number; }
 
 // Every field of a record, a date by its exact value, to compare records whole.

@@ -10,9 +10,9 @@
 #include <QTabBar>
 
 namespace {
-void addAppointment(DayvexData &data, const QString &key, Date start, int minutes, Date reminder = Date())
+void addAppointment(DayvexData &data, const QString &key, Date start, int minutes)
 {
-    data.Schedules()->Add(key, "Rossi", start, start.addMinutes(minutes), {}, "Ferri", {}, key, "Sala A", reminder);
+    data.Schedules()->Add(key, "Rossi", start, start.addMinutes(minutes), {}, "Ferri", {}, key, "Sala A", Date());
 }
 } // namespace
 
@@ -165,8 +165,6 @@ private slots:
 
     void refreshKeepsTheView()
     {
-        addAppointment(*m_data, "reminded", at(QDate(2000, 12, 3), 9), 60, at(QDate(2000, 12, 3), 8));
-        addAppointment(*m_data, "silent", at(QDate(2000, 12, 3), 10), 60);
         auto *tabs = m_control->findChild<QTabBar *>("TipoVis");
         for (zntPlanShowType style : {zntPlanShowMonth, zntPlanShowWeek}) {
             m_control->Refresh(style);
@@ -174,16 +172,11 @@ private slots:
             QCOMPARE(m_control->CurrentView(), qint16(style));
             QCOMPARE(tabs->currentIndex(), style - 1);
         }
-        QCOMPARE(m_data->Alarms()->Count(), 1);
-        QCOMPARE(m_data->Alarms()->Item(1)->AlarmEventKey, "reminded");
     }
 
     void clickMovesTheDate_data()
     {
-        QTest::addColumn<int>("style");
-        QTest::addColumn<int>("row");
-        QTest::addColumn<int>("column");
-        QTest::addColumn<QDate>("shown");
+        columns<int, int, int, QDate>("style", "row", "column", "shown");
         // the month of December 2000 starts on Monday 27 November
         QTest::newRow("month, row 1") << int(zntPlanShowMonth) << 1 << 2 << QDate(2000, 11, 27);
         QTest::newRow("month, row 2") << int(zntPlanShowMonth) << 2 << 2 << QDate(2000, 12, 4);
@@ -205,10 +198,7 @@ private slots:
 
     void rightClickMenus_data()
     {
-        QTest::addColumn<bool>("disableMenu");
-        QTest::addColumn<bool>("onBox");
-        QTest::addColumn<bool>("shown");
-        QTest::addColumn<bool>("modifyEnabled");
+        columns<bool, bool, bool, bool>("disableMenu", "onBox", "shown", "modifyEnabled");
         QTest::newRow("empty slot") << false << false << true << false;
         QTest::newRow("empty slot, menus disabled") << true << false << false << false;
         QTest::newRow("box, menus disabled") << true << true << true << true;
@@ -380,8 +370,7 @@ private slots:
 
     void refreshShowsChangesMadeInPlace_data()
     {
-        QTest::addColumn<int>("view");
-        QTest::addColumn<QString>("change");
+        columns<int, QString>("view", "change");
         for (const int view : {zntPlanShowDay, zntPlanShowWeek, zntPlanShowMonth}) {
             for (const char *change : {"description", "time", "removed", "added", "to-do"})
                 QTest::addRow("%s, view %d", change, view) << view << QString::fromLatin1(change);
