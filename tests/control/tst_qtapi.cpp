@@ -32,9 +32,7 @@ private slots:
 
     void notifySignals_data()
     {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<bool>("accepted");
+        columns<QByteArray, QVariant, bool>("name", "value", "accepted");
         QTest::newRow("start time") << QByteArray("DayStartTime") << QVariant("07:30") << true;
         QTest::newRow("start time refused") << QByteArray("DayStartTime") << QVariant("25:99") << false;
         QTest::newRow("step") << QByteArray("DayStepMinutes") << QVariant(15) << true;
@@ -73,6 +71,62 @@ private slots:
         control.Refresh(zntPlanShowDay);
         QCOMPARE(spy.size(), 2);
         QCOMPARE(spy.at(1).at(0).value<qint16>(), qint16(zntPlanShowDay));
+    }
+
+    // select() brings the record on show; the English commands act on it, and on
+    // nothing but a warning once the host has removed it through the model.
+    void selectionAndCommands_data()
+    {
+        columns<bool>("todo");
+        QTest::newRow("appointment") << false;
+        QTest::newRow("to-do") << true;
+    }
+
+    void selectionAndCommands()
+    {
+        QFETCH(bool, todo);
+        auto plan = std::make_shared<DayvexData>();
+        plan->Schedules()->Add("7", "", at(2027, 5, 12, 10, 0), at(2027, 5, 12, 11, 0), "", "", "", "Visita", "",
+                               Date());
+        plan->ToDoS()->Add("9", "", "Firmare", "", Date(), 1, "", false, Date(), Date());
+        auto control = shownControl(plan, at(2027, 1, 4));
+        ScriptedHost host;
+        host.answer.ExternalHandled = true; // the host takes every command over: no editor, no prompt
+        host.listenTo(control.get());
+        QSignalSpy moved(control.get(), &zntDayvex::selectionChanged);
+        const auto kind = todo ? zntDayvex::SelectedKind::ToDo : zntDayvex::SelectedKind::Appointment;
+        const QString key = todo ? "9" : "7";
+
+        QVERIFY(control->select(key, kind));
+        QCOMPARE(moved.size(), 1);
+        QCOMPARE(control->selectedKind(), kind);
+        QCOMPARE(control->selectedKey(), key);
+        if (!todo)
+            QCOMPARE(control->StartDay(), at(2027, 5, 12));
+        control->modifySelected();
+        QCOMPARE(host.log, todo ? QStringList({"BeforeTodoChange", "ToDoChanged"})
+                                : QStringList({"BeforeScheduleChange", "ScheduleChanged"}));
+        host.log.clear();
+        host.answer.Cancel = true;
+        control->deleteSelected();
+        QCOMPARE(host.log, QStringList{todo ? "BeforeTodoDelete" : "BeforeScheduleDelete"});
+
+        // Removed by the host behind the control's back: the commands only warn.
+        if (todo)
+            plan->ToDoS()->Remove("9");
+        else
+            plan->Schedules()->Remove("7");
+        host.log.clear();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("selected record .* is gone"));
+        control->deleteSelected();
+        QVERIFY(host.log.isEmpty());
+        QCOMPARE(control->selectedKind(), zntDayvex::SelectedKind::None);
+        QCOMPARE(moved.size(), 2);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no appointment or to-do is selected"));
+        control->modifySelected();
+        QVERIFY(host.log.isEmpty());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("select: no "));
+        QVERIFY(!control->select(key, kind));
     }
 
     // Under a label in a column, the control takes the room and never less than its minimum.

@@ -3,6 +3,8 @@
 #include "monthcalendar.h"
 
 #include <dayvex/layout/timegrid.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/platform/error.h>
 #include <dayvex/views/agendagrid.h>
 
 #include <QAction>
@@ -52,6 +54,33 @@ void zntDayvexPrivate::gridCellChosen()
     m_calendar->setSelectedDate(day->toDate());
     if (view == zntPlanShowMonth)
         selectView();
+}
+
+void zntDayvexPrivate::selectionMoved()
+{
+    // Reached from clicks and keys too: nothing a handler throws goes further.
+    runLoggingErrors("zntDayvex", [this] {
+        callHostHandler("selectionChanged", [this] { emit q->selectionChanged(); });
+    });
+}
+
+bool zntDayvexPrivate::selectionStillThere()
+{
+    const ViewSelection &selection = m_gestures->selection();
+    const std::shared_ptr<DayvexData> plan = q->Plan();
+    const QString key = q->selectedKey();
+    if (selection.kind == ViewSelection::Kind::None || key.isEmpty()) {
+        qCWarning(lcDayvex, "zntDayvex: no appointment or to-do is selected");
+        return false;
+    }
+    const bool there = plan
+                       && (selection.kind == ViewSelection::Kind::Appointment ? bool(plan->Schedules()->find(key))
+                                                                              : bool(plan->ToDoS()->find(key)));
+    if (!there) {
+        qCWarning(lcDayvex, "zntDayvex: the selected record %s is gone", qPrintable(key));
+        m_gestures->select(selection.kind, QString());
+    }
+    return there;
 }
 
 } // namespace dayvex

@@ -342,4 +342,108 @@ void zntDayvex::Refresh(zntPlanShowType Style, bool RebuildFrame)
     d->rebuildAlarms();
 }
 
+// ---- selection ----
+
+zntDayvex::SelectedKind zntDayvex::selectedKind() const
+{
+    switch (d->m_gestures->selection().kind) {
+    case ViewSelection::Kind::Appointment: return SelectedKind::Appointment;
+    case ViewSelection::Kind::ToDo: return SelectedKind::ToDo;
+    case ViewSelection::Kind::None: break;
+    }
+    return SelectedKind::None;
+}
+
+QString zntDayvex::selectedKey() const
+{
+    const ViewSelection &selection = d->m_gestures->selection();
+    switch (selection.kind) {
+    case ViewSelection::Kind::Appointment: return selection.appointmentKey;
+    case ViewSelection::Kind::ToDo: return selection.toDoKey;
+    case ViewSelection::Kind::None: break;
+    }
+    return QString();
+}
+
+bool zntDayvex::select(const QString &key, SelectedKind kind)
+{
+    const std::shared_ptr<DayvexData> plan = Plan();
+    if (kind == SelectedKind::Appointment) {
+        const std::shared_ptr<Schedule> found = plan ? plan->Schedules()->find(key) : nullptr;
+        if (!found || !found->StartDate.isValid()) {
+            qCWarning(lcDayvex, "zntDayvex: select: no appointment %s", qPrintable(key));
+            return false;
+        }
+        setStartDay(found->StartDate.datePart());
+        d->m_gestures->select(ViewSelection::Kind::Appointment, found->Key);
+        return true;
+    }
+    if (kind == SelectedKind::ToDo) {
+        const std::shared_ptr<ToDo> found = plan ? plan->ToDoS()->find(key) : nullptr;
+        if (!found) {
+            qCWarning(lcDayvex, "zntDayvex: select: no to-do %s", qPrintable(key));
+            return false;
+        }
+        for (int row = 0; row < d->m_daFare->rowCount(); ++row)
+            if (d->m_daFare->keyAt(row) == found->Key)
+                d->m_daFare->setCurrentCell(row, 1);
+        d->m_gestures->select(ViewSelection::Kind::ToDo, found->Key);
+        return true;
+    }
+    clearSelection();
+    return true;
+}
+
+void zntDayvex::clearSelection()
+{
+    d->m_gestures->select(ViewSelection::Kind::Appointment, QString());
+    d->m_gestures->select(ViewSelection::Kind::ToDo, QString());
+}
+
+void zntDayvex::newAppointment()
+{
+    runLoggingErrors("zntDayvex", [this] { mnNuovo_Click(); });
+}
+
+void zntDayvex::newToDo()
+{
+    runLoggingErrors("zntDayvex", [this] { mnNuovaAttivita_Click(); });
+}
+
+void zntDayvex::modifySelected()
+{
+    runLoggingErrors("zntDayvex", [this] {
+        if (!d->selectionStillThere())
+            return;
+        if (selectedKind() == SelectedKind::Appointment)
+            d->m_appointments->modify(selectedKey());
+        else
+            d->m_todos->modify(selectedKey());
+    });
+}
+
+void zntDayvex::deleteSelected()
+{
+    runLoggingErrors("zntDayvex", [this] {
+        if (!d->selectionStillThere())
+            return;
+        if (selectedKind() == SelectedKind::Appointment)
+            d->m_appointments->remove(selectedKey());
+        else
+            d->m_todos->remove(selectedKey());
+    });
+}
+
+void zntDayvex::markSelectedDone()
+{
+    runLoggingErrors("zntDayvex", [this] {
+        if (selectedKind() != SelectedKind::ToDo) {
+            qCWarning(lcDayvex, "zntDayvex: markSelectedDone: no to-do is selected");
+            return;
+        }
+        if (d->selectionStillThere())
+            d->m_todos->markDone(selectedKey());
+    });
+}
+
 } // namespace dayvex

@@ -224,6 +224,25 @@ public:
     /// Prints the to-do list as printView() prints the view.
     int printToDoList(QPrinter *printer);
 
+    /// What selectedKey() names.
+    enum class SelectedKind {
+        None,        ///< Nothing is selected.
+        Appointment, ///< An appointment of Plan's Schedules.
+        ToDo,        ///< A to-do of Plan's ToDoS.
+    };
+    Q_ENUM(SelectedKind)
+
+    /// Whether the selected record is an appointment or a to-do, or none is.
+    SelectedKind selectedKind() const;
+    /// The key of the selected record, as a click, a key or select() left it; empty for none.
+    QString selectedKey() const;
+    /// Selects the appointment or to-do stored under key: an appointment's day comes
+    /// on show, a to-do becomes the list's current row. False, with a warning in the
+    /// dayvex log, when the plan holds no such record.
+    bool select(const QString &key, SelectedKind kind = SelectedKind::Appointment);
+    /// Selects nothing.
+    void clearSelection();
+
     /// The control's minimum size, below which a resize grows it again.
     QSize minimumSizeHint() const override;
     /// Room for a readable week beside a month and the to-do list.
@@ -233,6 +252,22 @@ public:
     /// first when the locale writes 3 December 2000 starting with "3", month
     /// first otherwise.
     static std::pair<QString, QString> dateFormatsFor(const QLocale &locale);
+
+public slots:
+    // The commands for a host's own buttons and shortcuts. Each checks the
+    // selection first: with none, or one the host has removed, it does nothing
+    // but warn in the dayvex log. Errors, a host handler's included, go to that log too.
+
+    /// New appointment, as mnNuovo_Click() proposes it.
+    void newAppointment();
+    /// Opens the selected appointment or to-do in its editor.
+    void modifySelected();
+    /// Deletes the selected appointment or to-do after asking.
+    void deleteSelected();
+    /// New to-do, in the to-do editor.
+    void newToDo();
+    /// Marks the selected to-do done.
+    void markSelectedDone();
 
 signals:
     /// An accepted property assignment, with the property's name.
@@ -305,7 +340,9 @@ signals:
     void defaultOwnerChanged(const QString &value);      ///< DefaultOwner was assigned.
     void globalAlarmsEnableChanged(bool value);          ///< The alarm timer was started or stopped.
     void languageFileNameChanged(const QString &value);  ///< LanguageFileName was assigned.
-    void currentViewChanged(qint16 view);                ///< Another view is drawn, a zntPlanShowType.
+    void currentViewChanged(qint16 view); ///< Another view is drawn, a zntPlanShowType.
+    /// Another appointment or to-do is selected, or none is.
+    void selectionChanged();
 
 protected:
     /// Takes the language texts before the first show of a control that was never read.

@@ -99,6 +99,9 @@ public:
     void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) override;
     void popUpToDoMenu(bool holdsToDo, bool done, const QPoint &globalPos) override;
     void gridCellChosen() override;
+    void selectionMoved() override;
+    // The selected record, when the plan still holds it; warns and selects nothing when it is gone.
+    bool selectionStillThere();
 
     void createChildren();
     void createMenus();

@@ -60,12 +60,12 @@ GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *gr
             m_pane->hide();
     });
     connect(m_todos, &ToDoGrid::enterPressed, this, [this](int row) {
-        m_selection.toDoKey = m_todos->keyAt(row);
+        select(ViewSelection::Kind::ToDo, m_todos->keyAt(row));
         if (!m_selection.toDoKey.isEmpty())
             m_host.runGestureCommand(Command::ModifyToDo);
     });
     connect(m_todos, &ToDoGrid::deletePressed, this, [this](int row) {
-        m_selection.toDoKey = m_todos->keyAt(row);
+        select(ViewSelection::Kind::ToDo, m_todos->keyAt(row));
         if (!m_selection.toDoKey.isEmpty())
             m_host.runGestureCommand(Command::DeleteToDo);
     });
@@ -76,12 +76,23 @@ GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *gr
     });
 }
 
+void GestureRouter::select(ViewSelection::Kind kind, const QString &key)
+{
+    QString &held = kind == ViewSelection::Kind::ToDo ? m_selection.toDoKey : m_selection.appointmentKey;
+    const ViewSelection::Kind chosen = key.isEmpty() ? ViewSelection::Kind::None : kind;
+    if (held == key && m_selection.kind == chosen)
+        return;
+    held = key;
+    m_selection.kind = chosen;
+    m_host.selectionMoved();
+}
+
 void GestureRouter::watchBox(AppointmentBox *box)
 {
     const ItemGestures *gestures = box->gestures();
     connect(gestures, &ItemGestures::clicked, this, [this, box] { runFromUser([&] { showBoxDetails(box); }); });
     watchAppointmentGestures(gestures, [this, box] {
-        m_selection.appointmentKey = box->entry().key;
+        select(ViewSelection::Kind::Appointment, box->entry().key);
         return true;
     });
 }
@@ -136,7 +147,7 @@ void GestureRouter::onGridReleased(const QPoint &pos, Qt::MouseButton button, co
 void GestureRouter::showBoxDetails(AppointmentBox *box)
 {
     const AgendaEntry &entry = box->entry();
-    m_selection.appointmentKey = entry.key;
+    select(ViewSelection::Kind::Appointment, entry.key);
     // Beside the box, within the grid: the box stays in sight, the calendar uncovered.
     const QRect item(box->mapTo(m_surface, QPoint(0, 0)), box->size());
     m_pane->showAt(m_pane->areaBeside(item, m_grid->geometry()), detail::boxCaption(entry), detail::boxText(entry));
@@ -149,7 +160,7 @@ bool GestureRouter::selectDayLine(int index)
     const std::vector<AgendaEntry> &entries = m_grid->dayListEntries(index);
     if (line < 0 || size_t(line) >= entries.size())
         return false;
-    m_selection.appointmentKey = entries[size_t(line)].key;
+    select(ViewSelection::Kind::Appointment, entries[size_t(line)].key);
     return true;
 }
 
@@ -168,7 +179,7 @@ void GestureRouter::showDayListDetails(int index)
 void GestureRouter::showToDoDetails(int row)
 {
     const QString key = m_todos->keyAt(row);
-    m_selection.toDoKey = key;
+    select(ViewSelection::Kind::ToDo, key);
     const std::shared_ptr<DayvexData> plan = sharedSettings().Plan;
     if (key.isEmpty() || !plan || !plan->ToDoS()->find(key))
         return; // a row the host has emptied since the last refill
@@ -199,7 +210,7 @@ void GestureRouter::onToDoReleased(const QPoint &pos, Qt::MouseButton button, co
         m_todos->selectionModel()->select(QItemSelection(m_todos->model()->index(row, 1),
                                                          m_todos->model()->index(row, m_todos->columnCount() - 1)),
                                           QItemSelectionModel::Select);
-    m_selection.toDoKey = key;
+    select(ViewSelection::Kind::ToDo, key);
     m_host.popUpToDoMenu(holdsToDo, done, globalPos);
 }
 

@@ -31,6 +31,8 @@ public:
     virtual void popUpToDoMenu(bool holdsToDo, bool done, const QPoint &globalPos) = 0;
     // The grid's current cell was chosen by a click or the arrow keys.
     virtual void gridCellChosen() = 0;
+    // The selected appointment or to-do is another one.
+    virtual void selectionMoved() = 0;
 };
 
 // Turns the clicks, keys and menus on the grids, boxes, day lists and detail
@@ -44,6 +46,9 @@ public:
     // What the commands act on, as the gestures left it.
     ViewSelection &selection() { return m_selection; }
     const ViewSelection &selection() const { return m_selection; }
+    // Makes key of that kind the selected record (an empty key selects nothing)
+    // and tells the host when that is a change.
+    void select(ViewSelection::Kind kind, const QString &key);
 
 private:
     void watchBox(AppointmentBox *box);

@@ -7,6 +7,9 @@ namespace dayvex {
 // What the appointment and to-do commands act on, as the last gestures left it.
 struct ViewSelection
 {
+    enum class Kind { None, Appointment, ToDo };
+    Kind kind = Kind::None;     // which of the two keys was chosen last
+
     qint32 listaRow = -1;       // the grid's current cell: a new appointment's proposed time
     qint32 listaColumn = -1;
     QString appointmentKey;     // the appointment last clicked, in a box or a day list
