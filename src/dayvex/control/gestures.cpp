@@ -2,6 +2,9 @@
 
 #include "monthcalendar.h"
 
+#include <dayvex/editing/appointmentcommands.h>
+#include <dayvex/editing/todocommands.h>
+
 #include <dayvex/layout/timegrid.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/platform/error.h>
@@ -81,6 +84,25 @@ bool zntDayvexPrivate::selectionStillThere()
         m_gestures->select(selection.kind, QString());
     }
     return there;
+}
+
+void zntDayvexPrivate::runOnSelection(void (AppointmentCommands::*appointment)(const QString &),
+                                      void (ToDoCommands::*todo)(const QString &))
+{
+    runLoggingErrors("zntDayvex", [&] {
+        const bool isToDo = m_gestures->selection().kind == ViewSelection::Kind::ToDo;
+        if (!(isToDo ? bool(todo) : bool(appointment))) {
+            qCWarning(lcDayvex, "zntDayvex: the command takes a to-do and none is selected");
+            return;
+        }
+        if (!selectionStillThere())
+            return;
+        const QString key = q->selectedKey();
+        if (isToDo)
+            (m_todos.get()->*todo)(key);
+        else
+            (m_appointments.get()->*appointment)(key);
+    });
 }
 
 } // namespace dayvex

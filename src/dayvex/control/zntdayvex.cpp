@@ -412,38 +412,17 @@ void zntDayvex::newToDo()
 
 void zntDayvex::modifySelected()
 {
-    runLoggingErrors("zntDayvex", [this] {
-        if (!d->selectionStillThere())
-            return;
-        if (selectedKind() == SelectedKind::Appointment)
-            d->m_appointments->modify(selectedKey());
-        else
-            d->m_todos->modify(selectedKey());
-    });
+    d->runOnSelection(&AppointmentCommands::modify, &ToDoCommands::modify);
 }
 
 void zntDayvex::deleteSelected()
 {
-    runLoggingErrors("zntDayvex", [this] {
-        if (!d->selectionStillThere())
-            return;
-        if (selectedKind() == SelectedKind::Appointment)
-            d->m_appointments->remove(selectedKey());
-        else
-            d->m_todos->remove(selectedKey());
-    });
+    d->runOnSelection(&AppointmentCommands::remove, &ToDoCommands::remove);
 }
 
 void zntDayvex::markSelectedDone()
 {
-    runLoggingErrors("zntDayvex", [this] {
-        if (selectedKind() != SelectedKind::ToDo) {
-            qCWarning(lcDayvex, "zntDayvex: markSelectedDone: no to-do is selected");
-            return;
-        }
-        if (d->selectionStillThere())
-            d->m_todos->markDone(selectedKey());
-    });
+    d->runOnSelection(nullptr, &ToDoCommands::markDone);
 }
 
 } // namespace dayvex

@@ -102,6 +102,10 @@ public:
     void selectionMoved() override;
     // The selected record, when the plan still holds it; warns and selects nothing when it is gone.
     bool selectionStillThere();
+    // Runs the command of the selected record's kind on it, when the plan still
+    // holds it; a kind without a command (nullptr) only warns. Errors are logged.
+    void runOnSelection(void (AppointmentCommands::*appointment)(const QString &),
+                        void (ToDoCommands::*todo)(const QString &));
 
     void createChildren();
     void createMenus();
