@@ -257,14 +257,14 @@ private slots:
         Alarm appointment;
         appointment.AlarmType = "S";
         appointment.AlarmEventKey = "1";
-        const ReminderText forAppointment = reminderText(appointment, *m_data, "dd/mm/yyyy");
+        const ReminderText forAppointment = reminderText(appointment, *m_data, "dd/mm/yyyy", sharedLanguage());
         QCOMPARE(forAppointment.date, "03/12/2000");
         QCOMPARE(forAppointment.kind, "Appointment");
         QCOMPARE(forAppointment.details, QStringList({"place: Sala A", "contact: Ferri", "Riunione 1"}));
         Alarm todo;
         todo.AlarmType = "T";
         todo.AlarmEventKey = "7";
-        const ReminderText forToDo = reminderText(todo, *m_data, "mm/dd/yyyy");
+        const ReminderText forToDo = reminderText(todo, *m_data, "mm/dd/yyyy", sharedLanguage());
         QCOMPARE(forToDo.date, "12/09/2000");
         QCOMPARE(forToDo.kind, "To do activity");
         QCOMPARE(forToDo.details, QStringList({"project: Sito", "Chiamare"}));

@@ -36,7 +36,13 @@
 #include <limits>
 
 // A host's event: the control's signal with its arguments, under the host-handler guard.
-#define DAYVEX_RAISE(event, ...) callHostHandler(#event, [&] { emit q->event(__VA_ARGS__); })
+// The host's policy, when it has one, answers first; the signal's handlers see its answer.
+#define DAYVEX_RAISE(event, ...)                                                                                      \
+    callHostHandler(#event, [&] {                                                                                      \
+        if (m_policy)                                                                                                  \
+            m_policy->event(__VA_ARGS__);                                                                              \
+        emit q->event(__VA_ARGS__);                                                                                    \
+    })
 
 namespace dayvex {
 
@@ -47,6 +53,10 @@ constexpr int AlarmTimerInterval = 5000;
 
 zntDayvexPrivate::zntDayvexPrivate(zntDayvex *control)
     : q(control),
+      m_ownSettings(instancesShareState() ? nullptr : std::make_unique<SharedSettings>()),
+      m_ownLanguage(instancesShareState() ? nullptr : std::make_unique<LanguageTable>()),
+      m_settings(m_ownSettings ? m_ownSettings.get() : &sharedSettings()),
+      m_language(m_ownLanguage ? m_ownLanguage.get() : &sharedLanguage()),
       m_commandRunning(std::make_unique<CommandFlag>()),
       m_appointments(std::make_unique<AppointmentCommands>(*this, *m_commandRunning)),
       m_todos(std::make_unique<ToDoCommands>(*this, *m_commandRunning)),
@@ -57,6 +67,30 @@ zntDayvexPrivate::zntDayvexPrivate(zntDayvex *control)
 zntDayvexPrivate::~zntDayvexPrivate() = default;
 
 std::shared_ptr<DayvexData> zntDayvexPrivate::editedPlan() const { return q->Plan(); }
+
+void zntDayvexPrivate::watchPlan()
+{
+    const std::shared_ptr<DayvexData> wanted = m_autoRefresh ? q->Plan() : nullptr;
+    if (wanted == m_watchedPlan.lock() && (!wanted || m_planWatch))
+        return;
+    QObject::disconnect(m_planWatch);
+    m_watchedPlan = wanted;
+    if (!wanted)
+        return;
+    m_planWatch = QObject::connect(wanted->changes(), &DataChanges::changed, q, [this] {
+        // Controls that share state may have been handed another plan since.
+        if (q->Plan() != m_watchedPlan.lock()) {
+            watchPlan();
+            return;
+        }
+        runFromUser([this] { q->Refresh(); });
+    });
+}
+
+void zntDayvexPrivate::loadLanguage()
+{
+    m_language->load(m_settings->LanguageFileName);
+}
 QWidget *zntDayvexPrivate::reminderOwner() { return q; }
 
 void zntDayvexPrivate::createChildren()
@@ -88,7 +122,7 @@ void zntDayvexPrivate::createChildren()
             [this] { runFromUser([this] { drawView(selectedTab()); }); });
     QObject::connect(m_lista, &AgendaGrid::viewportResized, q, [this] { runFromUser([this] { drawView(selectedTab()); }); });
 
-    m_statusBar = new StatusLine(q);
+    m_statusBar = new StatusLine(*m_settings, q);
     // The line of the current time moves with the clock.
     QObject::connect(m_statusBar, &StatusLine::ticked, q, [this] { runFromUser([this] { showNow(); }); });
 
@@ -130,30 +164,35 @@ void zntDayvexPrivate::createMenus()
 
 void zntDayvexPrivate::applyMenuCaptions()
 {
-    m_mnNuovaAttivita->setText(text(Text::mnuAddToDo));
-    m_mnNuovo->setText(text(Text::MnuAddAppointemnt));
-    m_mnElimina->setText(text(Text::mnuDeleteAppointment));
-    m_mnEliminaAttivita->setText(text(Text::mnuDeleteToDo));
-    m_mnModifica->setText(text(Text::mnuChangeAppointment));
-    m_mnModificaAttivita->setText(text(Text::mnuChangeToDo));
-    m_mnuAttivitaCompleta->setText(text(Text::mnuDoneToDo));
+    m_mnNuovaAttivita->setText(language().text(Text::mnuAddToDo));
+    m_mnNuovo->setText(language().text(Text::MnuAddAppointemnt));
+    m_mnElimina->setText(language().text(Text::mnuDeleteAppointment));
+    m_mnEliminaAttivita->setText(language().text(Text::mnuDeleteToDo));
+    m_mnModifica->setText(language().text(Text::mnuChangeAppointment));
+    m_mnModificaAttivita->setText(language().text(Text::mnuChangeToDo));
+    m_mnuAttivitaCompleta->setText(language().text(Text::mnuDoneToDo));
 }
 
 // ---- events ----
 
 // Emits one Before signal with both flags false and hands back what the host left in them.
 template <typename Record>
-static BeforeAnswer askHost(zntDayvex *control, const char *event,
+static BeforeAnswer askHost(zntDayvex *control, HostPolicy *policy, const char *event,
                             void (zntDayvex::*signal)(std::shared_ptr<Record> &, bool &, bool &),
+                            void (HostPolicy::*decide)(std::shared_ptr<Record> &, bool &, bool &),
                             std::shared_ptr<Record> &record)
 {
     BeforeAnswer answer;
-    callHostHandler(event, [&] { (control->*signal)(record, answer.ExternalHandled, answer.Cancel); });
+    callHostHandler(event, [&] {
+        if (policy)
+            (policy->*decide)(record, answer.ExternalHandled, answer.Cancel);
+        (control->*signal)(record, answer.ExternalHandled, answer.Cancel);
+    });
     return answer;
 }
 
 #define DAYVEX_ASK(event, record) \
-    case EventId::event: return askHost(q, #event, &zntDayvex::event, record)
+    case EventId::event: return askHost(q, m_policy, #event, &zntDayvex::event, &HostPolicy::event, record)
 
 BeforeAnswer zntDayvexPrivate::raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca)
 {
@@ -256,7 +295,7 @@ int zntDayvexPrivate::print(QPrinter *printer, int view)
     const std::shared_ptr<DayvexData> plan = q->Plan();
     if (!plan)
         return 0;
-    const SharedSettings &shared = sharedSettings();
+    const SharedSettings &shared = settings();
     PrintOptions options;
     options.view = PrintedView(view);
     options.shown = Date::fromDate(m_calendar->selectedDate());
@@ -266,7 +305,7 @@ int zntDayvexPrivate::print(QPrinter *printer, int view)
     options.multiUser = shared.MultiUserEnabled;
     options.dayFirst = dayFirst();
     options.dateFormat = shared.DateFormat;
-    return printAgenda(*printer, *plan, options);
+    return printAgenda(*printer, *plan, options, language());
 }
 
 void zntDayvexPrivate::scanAlarms()
@@ -293,7 +332,7 @@ int zntDayvexPrivate::selectedTab() const
 
 bool zntDayvexPrivate::dayFirst() const
 {
-    return sharedSettings().DateFormat.left(1).toUpper() == QLatin1String("D");
+    return settings().DateFormat.left(1).toUpper() == QLatin1String("D");
 }
 
 void zntDayvexPrivate::selectView()
@@ -340,7 +379,7 @@ void zntDayvexPrivate::rebuildTimeRows()
 {
     if (selectedTab() == zntPlanShowMonth)
         return;
-    SharedSettings &shared = sharedSettings();
+    SharedSettings &shared = settings();
     QString start = shared.DayStartTime;
     QString end = shared.DayEndTime;
     // A step of 0 or less comes back as 30 and stays so.
@@ -354,7 +393,7 @@ void zntDayvexPrivate::refillToDos()
 {
     const std::shared_ptr<DayvexData> plan = q->Plan();
     const std::shared_ptr<ToDoS> todos = plan ? plan->ToDoS() : std::make_shared<ToDoS>();
-    m_daFare->fill(*todos, {text(Text::PriorityShort), text(Text::Project), text(Text::ToDo)});
+    m_daFare->fill(*todos, {language().text(Text::PriorityShort), language().text(Text::Project), language().text(Text::ToDo)});
 }
 
 void zntDayvexPrivate::drawAppointments()
@@ -371,7 +410,7 @@ void zntDayvexPrivate::drawAppointments()
 
     std::vector<AgendaEntry> entries;
     if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
-        const SharedSettings &shared = sharedSettings();
+        const SharedSettings &shared = settings();
         const std::vector<std::shared_ptr<Schedule>> shown = appointmentsStartingIn(*plan->Schedules(), range);
         entries.reserve(shown.size());
         for (const std::shared_ptr<Schedule> &s : shown)
@@ -386,9 +425,8 @@ void zntDayvexPrivate::drawAppointments()
 
 namespace {
 // The first slot's time and the slot length that the rows were built with.
-std::pair<Date, qint16> slotStartAndStep()
+std::pair<Date, qint16> slotStartAndStep(const SharedSettings &shared)
 {
-    const SharedSettings &shared = sharedSettings();
     const std::optional<Date> start = parseDate(shared.DayStartTime);
     return {start ? start->timePart() : Date::fromTime(QTime(8, 0)),
             shared.DayStepMinutes > 0 ? shared.DayStepMinutes : qint16(30)};
@@ -400,7 +438,7 @@ void zntDayvexPrivate::drawView(int view)
     if (view == zntPlanShowMonth) {
         m_lista->placeDayLists(monthFirstCell(Date::fromDate(m_calendar->selectedDate()), dayFirst()));
     } else if (view == zntPlanShowDay || view == zntPlanShowWeek) {
-        const auto [dayStart, step] = slotStartAndStep();
+        const auto [dayStart, step] = slotStartAndStep(settings());
         m_lista->placeBoxes(view == zntPlanShowWeek, dayStart, step);
     }
     showNow();
@@ -408,7 +446,7 @@ void zntDayvexPrivate::drawView(int view)
 
 void zntDayvexPrivate::showNow()
 {
-    const auto [dayStart, step] = slotStartAndStep();
+    const auto [dayStart, step] = slotStartAndStep(settings());
     m_lista->showNow(now(), dayStart, step);
 }
 
@@ -458,7 +496,7 @@ void zntDayvexPrivate::layOutChildren()
     m_tipoVis->setStyleSheet(QStringLiteral("QTabBar::tab { width: %1px; }").arg(qMax(0, scale.toPixels(l.tabWidth))));
     const Text captions[] = {Text::Day, Text::Week, Text::Month};
     for (int tab = 0; tab < 3; ++tab)
-        m_tipoVis->setTabText(tab, l.tabCaptions ? text(captions[tab]) : QString());
+        m_tipoVis->setTabText(tab, l.tabCaptions ? language().text(captions[tab]) : QString());
 }
 
 } // namespace dayvex

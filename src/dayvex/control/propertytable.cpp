@@ -23,29 +23,29 @@ bool timeText(const QVariant &value) { return isDate(value.toString()); }
 // A step from 5 to 179 minutes.
 bool stepInRange(const QVariant &value) { return value.toInt() > 4 && value.toInt() < 180; }
 
-// A row whose value is a field of the settings shared by every control.
+// A row whose value is a field of the control's settings, shared by every control unless instances keep their own.
 template <auto field>
 ControlProperty shared(const char *name, Stored stored, QVariant (*defaultValue)(),
                        bool (*accepts)(const QVariant &) = any)
 {
-    using Value = std::remove_cvref_t<decltype(sharedSettings().*field)>;
+    using Value = std::remove_cvref_t<decltype(std::declval<SharedSettings &>().*field)>;
     return {name, stored, defaultValue, QVariant(), true, accepts,
-            [](const zntDayvexPrivate &) { return QVariant::fromValue(sharedSettings().*field); },
-            [](zntDayvexPrivate &, const QVariant &v) { sharedSettings().*field = v.value<Value>(); }};
+            [](const zntDayvexPrivate &c) { return QVariant::fromValue(c.settings().*field); },
+            [](zntDayvexPrivate &c, const QVariant &v) { c.settings().*field = v.value<Value>(); }};
 }
 
-const std::array<ControlProperty, 12> &table()
+const std::array<ControlProperty, 13> &table()
 {
-    static const std::array<ControlProperty, 12> rows = [] {
-        std::array<ControlProperty, 12> r = {
+    static const std::array<ControlProperty, 13> rows = [] {
+        std::array<ControlProperty, 13> r = {
             shared<&SharedSettings::DayStartTime>("DayStartTime", Stored::Text,
                                                            [] { return QVariant(QStringLiteral("08:00")); }, timeText),
             shared<&SharedSettings::DayEndTime>("DayEndTime", Stored::Text,
                                                          [] { return QVariant(QStringLiteral("20:00")); }, timeText),
             ControlProperty{"DayStepMinutes", Stored::Int16, [] { return QVariant(30); }, QVariant(), true, stepInRange,
-                            [](const zntDayvexPrivate &) { return QVariant(int(sharedSettings().DayStepMinutes)); },
-                            [](zntDayvexPrivate &, const QVariant &v) {
-                                sharedSettings().DayStepMinutes = qint16(v.toInt());
+                            [](const zntDayvexPrivate &c) { return QVariant(int(c.settings().DayStepMinutes)); },
+                            [](zntDayvexPrivate &c, const QVariant &v) {
+                                c.settings().DayStepMinutes = qint16(v.toInt());
                             }},
             ControlProperty{"StartDay", Stored::Day, [] { return QVariant(today().value()); }, QVariant(0.0), true, any,
                             [](const zntDayvexPrivate &c) { return QVariant(c.m_startDay.value()); },
@@ -76,6 +76,13 @@ const std::array<ControlProperty, 12> &table()
             ControlProperty{"DisableReminderPopUp", Stored::Flag, [] { return QVariant(false); }, QVariant(), true,
                             any, [](const zntDayvexPrivate &c) { return QVariant(c.m_disableReminderPopUp); },
                             [](zntDayvexPrivate &c, const QVariant &v) { c.m_disableReminderPopUp = v.toBool(); }},
+            // Redraws on the plan's change announcements instead of waiting for Refresh.
+            ControlProperty{"AutoRefresh", Stored::Flag, [] { return QVariant(false); }, QVariant(), true, any,
+                            [](const zntDayvexPrivate &c) { return QVariant(c.m_autoRefresh); },
+                            [](zntDayvexPrivate &c, const QVariant &v) {
+                                c.m_autoRefresh = v.toBool();
+                                c.watchPlan();
+                            }},
         };
         return r;
     }();

@@ -16,8 +16,8 @@ namespace {
 constexpr int ClockInterval = 30 * 1000;
 } // namespace
 
-StatusLine::StatusLine(QWidget *parent)
-    : QStatusBar(parent)
+StatusLine::StatusLine(const SharedSettings &settings, QWidget *parent)
+    : QStatusBar(parent), m_settings(settings)
 {
     setObjectName(QStringLiteral("StatusBar"));
     setSizeGripEnabled(false);
@@ -46,7 +46,7 @@ StatusLine::StatusLine(QWidget *parent)
 void StatusLine::showNow()
 {
     const Date moment = now();
-    m_panels[1]->setText(formatDate(moment, sharedSettings().DateFormat));
+    m_panels[1]->setText(formatDate(moment, m_settings.DateFormat));
     m_panels[2]->setText(formatDate(moment, QStringLiteral("hh.nn")));
     showCapsLock();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/model/sharedsettings.h>
 
 #include <QStatusBar>
 
@@ -15,7 +16,8 @@ class StatusLine : public QStatusBar
 {
     Q_OBJECT
 public:
-    explicit StatusLine(QWidget *parent = nullptr);
+    // settings, which must outlive the line, give the date format.
+    explicit StatusLine(const SharedSettings &settings, QWidget *parent = nullptr);
 
     QLabel *panel(int index) const { return m_panels[index]; }
     // Reads the clock and the Caps Lock state again.
@@ -33,6 +35,7 @@ private:
 
     QLabel *m_panels[3] = {};
     QTimer *m_clock = nullptr;
+    const SharedSettings &m_settings;
 };
 
 } // namespace dayvex

@@ -44,6 +44,21 @@
 
 namespace dayvex {
 
+namespace {
+bool g_instancesShareState = true;
+int g_liveControls = 0;
+} // namespace
+
+bool instancesShareState() { return g_instancesShareState; }
+
+void setInstancesShareState(bool share)
+{
+    if (g_liveControls > 0 && share != g_instancesShareState)
+        qCWarning(lcDayvex, "setInstancesShareState: %d controls already exist and keep what they share",
+                  g_liveControls);
+    g_instancesShareState = share;
+}
+
 std::pair<QString, QString> zntDayvex::dateFormatsFor(const QLocale &locale)
 {
     // How the locale writes 3 December 2000 tells whether it puts the day first.
@@ -57,9 +72,11 @@ zntDayvex::zntDayvex(QWidget *parent)
     : QWidget(parent), d(std::make_unique<zntDayvexPrivate>(this))
 {
     setObjectName(QStringLiteral("zntDayvex"));
-    // Start-up: the date order of the locale, and a fresh shared Plan. A second
-    // control therefore empties what the first one shows until the host sets Plan.
-    SharedSettings &shared = sharedSettings();
+    ++g_liveControls;
+    // Start-up: the date order of the locale, and a fresh Plan. While controls
+    // share their state, a second one therefore empties what the first one shows
+    // until the host sets Plan.
+    SharedSettings &shared = d->settings();
     std::tie(shared.DateFormat, shared.DateTimeFormat) = dateFormatsFor(QLocale());
     shared.Plan = std::make_shared<DayvexData>();
 
@@ -74,6 +91,7 @@ zntDayvex::zntDayvex(QWidget *parent)
 
 zntDayvex::~zntDayvex()
 {
+    --g_liveControls;
     releasePrintPreviews(this);
     // The children go before their connections' receiver: nothing they signal on
     // the way out reaches a half-destroyed control.
@@ -121,18 +139,19 @@ bool zntDayvex::assign(const char *name, const QVariant &value)
 
 void zntDayvex::setDisableReminderPopUp(bool value) { assign("DisableReminderPopUp", value); }
 void zntDayvex::setDisableMenu(bool value) { assign("DisableMenu", value); }
-QString zntDayvex::DayStartTime() const { return sharedSettings().DayStartTime; }
+QString zntDayvex::DayStartTime() const { return d->settings().DayStartTime; }
 void zntDayvex::setDayStartTime(const QString &value) { assign("DayStartTime", value); }
-QString zntDayvex::DayEndTime() const { return sharedSettings().DayEndTime; }
+QString zntDayvex::DayEndTime() const { return d->settings().DayEndTime; }
 void zntDayvex::setDayEndTime(const QString &value) { assign("DayEndTime", value); }
-qint16 zntDayvex::DayStepMinutes() const { return sharedSettings().DayStepMinutes; }
+qint16 zntDayvex::DayStepMinutes() const { return d->settings().DayStepMinutes; }
 void zntDayvex::setDayStepMinutes(qint16 value) { assign("DayStepMinutes", int(value)); }
 
-std::shared_ptr<DayvexData> zntDayvex::Plan() const { return sharedSettings().Plan; }
+std::shared_ptr<DayvexData> zntDayvex::Plan() const { return d->settings().Plan; }
 
 void zntDayvex::setPlan(std::shared_ptr<DayvexData> value)
 {
-    sharedSettings().Plan = std::move(value);
+    d->settings().Plan = std::move(value);
+    d->watchPlan();
     markChanged("Plan");
 }
 
@@ -164,21 +183,62 @@ void zntDayvex::setStartDayFromForm(const QDate &value)
         setStartDay(Date::fromDate(value));
 }
 
-bool zntDayvex::MultiUserEnabled() const { return sharedSettings().MultiUserEnabled; }
+bool zntDayvex::MultiUserEnabled() const { return d->settings().MultiUserEnabled; }
 void zntDayvex::setMultiUserEnabled(bool value) { assign("MultiUserEnabled", value); }
-bool zntDayvex::ContactCodeEnabled() const { return sharedSettings().ContactCodeEnabled; }
+bool zntDayvex::ContactCodeEnabled() const { return d->settings().ContactCodeEnabled; }
 void zntDayvex::setContactCodeEnabled(bool value) { assign("ContactCodeEnabled", value); }
 void zntDayvex::setReminderSoundFile(const QString &value) { assign("ReminderSoundFile", value); }
-QString zntDayvex::DefaultOwner() const { return sharedSettings().DefaultOwner; }
+QString zntDayvex::DefaultOwner() const { return d->settings().DefaultOwner; }
 void zntDayvex::setDefaultOwner(const QString &value) { assign("DefaultOwner", value); }
+HostPolicy::~HostPolicy() = default;
+void HostPolicy::ContactCodeChange(QString &) {}
+void HostPolicy::ContactCodeLostFocus(QString &, QString &, bool &) {}
+void HostPolicy::ContactCodeDoubleClick(QString &, QString &) {}
+void HostPolicy::BeforeScheduleAdd(std::shared_ptr<Schedule> &, bool &, bool &) {}
+void HostPolicy::ScheduleAdded(std::shared_ptr<Schedule> &) {}
+void HostPolicy::BeforeScheduleDelete(std::shared_ptr<Schedule> &, bool &, bool &) {}
+void HostPolicy::ScheduleDeleted(std::shared_ptr<Schedule> &) {}
+void HostPolicy::BeforeScheduleChange(std::shared_ptr<Schedule> &, bool &, bool &) {}
+void HostPolicy::ScheduleChanged(std::shared_ptr<Schedule> &) {}
+void HostPolicy::TodoAdded(std::shared_ptr<ToDo> &) {}
+void HostPolicy::BeforeTodoAdd(std::shared_ptr<ToDo> &, bool &, bool &) {}
+void HostPolicy::ToDoDeleted(std::shared_ptr<ToDo> &) {}
+void HostPolicy::BeforeTodoDelete(std::shared_ptr<ToDo> &, bool &, bool &) {}
+void HostPolicy::ToDoChanged(std::shared_ptr<ToDo> &) {}
+void HostPolicy::BeforeTodoChange(std::shared_ptr<ToDo> &, bool &, bool &) {}
+void HostPolicy::AlarmChange(std::shared_ptr<Schedule> &) {}
+void HostPolicy::ToDoAlarmChange(std::shared_ptr<ToDo> &) {}
+void HostPolicy::BeforeTodoSetComplete(std::shared_ptr<ToDo> &, bool &, bool &) {}
+void HostPolicy::DateSelected(Date &) {}
+void HostPolicy::ReminderAlarm(std::shared_ptr<Alarm> &, QWidget *&, bool &, bool &) {}
+void HostPolicy::ValidateSchedule(std::shared_ptr<Schedule> &, bool &) {}
+void HostPolicy::ValidateToDo(std::shared_ptr<ToDo> &, bool &) {}
+
+void zntDayvex::setHostPolicy(HostPolicy *policy) { d->m_policy = policy; }
+HostPolicy *zntDayvex::hostPolicy() const { return d->m_policy; }
+
+void zntDayvex::setDayStartTime(const QTime &time)
+{
+    if (time.isValid())
+        setDayStartTime(time.toString(QStringLiteral("hh:mm")));
+}
+
+void zntDayvex::setDayEndTime(const QTime &time)
+{
+    if (time.isValid())
+        setDayEndTime(time.toString(QStringLiteral("hh:mm")));
+}
+
+bool zntDayvex::AutoRefresh() const { return d->m_autoRefresh; }
+void zntDayvex::setAutoRefresh(bool value) { assign("AutoRefresh", value); }
 bool zntDayvex::GlobalAlarmsEnable() const { return d->m_timer->isActive(); }
 void zntDayvex::setGlobalAlarmsEnable(bool value) { assign("GlobalAlarmsEnable", value); }
-QString zntDayvex::LanguageFileName() const { return sharedSettings().LanguageFileName; }
+QString zntDayvex::LanguageFileName() const { return d->settings().LanguageFileName; }
 
 void zntDayvex::setLanguageFileName(const QString &value)
 {
     controlProperty("LanguageFileName").set(*d, value);
-    LoadLanguage(); // the texts change at once, before the host hears of it
+    d->loadLanguage(); // the texts change at once, before the host hears of it
     markChanged("LanguageFileName");
 }
 
@@ -199,7 +259,7 @@ void zntDayvex::ReadProperties(PropertyBag &propertyBag)
 
     if (d->m_lista->columnCount() > 0)
         d->m_lista->setColumnWidth(0, TwipsScale::of(this).toPixels(500));
-    LoadLanguage();
+    d->loadLanguage();
     d->applyMenuCaptions();
     d->m_captionsApplied = true;
     d->m_calendar->setSelectedDate(d->m_startDay.toDate());
@@ -230,7 +290,7 @@ bool zntDayvex::event(QEvent *event)
     // read: like a read one, it takes the language texts before it is first laid
     // out and shown.
     if (event->type() == QEvent::Polish && !d->m_captionsApplied) {
-        LoadLanguage();
+        d->loadLanguage();
         d->applyMenuCaptions();
         d->refillToDos();
         d->m_captionsApplied = true;
@@ -281,7 +341,7 @@ void zntDayvex::mnNuovo_Click()
     // The calendar's day at the time of the grid's current row.
     const SlotLabel row = d->m_lista->rowLabel(d->m_lista->currentRow());
     d->m_appointments->newAppointment(proposedStart(Date::fromDate(d->m_calendar->selectedDate()), row.hour,
-                                                    row.minutes, sharedSettings().DateFormat));
+                                                    row.minutes, d->settings().DateFormat));
 }
 
 void zntDayvex::mnModifica_Click()

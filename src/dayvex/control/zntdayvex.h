@@ -6,6 +6,7 @@
 #include <dayvex/platform/date.h>
 
 #include <QDate>
+#include <QTime>
 #include <QVariant>
 #include <QVariantMap>
 #include <QWidget>
@@ -86,6 +87,70 @@ DAYVEX_EXPORT double toDouble(const QVariant &value, const QString &name);
 DAYVEX_EXPORT QString toText(const QVariant &value, const QString &name);
 } // namespace bag
 
+/// Whether every control in the process shares Plan, the properties marked
+/// shared and the language texts: true unless setInstancesShareState(false) was called.
+DAYVEX_EXPORT bool instancesShareState();
+/// With false, each control made afterwards keeps its own Plan, settings and
+/// language texts, and creating one never touches another. Call it before the
+/// first control is made: controls that exist keep what they had (a warning in
+/// the dayvex log says so).
+DAYVEX_EXPORT void setInstancesShareState(bool share);
+
+/// The control's 22 events as virtual functions, for a host that prefers an
+/// interface to signals. Each is called synchronously, with the same references,
+/// just before the signal of the same name, so a connected handler sees (and may
+/// overrule) what the policy answered. Every default does nothing.
+class DAYVEX_EXPORT HostPolicy
+{
+public:
+    virtual ~HostPolicy();
+    /// As zntDayvex::ContactCodeChange.
+    virtual void ContactCodeChange(QString &Value);
+    /// As zntDayvex::ContactCodeLostFocus.
+    virtual void ContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel);
+    /// As zntDayvex::ContactCodeDoubleClick.
+    virtual void ContactCodeDoubleClick(QString &Value, QString &ContactDescription);
+    /// As zntDayvex::BeforeScheduleAdd.
+    virtual void BeforeScheduleAdd(std::shared_ptr<Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    /// As zntDayvex::ScheduleAdded.
+    virtual void ScheduleAdded(std::shared_ptr<Schedule> &mSca);
+    /// As zntDayvex::BeforeScheduleDelete.
+    virtual void BeforeScheduleDelete(std::shared_ptr<Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    /// As zntDayvex::ScheduleDeleted.
+    virtual void ScheduleDeleted(std::shared_ptr<Schedule> &mSca);
+    /// As zntDayvex::BeforeScheduleChange.
+    virtual void BeforeScheduleChange(std::shared_ptr<Schedule> &mSca, bool &ExternalHandled, bool &Cancel);
+    /// As zntDayvex::ScheduleChanged.
+    virtual void ScheduleChanged(std::shared_ptr<Schedule> &mSca);
+    /// As zntDayvex::TodoAdded.
+    virtual void TodoAdded(std::shared_ptr<ToDo> &mToDo);
+    /// As zntDayvex::BeforeTodoAdd.
+    virtual void BeforeTodoAdd(std::shared_ptr<ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// As zntDayvex::ToDoDeleted.
+    virtual void ToDoDeleted(std::shared_ptr<ToDo> &mToDo);
+    /// As zntDayvex::BeforeTodoDelete.
+    virtual void BeforeTodoDelete(std::shared_ptr<ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// As zntDayvex::ToDoChanged.
+    virtual void ToDoChanged(std::shared_ptr<ToDo> &mToDo);
+    /// As zntDayvex::BeforeTodoChange.
+    virtual void BeforeTodoChange(std::shared_ptr<ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// As zntDayvex::AlarmChange.
+    virtual void AlarmChange(std::shared_ptr<Schedule> &mSca);
+    /// As zntDayvex::ToDoAlarmChange.
+    virtual void ToDoAlarmChange(std::shared_ptr<ToDo> &mToDo);
+    /// As zntDayvex::BeforeTodoSetComplete.
+    virtual void BeforeTodoSetComplete(std::shared_ptr<ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
+    /// As zntDayvex::DateSelected.
+    virtual void DateSelected(Date &NewDate);
+    /// As zntDayvex::ReminderAlarm.
+    virtual void ReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled,
+                               bool &Cancel);
+    /// As zntDayvex::ValidateSchedule.
+    virtual void ValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel);
+    /// As zntDayvex::ValidateToDo.
+    virtual void ValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel);
+};
+
 /// The view styles; also the tab numbers of TipoVis and the values of CurrentView.
 enum zntPlanShowType : qint16 {
     zntPlanShowDefault = 0, ///< Keep the view on show.
@@ -126,6 +191,7 @@ class DAYVEX_EXPORT zntDayvex : public QWidget
         bool GlobalAlarmsEnable READ GlobalAlarmsEnable WRITE setGlobalAlarmsEnable NOTIFY globalAlarmsEnableChanged)
     Q_PROPERTY(QString LanguageFileName READ LanguageFileName WRITE setLanguageFileName NOTIFY languageFileNameChanged)
     Q_PROPERTY(qint16 CurrentView READ CurrentView NOTIFY currentViewChanged DESIGNABLE false)
+    Q_PROPERTY(bool AutoRefresh READ AutoRefresh WRITE setAutoRefresh NOTIFY autoRefreshChanged)
 
 public:
     /// A control as InitProperties() leaves it, with a new empty shared Plan.
@@ -187,6 +253,29 @@ public:
     void setLanguageFileName(const QString &value);
     /// The view drawn last, a zntPlanShowType; 0 before the first.
     qint16 CurrentView() const;
+
+    /// False by default: the host calls Refresh() after changing Plan's records.
+    /// True: the control redraws once per turn of the event loop after records
+    /// are added or removed through Plan's collections, a part of it is replaced,
+    /// or the host calls DayvexData::markChanged().
+    bool AutoRefresh() const;
+    /// Sets AutoRefresh.
+    void setAutoRefresh(bool value);
+
+    /// Sets the interface whose functions are called with each event, before its
+    /// signal; null for none. The control does not own it: it must outlive the
+    /// control or be unset first.
+    void setHostPolicy(HostPolicy *policy);
+    /// The interface set by setHostPolicy(), or null.
+    HostPolicy *hostPolicy() const;
+
+    /// Sets StartDay to midnight of day, as a form generated by uic calls it;
+    /// an invalid day or one outside the years 100 to 9999 is ignored.
+    void setStartDay(const QDate &day) { setStartDayFromForm(day); }
+    /// Sets DayStartTime to time, as "hh:mm"; an invalid time is ignored.
+    void setDayStartTime(const QTime &time);
+    /// Sets DayEndTime to time, as "hh:mm"; an invalid time is ignored.
+    void setDayEndTime(const QTime &time);
 
     /// Forces a complete repaint of the control. Style selects a view (the
     /// default keeps the current one; other values than 0 to 3 throw
@@ -341,6 +430,7 @@ signals:
     void globalAlarmsEnableChanged(bool value);          ///< The alarm timer was started or stopped.
     void languageFileNameChanged(const QString &value);  ///< LanguageFileName was assigned.
     void currentViewChanged(qint16 view); ///< Another view is drawn, a zntPlanShowType.
+    void autoRefreshChanged(bool value);  ///< AutoRefresh was assigned.
     /// Another appointment or to-do is selected, or none is.
     void selectionChanged();
 

@@ -6,6 +6,8 @@
 #include "zntdayvex.h"
 
 #include <dayvex/editing/editinghost.h>
+#include <dayvex/i18n/language.h>
+#include <dayvex/model/sharedsettings.h>
 #include <dayvex/model/hostevents.h>
 #include <dayvex/reminders/reminderhost.h>
 #include <dayvex/views/gesturerouter.h>
@@ -58,6 +60,15 @@ public:
     void RaiseContactCodeLostFocus(QString &Value, QString &ContactDescription, bool &Cancel) override;
     void RaiseContactCodeDoubleClick(QString &Value, QString &ContactDescription) override;
     bool DisableReminderPopUp() const override { return m_disableReminderPopUp; }
+    // The settings and language texts this control reads: the process-wide ones,
+    // or its own when instances do not share state.
+    const SharedSettings &settings() const override { return *m_settings; }
+    SharedSettings &settings() { return *m_settings; }
+    const LanguageTable &language() const override { return *m_language; }
+    // Fills the language table from the control's LanguageFileName.
+    void loadLanguage();
+    // Follows the change announcements of the current Plan while AutoRefresh is on.
+    void watchPlan();
     QString ReminderSoundFile() const override { return m_reminderSoundFile; }
     std::shared_ptr<DayvexData> editedPlan() const override;
     QWidget *dialogParent() const override;
@@ -114,11 +125,20 @@ public:
     void layOutChildren();
 
     zntDayvex *const q;
+    std::unique_ptr<SharedSettings> m_ownSettings;
+    std::unique_ptr<LanguageTable> m_ownLanguage;
+    SharedSettings *const m_settings;
+    LanguageTable *const m_language;
 
     // Per instance.
     bool m_disableReminderPopUp = false;
     bool m_disableMenu = false;
     bool m_captionsApplied = false; // the language texts are on the menus and lists
+    bool m_autoRefresh = false;
+    HostPolicy *m_policy = nullptr;
+    // The plan whose change announcements redraw the control, while AutoRefresh is on.
+    QMetaObject::Connection m_planWatch;
+    std::weak_ptr<DayvexData> m_watchedPlan;
     Date m_startDay;
     QString m_reminderSoundFile;
     qint16 m_currentView = 0;

@@ -49,9 +49,7 @@ void AppointmentCommands::newAppointment(Date proposed)
         if (mSca->Description.trimmed().isEmpty())
             throw invalidSchedule();
         try {
-            schedules->Add(mSca->Key, mSca->Owner, mSca->StartDate, mSca->EndDate, mSca->ContactCode, mSca->Contact,
-                           mSca->Category, mSca->Description, mSca->Place, mSca->ReminderDate, mSca->Tag,
-                           mSca->Color);
+            schedules->addWithStep(*mSca, m_host.settings().DayStepMinutes);
         } catch (const Error &) {
             throw invalidSchedule();
         }
@@ -96,7 +94,7 @@ void AppointmentCommands::remove(const QString &key)
     if (answer.Cancel)
         return;
     if (!answer.ExternalHandled) {
-        if (!confirm(m_host.dialogParent(), Text::DeletingAppointmentMsg, PromptIcon::Exclamation))
+        if (!confirm(m_host.dialogParent(), m_host.language(), Text::DeletingAppointmentMsg, PromptIcon::Exclamation))
             return;
     }
     // A missing alarm or form does not stop the deletion.

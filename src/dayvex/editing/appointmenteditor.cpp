@@ -4,7 +4,6 @@
 #include "editorform.h"
 #include "prompts.h"
 
-#include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/error.h>
 
 #include <QCheckBox>
@@ -23,7 +22,6 @@
 
 namespace dayvex {
 
-using form::caption;
 using form::named;
 
 const QString AppointmentEditor::NewKey = QStringLiteral("NEW          ");
@@ -38,7 +36,7 @@ QString AppointmentEditor::formKeyOf(const QString &recordKey)
 }
 
 AppointmentEditor::AppointmentEditor(EditingHost &host, QWidget *parent)
-    : EditorForm(host, QStringLiteral("frmAppuntamento"), caption(Text::Event, "Appuntamento"), parent)
+    : EditorForm(host, QStringLiteral("frmAppuntamento"), host.language().textOr(Text::Event, "Appuntamento"), parent)
 {
     createFields();
     layOut();
@@ -51,7 +49,7 @@ void AppointmentEditor::createFields()
     m_cbUtente = named(new QComboBox(this), "cbUtente");
     m_cbLuogo = named(new QComboBox(this), "cbLuogo");
     m_cbLuogo->setEditable(true);
-    const QString dateFormat = form::qtDateFormat(sharedSettings().DateFormat);
+    const QString dateFormat = form::qtDateFormat(host().settings().DateFormat);
     for (QDateEdit **edit : {&m_datIni, &m_datFine}) {
         *edit = new QDateEdit(this);
         (*edit)->setDisplayFormat(dateFormat);
@@ -153,7 +151,7 @@ void AppointmentEditor::load()
     }
     // A new appointment is proposed for the default owner.
     fillList(m_cbUtente, users,
-             m_values.Owner.isEmpty() && isNew() ? sharedSettings().DefaultOwner : m_values.Owner);
+             m_values.Owner.isEmpty() && isNew() ? host().settings().DefaultOwner : m_values.Owner);
     fillList(m_cbCategorie, categories, m_values.Category);
     fillList(m_cbLuogo, places, m_values.Place);
 
@@ -173,7 +171,7 @@ void AppointmentEditor::load()
     showLeadTime(m_tempoPromemoria,
                  reminded ? form::minutesBetween(m_values.ReminderDate, m_values.StartDate) : 15);
 
-    const bool contacts = sharedSettings().ContactCodeEnabled;
+    const bool contacts = host().settings().ContactCodeEnabled;
     for (QWidget *field : std::initializer_list<QWidget *>{m_codCont, m_contatto, m_codContLabel, m_contattoLabel})
         field->setVisible(contacts);
 
@@ -220,9 +218,9 @@ void AppointmentEditor::store()
     const std::shared_ptr<Schedules> schedules = plan->Schedules();
     std::shared_ptr<Schedule> stored;
     if (isNew()) {
-        stored = schedules->Add(schedules->NewKey(), working->Owner, working->StartDate, working->EndDate,
-                                working->ContactCode, working->Contact, working->Category, working->Description,
-                                working->Place, working->ReminderDate, working->Tag, working->Color);
+        Schedule filled = *working;
+        filled.Key = schedules->NewKey();
+        stored = schedules->addWithStep(filled, host().settings().DayStepMinutes);
     } else {
         stored = schedules->Item(m_values.Key);
         stored->Owner = working->Owner;

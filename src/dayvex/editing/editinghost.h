@@ -1,8 +1,10 @@
 #pragma once
 
+#include <dayvex/i18n/language.h>
 #include <dayvex/model/hostevents.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
+#include <dayvex/model/sharedsettings.h>
 
 #include <memory>
 
@@ -18,6 +20,9 @@ public:
     virtual ~EditingHost() = default;
 
     virtual std::shared_ptr<DayvexData> editedPlan() const = 0;
+    // The control's settings and language texts: the shared ones, or its own.
+    virtual const SharedSettings &settings() const = 0;
+    virtual const LanguageTable &language() const = 0;
     // The window that editors and prompts stand over.
     virtual QWidget *dialogParent() const = 0;
     // Redraws the current view from the data.

@@ -30,11 +30,6 @@ bool showUntilHidden(EditorForm *editor, const RunningCommand &running)
 }
 
 namespace form {
-QString caption(Text key, const char *italian)
-{
-    return textOr(key, italian);
-}
-
 QString qtDateFormat(const QString &format)
 {
     QString qt = format;
@@ -63,9 +58,9 @@ EditorForm::EditorForm(EditingHost &host, const QString &objectName, const QStri
     setObjectName(objectName);
     setWindowTitle(title);
     setModal(false);
-    m_salva = form::named(new QPushButton(form::caption(Text::Save, "&salva"), this), "Salva");
-    m_elimina = form::named(new QPushButton(form::caption(Text::Delete, "&elimina"), this), "Elimina");
-    m_fine = form::named(new QPushButton(form::caption(Text::Cancel, "&chiudi"), this), "Fine");
+    m_salva = form::named(new QPushButton(caption(Text::Save, "&salva"), this), "Salva");
+    m_elimina = form::named(new QPushButton(caption(Text::Delete, "&elimina"), this), "Elimina");
+    m_fine = form::named(new QPushButton(caption(Text::Cancel, "&chiudi"), this), "Fine");
     m_salva->setDefault(true); // Enter saves
     m_elimina->setAutoDefault(false);
     m_fine->setAutoDefault(false);
@@ -126,7 +121,7 @@ void EditorForm::deleteRecord()
 
 bool EditorForm::mayClose()
 {
-    return !m_unsaved || confirm(this, Text::UnsavedChangesMsg, PromptIcon::None);
+    return !m_unsaved || confirm(this, host().language(), Text::UnsavedChangesMsg, PromptIcon::None);
 }
 
 void EditorForm::finish()

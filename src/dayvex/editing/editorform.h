@@ -45,6 +45,8 @@ protected:
     virtual void removeRecord() = 0;
 
     EditingHost &host() const { return m_host; }
+    // A language text, or the design's Italian caption while the table is empty.
+    QString caption(Text key, const char *italian) const { return m_host.language().textOr(key, italian); }
     void setFormKey(const QString &key);
     bool isNew() const;
     // For the fields' change handlers: a change while loading is none.
@@ -103,7 +105,7 @@ void EditorForm::finishStore(QChar kind, const Record &stored, Announce announce
 template <typename Records, typename Announce>
 void EditorForm::confirmRemove(Text question, QChar kind, Records &records, const QString &key, Announce announce)
 {
-    if (!confirm(this, question, PromptIcon::None))
+    if (!confirm(this, host().language(), question, PromptIcon::None))
         return;
     auto removed = records.Item(key);
     host().editedPlan()->Alarms()->Remove(Alarms::keyFor(kind, key));
@@ -119,8 +121,6 @@ bool showUntilHidden(EditorForm *editor, const RunningCommand &running);
 
 // The editors' helpers.
 namespace form {
-// A language text, or the design's Italian caption while the table is empty.
-QString caption(Text key, const char *italian);
 // The control's date format in Qt's letters: "dd/mm/yyyy" shows as "dd/MM/yyyy".
 QString qtDateFormat(const QString &format);
 // A day and a time of day to the minute, as the editors store them.

@@ -61,9 +61,9 @@ bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon)
     return yes;
 }
 
-bool confirm(QWidget *parent, Text message, PromptIcon icon)
+bool confirm(QWidget *parent, const LanguageTable &language, Text message, PromptIcon icon)
 {
-    const QString loaded = text(message);
+    const QString loaded = language.text(message);
     return askYesNo(parent, loaded.isEmpty() ? defaultText(message) : loaded, icon);
 }
 

@@ -20,7 +20,7 @@ using PromptAnswerer = std::function<bool(const QString &text, PromptIcon icon)>
 void setPromptAnswerer(PromptAnswerer answerer);
 bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon);
 // askYesNo with a message of the language table (its English default before the table is loaded).
-bool confirm(QWidget *parent, Text message, PromptIcon icon);
+bool confirm(QWidget *parent, const LanguageTable &language, Text message, PromptIcon icon);
 
 // The hourglass over the whole application while it lives; nests.
 class BusyCursor

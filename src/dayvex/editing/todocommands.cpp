@@ -93,7 +93,7 @@ void ToDoCommands::remove(const QString &key)
     if (answer.Cancel)
         return;
     if (!answer.ExternalHandled) {
-        if (!confirm(m_host.dialogParent(), Text::DeletingToDoMsg, PromptIcon::None))
+        if (!confirm(m_host.dialogParent(), m_host.language(), Text::DeletingToDoMsg, PromptIcon::None))
             return;
     }
     // A missing alarm or form does not stop the deletion.

@@ -3,7 +3,6 @@
 #include "editinghost.h"
 #include "prompts.h"
 
-#include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/error.h>
 
 #include <QCheckBox>
@@ -21,13 +20,12 @@
 
 namespace dayvex {
 
-using form::caption;
 using form::named;
 
 const QString ToDoEditor::NewKey = QStringLiteral("NEW");
 
 ToDoEditor::ToDoEditor(EditingHost &host, QWidget *parent)
-    : EditorForm(host, QString::fromUtf8("frmAttività"), caption(Text::ToDo, "Attività"), parent)
+    : EditorForm(host, QString::fromUtf8("frmAttività"), host.language().textOr(Text::ToDo, "Attività"), parent)
 {
     createFields();
     layOut();
@@ -48,7 +46,7 @@ void ToDoEditor::createFields()
     m_cbProgetto = named(new QComboBox(this), "cbProgetto");
     m_cbProgetto->setEditable(true);
     m_datSca = named(new QDateEdit(this), "DatSca");
-    m_datSca->setDisplayFormat(form::qtDateFormat(sharedSettings().DateFormat));
+    m_datSca->setDisplayFormat(form::qtDateFormat(host().settings().DateFormat));
     m_datSca->setCalendarPopup(true);
     m_oraSca = named(new QTimeEdit(this), "OraSca");
     m_oraSca->setDisplayFormat(QStringLiteral("HH:mm"));
@@ -130,7 +128,7 @@ void ToDoEditor::load()
     for (const auto &project : *plan->ToDoS()->ActiveProjects())
         projects << project->Key;
     fillList(m_cbUtente, users,
-             m_values.Owner.isEmpty() && isNew() ? sharedSettings().DefaultOwner : m_values.Owner);
+             m_values.Owner.isEmpty() && isNew() ? host().settings().DefaultOwner : m_values.Owner);
     fillList(m_cbProgetto, projects, m_values.Project);
     // A priority outside 1 to 9 is shown as it is, so that saving keeps it.
     const QString priority = QString::number(m_values.Priority);

@@ -75,17 +75,10 @@ constexpr std::array<Entry, TextCount> Entries = {{
     {"DontRemind", "don't remind anymore"},
 }};
 
-struct LanguageState
+QString &folderCache()
 {
-    std::array<QString, TextCount> texts;
-    QString folder;
-    QString iniPath;
-};
-
-LanguageState &state()
-{
-    static LanguageState s;
-    return s;
+    static QString folder;
+    return folder;
 }
 
 QString libraryFolder()
@@ -115,51 +108,66 @@ QString libraryFolder()
 
 QString languageKey(Text t) { return QString::fromLatin1(Entries[size_t(t)].key); }
 QString defaultText(Text t) { return QString::fromUtf8(Entries[size_t(t)].defaultText); }
-QString text(Text t) { return state().texts[size_t(t)]; }
+QString text(Text t) { return sharedLanguage().text(t); }
 QString componentTitle() { return QStringLiteral("Dayvex"); }
-QString currentIniPath() { return state().iniPath; }
+QString currentIniPath() { return sharedLanguage().iniPath(); }
+
+LanguageTable &sharedLanguage()
+{
+    static LanguageTable table;
+    return table;
+}
 
 QString componentFolder()
 {
-    LanguageState &s = state();
-    if (s.folder.isEmpty()) {
-        s.folder = libraryFolder();
-        if (!s.folder.endsWith(QLatin1Char('/')))
-            s.folder += QLatin1Char('/');
+    QString &folder = folderCache();
+    if (folder.isEmpty()) {
+        folder = libraryFolder();
+        if (!folder.endsWith(QLatin1Char('/')))
+            folder += QLatin1Char('/');
     }
-    return s.folder;
+    return folder;
 }
 
 void InitIniPath()
 {
-    state().iniPath = componentFolder() + componentTitle() + QStringLiteral(".ini");
+    sharedLanguage().setIniPath(componentFolder() + componentTitle() + QStringLiteral(".ini"));
 }
 
 QString ReadIni(const QString &Key, const QString &Default, const QString &Section)
 {
-    return IniReader::readValue(state().iniPath, Section.isNull() ? componentTitle() : Section, Key, Default);
+    return IniReader::readValue(sharedLanguage().iniPath(), Section.isNull() ? componentTitle() : Section, Key,
+                                Default);
+}
+
+void LanguageTable::load(const QString &fileName)
+{
+    m_iniPath = fileName.trimmed().isEmpty() ? componentFolder() + QStringLiteral("Languagefile.txt") : fileName;
+    const QString section = QStringLiteral("International");
+    for (int i = 0; i < TextCount; ++i)
+        m_texts[size_t(i)] = IniReader::readValue(m_iniPath, section, languageKey(Text(i)), defaultText(Text(i)));
+}
+
+QString LanguageTable::textOr(Text key, const char *fallback) const
+{
+    const QString loaded = text(key);
+    return loaded.isEmpty() ? QString::fromUtf8(fallback) : loaded;
 }
 
 void LoadLanguage()
 {
-    InitIniPath();
-    const QString fileName = sharedSettings().LanguageFileName;
-    state().iniPath = fileName.trimmed().isEmpty() ? componentFolder() + QStringLiteral("Languagefile.txt")
-                                                   : fileName;
-    const QString section = QStringLiteral("International");
-    for (int i = 0; i < TextCount; ++i)
-        state().texts[size_t(i)] = ReadIni(languageKey(Text(i)), defaultText(Text(i)), section);
+    sharedLanguage().load(sharedSettings().LanguageFileName);
 }
 
 void resetLanguage()
 {
-    state() = LanguageState();
+    sharedLanguage() = LanguageTable();
+    folderCache().clear();
 }
 
 QString textOr(Text key, const char *fallback)
 {
-    const QString loaded = text(key);
-    return loaded.isEmpty() ? QString::fromUtf8(fallback) : loaded;
+    return sharedLanguage().textOr(key, fallback);
 }
 
 } // namespace dayvex

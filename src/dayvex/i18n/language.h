@@ -4,7 +4,11 @@
 
 #include <QString>
 
+#include <array>
+
 namespace dayvex {
+
+struct SharedSettings;
 
 // The component's translatable texts, in load order. Each is read from the
 // language file, section "International", under the key of languageKey().
@@ -22,6 +26,28 @@ constexpr int TextCount = int(Text::DontRemind) + 1;
 
 DAYVEX_CORE_EXPORT QString languageKey(Text text);
 DAYVEX_CORE_EXPORT QString defaultText(Text text);
+
+// One set of loaded texts and the INI path they came from. The process has one
+// shared table; a control that keeps its own state has another.
+class DAYVEX_CORE_EXPORT LanguageTable
+{
+public:
+    // Fills the table from fileName when it is not blank, otherwise from
+    // "Languagefile.txt" in the component folder; the INI path follows.
+    void load(const QString &fileName);
+    QString text(Text key) const { return m_texts[size_t(key)]; }
+    // The loaded text, or fallback (a form's design caption) while the table is empty.
+    QString textOr(Text key, const char *fallback) const;
+    QString iniPath() const { return m_iniPath; }
+    void setIniPath(const QString &path) { m_iniPath = path; }
+
+private:
+    std::array<QString, TextCount> m_texts;
+    QString m_iniPath;
+};
+
+// The table shared by every control that shares state.
+DAYVEX_CORE_EXPORT LanguageTable &sharedLanguage();
 
 // The loaded text; empty until the first LoadLanguage().
 DAYVEX_CORE_EXPORT QString text(Text text);

@@ -62,31 +62,41 @@ std::shared_ptr<Schedule> Schedules::Add(const QString &Key, const QString &Owne
                                          const QString &Description, const QString &Place,
                                          Date ReminderDate, const QString &Tag, qint32 Color)
 {
-    auto schedule = std::make_shared<Schedule>();
-    schedule->Key = Key;
-    schedule->Owner = Owner;
-    schedule->StartDate = StartDate;
+    Schedule filled;
+    filled.Key = Key;
+    filled.Owner = Owner;
+    filled.StartDate = StartDate;
+    filled.EndDate = EndDate;
+    filled.ContactCode = ContactCode;
+    filled.Contact = Contact;
+    filled.Category = Category;
+    filled.Description = Description;
+    filled.Place = Place;
+    filled.ReminderDate = ReminderDate;
+    filled.Tag = Tag;
+    filled.Color = Color;
+    return addWithStep(filled, sharedSettings().DayStepMinutes);
+}
+
+std::shared_ptr<Schedule> Schedules::Add(const Schedule &filled)
+{
+    return addWithStep(filled, sharedSettings().DayStepMinutes);
+}
+
+std::shared_ptr<Schedule> Schedules::addWithStep(const Schedule &filled, qint16 stepMinutes)
+{
+    auto schedule = std::make_shared<Schedule>(filled);
     // Only the clock times are compared: an end on a later day at an earlier time
     // is shortened to one step too.
-    if (EndDate.minuteOfDay() <= StartDate.minuteOfDay())
-        schedule->EndDate = StartDate.addMinutes(sharedSettings().DayStepMinutes);
-    else
-        schedule->EndDate = EndDate;
-    schedule->ContactCode = ContactCode;
-    schedule->Contact = Contact;
-    schedule->Category = Category;
-    schedule->Description = Description;
-    schedule->Place = Place;
-    schedule->ReminderDate = ReminderDate;
-    schedule->Tag = Tag;
-    schedule->Color = Color;
+    if (filled.EndDate.minuteOfDay() <= filled.StartDate.minuteOfDay())
+        schedule->EndDate = filled.StartDate.addMinutes(stepMinutes);
 
-    append(schedule, Key);
+    append(schedule, filled.Key);
 
-    const QString place = Place.trimmed();
+    const QString place = filled.Place.trimmed();
     if (!place.isEmpty() && m_places)
         m_places->Add(place);
-    const QString category = Category.trimmed();
+    const QString category = filled.Category.trimmed();
     if (!category.isEmpty() && m_categories)
         m_categories->Add(category);
     return schedule;

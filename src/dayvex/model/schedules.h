@@ -46,6 +46,15 @@ public:
                                   const QString &Place, Date ReminderDate,
                                   const QString &Tag = QString(), qint32 Color = 0);
 
+    /// Stores a copy of filled under filled.Key and returns it, by the rules of the
+    /// positional Add: the same end correction, lookup lists and Error 457. Set
+    /// only the fields that matter; the others keep their empty defaults.
+    std::shared_ptr<Schedule> Add(const Schedule &filled);
+
+    /// Internal to the component: Add of filled, correcting an end that is not
+    /// after the start by stepMinutes (a control's own DayStepMinutes).
+    std::shared_ptr<Schedule> addWithStep(const Schedule &filled, qint16 stepMinutes);
+
     /// Internal to the component: inserts an existing record after every entry
     /// that starts no later than it, under the record's own Key (Error 457 when taken).
     void AddSorted(const std::shared_ptr<Schedule> &schedule);

@@ -43,19 +43,25 @@ std::shared_ptr<ToDo> ToDoS::Add(const QString &Key, const QString &Owner, const
                                  const QString &Project, bool Done, Date DateDone,
                                  Date ReminderDate, const QString &Tag)
 {
-    auto todo = std::make_shared<ToDo>();
-    todo->Key = Key;
-    todo->Owner = Owner;
-    todo->ShortDesc = ShortDesc;
-    todo->LongDesc = LongDesc;
-    todo->DueTo = DueTo;
-    todo->Priority = Priority;
-    todo->Project = Project;
-    todo->Done = Done;
-    todo->DateDone = DateDone;
-    todo->ReminderDate = ReminderDate;
-    todo->Tag = Tag;
-    append(todo, Key);
+    ToDo filled;
+    filled.Key = Key;
+    filled.Owner = Owner;
+    filled.ShortDesc = ShortDesc;
+    filled.LongDesc = LongDesc;
+    filled.DueTo = DueTo;
+    filled.Priority = Priority;
+    filled.Project = Project;
+    filled.Done = Done;
+    filled.DateDone = DateDone;
+    filled.ReminderDate = ReminderDate;
+    filled.Tag = Tag;
+    return Add(filled);
+}
+
+std::shared_ptr<ToDo> ToDoS::Add(const ToDo &filled)
+{
+    auto todo = std::make_shared<ToDo>(filled);
+    append(todo, filled.Key);
     return todo;
 }
 

@@ -36,6 +36,8 @@ public:
                               const QString &LongDesc, Date DueTo, qint16 Priority,
                               const QString &Project, bool Done, Date DateDone, Date ReminderDate,
                               const QString &Tag = QString());
+    /// Stores a copy of filled under filled.Key and returns it, as the positional Add does.
+    std::shared_ptr<ToDo> Add(const ToDo &filled);
 
 private:
     void keyStored(const QString &key) override;

@@ -5,7 +5,9 @@
 #include <QHash>
 #include <QString>
 
+#include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace dayvex {
@@ -90,6 +92,19 @@ public:
     /// The entry under key, or null: a look-up that does not throw.
     Pointer find(const QString &key) const { return m_byKey.value(fold(key)); }
 
+    /// Internal to the component: onChange is called after every add and remove
+    /// until unwatch() with the number this returns.
+    int watch(std::function<void()> onChange)
+    {
+        m_watchers.emplace_back(++m_lastWatch, std::move(onChange));
+        return m_lastWatch;
+    }
+    /// Internal to the component: ends a watch() (an unknown number is ignored).
+    void unwatch(int id)
+    {
+        std::erase_if(m_watchers, [id](const auto &watcher) { return watcher.first == id; });
+    }
+
 protected:
     /// Counts every insertion and removal, so that a memo of the entries can tell
     /// whether they are still the ones it saw.
@@ -154,6 +169,7 @@ private:
         ++m_revision;
         if (!folded.isEmpty())
             keyStored(folded);
+        changed();
     }
     void eraseAt(size_t index)
     {
@@ -164,11 +180,19 @@ private:
         ++m_revision;
         if (!folded.isEmpty())
             keyRemoved(folded);
+        changed();
+    }
+    void changed() const
+    {
+        for (const auto &watcher : m_watchers)
+            watcher.second();
     }
 
     Storage m_entries;
     QHash<QString, Pointer> m_byKey;
     quint64 m_revision = 0;
+    std::vector<std::pair<int, std::function<void()>>> m_watchers;
+    int m_lastWatch = 0;
 };
 
 } // namespace dayvex

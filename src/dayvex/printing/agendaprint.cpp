@@ -1,4 +1,5 @@
 #include "agendaprint.h"
+#include "printpreview.h"
 
 #include <dayvex/i18n/language.h>
 #include <dayvex/model/dayvexdata.h>
@@ -39,8 +40,9 @@ QFont paperFont(double points, bool bold = false)
 class PagePainter
 {
 public:
-    PagePainter(QPagedPaintDevice &device, DayvexData &data, const PrintOptions &options)
-        : m_device(device), m_data(data), m_options(options), m_painter(&device)
+    PagePainter(QPagedPaintDevice &device, DayvexData &data, const PrintOptions &options,
+                const LanguageTable &language)
+        : m_device(device), m_data(data), m_options(options), m_painter(&device), m_language(language)
     {
         // One unit is one twip from here on.
         m_painter.scale(device.logicalDpiX() / 1440.0, device.logicalDpiY() / 1440.0);
@@ -276,7 +278,7 @@ private:
         }
         const std::vector<int> order = todoRowOrder(priorities);
 
-        const QString heading = text(Text::ToDo);
+        const QString heading = m_language.text(Text::ToDo);
         const QFont font = paperFont(9);
         const double rowHeight = QFontMetricsF(font, &m_device).lineSpacing() + 80;
         const double columns[] = {0, 500, 2600, 0}; // priority, project, description; due date at the right
@@ -284,11 +286,11 @@ private:
         auto drawColumnHeading = [&](double y) {
             m_painter.setFont(paperFont(9, true));
             m_painter.setPen(Qt::black);
-            m_painter.drawText(QRectF(columns[0], y, 480, rowHeight), Qt::AlignVCenter, text(Text::PriorityShort));
-            m_painter.drawText(QRectF(columns[1], y, 2000, rowHeight), Qt::AlignVCenter, text(Text::Project));
+            m_painter.drawText(QRectF(columns[0], y, 480, rowHeight), Qt::AlignVCenter, m_language.text(Text::PriorityShort));
+            m_painter.drawText(QRectF(columns[1], y, 2000, rowHeight), Qt::AlignVCenter, m_language.text(Text::Project));
             m_painter.drawText(QRectF(columns[2], y, m_width - columns[2] - dueWidth, rowHeight), Qt::AlignVCenter,
-                               text(Text::ToDo));
-            m_painter.drawText(QRectF(m_width - dueWidth, y, dueWidth, rowHeight), Qt::AlignVCenter, text(Text::DueTo));
+                               m_language.text(Text::ToDo));
+            m_painter.drawText(QRectF(m_width - dueWidth, y, dueWidth, rowHeight), Qt::AlignVCenter, m_language.text(Text::DueTo));
             m_painter.setPen(QPen(Qt::black, 10));
             m_painter.drawLine(QPointF(0, y + rowHeight), QPointF(m_width, y + rowHeight));
             return y + rowHeight;
@@ -326,6 +328,7 @@ private:
     DayvexData &m_data;
     const PrintOptions &m_options;
     QPainter m_painter;
+    const LanguageTable &m_language;
     double m_width = 0;
     double m_height = 0;
     int m_pages = 0;
@@ -335,7 +338,13 @@ private:
 
 int printAgenda(QPagedPaintDevice &device, DayvexData &data, const PrintOptions &options)
 {
-    return PagePainter(device, data, options).print();
+    return printAgenda(device, data, options, sharedLanguage());
+}
+
+int printAgenda(QPagedPaintDevice &device, DayvexData &data, const PrintOptions &options,
+                const LanguageTable &language)
+{
+    return PagePainter(device, data, options, language).print();
 }
 
 } // namespace dayvex

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/i18n/language.h>
+#include <dayvex/printing/agendaprint.h>
 
 #include <functional>
 
@@ -18,5 +20,9 @@ QPrintPreviewDialog *openPrintPreview(QWidget *parent, std::function<void(QPrint
 // For an owner about to be deleted: its open previews stop painting from it and
 // are deleted once any dialog they wait on (page setup, print) has returned.
 void releasePrintPreviews(QWidget *owner);
+
+// printAgenda with the headings of a control's own language table.
+int printAgenda(QPagedPaintDevice &device, DayvexData &data, const PrintOptions &options,
+                const LanguageTable &language);
 
 } // namespace dayvex

@@ -4,7 +4,6 @@
 #include "reminderpopup.h"
 #include "soundplayback.h"
 
-#include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/error.h>
 
 #include <QApplication>
@@ -76,7 +75,7 @@ void AlarmScan::tick()
         }
         if (m_host.DisableReminderPopUp() || onScreen)
             continue;
-        auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, sharedSettings().DateFormat),
+        auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, m_host.settings().DateFormat, m_host.language()),
                                         m_host.reminderOwner());
         popup->showNear(m_host.reminderOwner(), opened);
         popup->repaint(); // painted before the sound holds the tick

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <dayvex/i18n/language.h>
 #include <dayvex/model/hostevents.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
+#include <dayvex/model/sharedsettings.h>
 
 #include <memory>
 
@@ -17,6 +19,9 @@ public:
     virtual ~ReminderHost() = default;
 
     virtual std::shared_ptr<DayvexData> editedPlan() const = 0;
+    // The control's settings and language texts: the shared ones, or its own.
+    virtual const SharedSettings &settings() const = 0;
+    virtual const LanguageTable &language() const = 0;
     // The widget that owns the pop-ups: they go when it goes.
     virtual QWidget *reminderOwner() = 0;
     virtual bool DisableReminderPopUp() const = 0;

@@ -14,18 +14,19 @@
 
 namespace dayvex {
 
-ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat)
+ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat,
+                          const LanguageTable &language)
 {
     const QString separator = QStringLiteral(": ");
     if (alarm.AlarmType == QLatin1String("S")) {
         const std::shared_ptr<Schedule> appointment = data.Schedules()->Item(alarm.AlarmEventKey);
-        return {formatDate(appointment->StartDate, dateFormat), textOr(Text::Event, "Appointment"),
-                {textOr(Text::Place, "place") + separator + appointment->Place,
-                 textOr(Text::Contact, "contact") + separator + appointment->Contact, appointment->Description}};
+        return {formatDate(appointment->StartDate, dateFormat), language.textOr(Text::Event, "Appointment"),
+                {language.textOr(Text::Place, "place") + separator + appointment->Place,
+                 language.textOr(Text::Contact, "contact") + separator + appointment->Contact, appointment->Description}};
     }
     const std::shared_ptr<ToDo> todo = data.ToDoS()->Item(alarm.AlarmEventKey);
-    return {formatDate(todo->DueTo, dateFormat), textOr(Text::ToDo, "To do activity"),
-            {textOr(Text::Project, "project") + separator + todo->Project, todo->ShortDesc}};
+    return {formatDate(todo->DueTo, dateFormat), language.textOr(Text::ToDo, "To do activity"),
+            {language.textOr(Text::Project, "project") + separator + todo->Project, todo->ShortDesc}};
 }
 
 ReminderPopup::ReminderPopup(ReminderHost &host, const QString &alarmKey, const ReminderText &text, QWidget *owner)
@@ -37,14 +38,14 @@ ReminderPopup::ReminderPopup(ReminderHost &host, const QString &alarmKey, const 
     setAttribute(Qt::WA_DeleteOnClose);
     // It comes up over the user's work without taking the keyboard from it.
     setAttribute(Qt::WA_ShowWithoutActivating);
-    setWindowTitle(textOr(Text::Reminder, "reminder"));
+    setWindowTitle(m_host.language().textOr(Text::Reminder, "reminder"));
 
     m_kind = new QLabel(QStringLiteral("tipo: ") + text.kind, this);
     m_kind->setObjectName(QStringLiteral("lblTipo"));
     QFont bold = m_kind->font();
     bold.setBold(true);
     m_kind->setFont(bold);
-    auto *dateCaption = new QLabel(textOr(Text::DateTime, "date/time"), this);
+    auto *dateCaption = new QLabel(m_host.language().textOr(Text::DateTime, "date/time"), this);
     dateCaption->setObjectName(QStringLiteral("Label1"));
     m_date = new QLabel(text.date, this);
     m_date->setObjectName(QStringLiteral("lblData"));
@@ -52,9 +53,9 @@ ReminderPopup::ReminderPopup(ReminderHost &host, const QString &alarmKey, const 
     m_details->setObjectName(QStringLiteral("lblDescrizione"));
     m_details->setWordWrap(true);
     m_details->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_cmdRipeti = new QPushButton(textOr(Text::RemindMeIn5Minutes, "remind me in 5 minutes"), this);
+    m_cmdRipeti = new QPushButton(m_host.language().textOr(Text::RemindMeIn5Minutes, "remind me in 5 minutes"), this);
     m_cmdRipeti->setObjectName(QStringLiteral("cmdRipeti"));
-    m_cmdNonRipetere = new QPushButton(textOr(Text::DontRemind, "don't remind anymore"), this);
+    m_cmdNonRipetere = new QPushButton(m_host.language().textOr(Text::DontRemind, "don't remind anymore"), this);
     m_cmdNonRipetere->setObjectName(QStringLiteral("cmdNonRipetere"));
     connect(m_cmdRipeti, &QPushButton::clicked, this,
             [this] { runLoggingErrors("frmPromemoria", [this] { remindLater(); }); });

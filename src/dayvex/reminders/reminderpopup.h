@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/i18n/language.h>
 #include <dayvex/model/dayvexdata.h>
 
 #include <QWidget>
@@ -23,7 +24,8 @@ struct ReminderText
     QString kind;
     QStringList details;
 };
-ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat);
+ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat,
+                          const LanguageTable &language);
 
 // frmPromemoria: a small window over every other window that shows one due
 // alarm, with "remind me in 5 minutes" and "don't remind anymore". Its "Tag"

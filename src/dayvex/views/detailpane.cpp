@@ -37,15 +37,15 @@ QString listText(const QString &line)
     return line.mid(12);
 }
 
-QString toDoText(const ToDo &todo, const QString &dateFormat)
+QString toDoText(const ToDo &todo, const QString &dateFormat, const LanguageTable &language)
 {
     const QString separator = QStringLiteral(": ");
     const QStringList lines{
-        text(Text::DueTo) + separator + formatDate(todo.DueTo, dateFormat),
-        text(Text::Status) + separator + text(todo.Done ? Text::Done : Text::ToBeDone),
-        text(Text::ShortDescription) + separator + todo.ShortDesc,
+        language.text(Text::DueTo) + separator + formatDate(todo.DueTo, dateFormat),
+        language.text(Text::Status) + separator + language.text(todo.Done ? Text::Done : Text::ToBeDone),
+        language.text(Text::ShortDescription) + separator + todo.ShortDesc,
         QStringLiteral("---------------------------------------"),
-        text(Text::Description) + separator + todo.LongDesc,
+        language.text(Text::Description) + separator + todo.LongDesc,
     };
     return lines.join(QStringLiteral("\r\n"));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/i18n/language.h>
 #include <dayvex/model/records.h>
 
 #include <QGroupBox>
@@ -25,7 +26,7 @@ QString listCaption(const QString &dayDates, const QString &line);
 QString listText(const QString &line);
 // Due date, state, short and long description, each as caption ": " value,
 // the dashed line before the long description, joined by CR LF.
-QString toDoText(const ToDo &todo, const QString &dateFormat);
+QString toDoText(const ToDo &todo, const QString &dateFormat, const LanguageTable &language);
 
 // Where the pane stands beside an item, all in twips in one coordinate system:
 // level with the item's top, right of it where room has the width, else left of

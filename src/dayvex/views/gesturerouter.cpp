@@ -180,14 +180,14 @@ void GestureRouter::showToDoDetails(int row)
 {
     const QString key = m_todos->keyAt(row);
     select(ViewSelection::Kind::ToDo, key);
-    const std::shared_ptr<DayvexData> plan = sharedSettings().Plan;
+    const std::shared_ptr<DayvexData> plan = m_host.settings().Plan;
     if (key.isEmpty() || !plan || !plan->ToDoS()->find(key))
         return; // a row the host has emptied since the last refill
     const std::shared_ptr<ToDo> todo = plan->ToDoS()->Item(key);
     // Above the list, on its left edge: no row is covered, and the pane's left
     // edge tells a click on it that it shows a to-do.
-    m_pane->showAt(m_pane->areaAbove(m_todos->geometry(), m_surface->rect()), text(Text::ToDo),
-                   detail::toDoText(*todo, sharedSettings().DateFormat));
+    m_pane->showAt(m_pane->areaAbove(m_todos->geometry(), m_surface->rect()), m_host.language().text(Text::ToDo),
+                   detail::toDoText(*todo, m_host.settings().DateFormat, m_host.language()));
 }
 
 void GestureRouter::onToDoReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <dayvex/i18n/language.h>
+#include <dayvex/model/sharedsettings.h>
 #include <dayvex/views/viewselection.h>
 
 #include <QObject>
@@ -25,6 +27,9 @@ public:
 
     virtual ~GestureHost() = default;
     virtual bool menusDisabled() const = 0;
+    // The control's settings (its plan among them) and language texts.
+    virtual const SharedSettings &settings() const = 0;
+    virtual const LanguageTable &language() const = 0;
     // Runs the command of a menu entry whatever the menu last showed it as.
     virtual void runGestureCommand(Command command) = 0;
     virtual void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) = 0;
