@@ -2,9 +2,26 @@
 
 #include <dayvex/control/propertytable.h>
 
+#include <QAbstractItemModelTester>
 #include <QLabel>
+#include <QScopeGuard>
 #include <QSignalSpy>
+#include <QTabBar>
+#include <QTemporaryDir>
 #include <QVBoxLayout>
+
+namespace {
+AgendaGrid *lista(zntDayvex *control) { return zntDayvexPrivate::get(control)->m_lista; }
+
+std::shared_ptr<DayvexData> planWithVisit()
+{
+    auto plan = std::make_shared<DayvexData>();
+    plan->Schedules()->Add("7", "", at(2027, 5, 12, 10, 0), at(2027, 5, 12, 11, 0), "", "", "", "Visita", "",
+                           Date());
+    plan->ToDoS()->Add("9", "", "Firmare", "", Date(), 1, "", false, Date(), Date());
+    return plan;
+}
+} // namespace
 
 // What a Qt host expects of the control beside its own API: property change
 // signals, size hints a layout can use, refused values in the log.
@@ -85,10 +102,7 @@ private slots:
     void selectionAndCommands()
     {
         QFETCH(bool, todo);
-        auto plan = std::make_shared<DayvexData>();
-        plan->Schedules()->Add("7", "", at(2027, 5, 12, 10, 0), at(2027, 5, 12, 11, 0), "", "", "", "Visita", "",
-                               Date());
-        plan->ToDoS()->Add("9", "", "Firmare", "", Date(), 1, "", false, Date(), Date());
+        auto plan = planWithVisit();
         auto control = shownControl(plan, at(2027, 1, 4));
         ScriptedHost host;
         host.answer.ExternalHandled = true; // the host takes every command over: no editor, no prompt
@@ -127,6 +141,166 @@ private slots:
         QVERIFY(host.log.isEmpty());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("select: no "));
         QVERIFY(!control->select(key, kind));
+    }
+
+    // A selected appointment late in the day is scrolled into a small grid's view.
+    void selectScrollsTheBoxIntoView()
+    {
+        auto plan = planWithVisit();
+        plan->Schedules()->Add("8", "", at(2027, 5, 12, 19, 30), at(2027, 5, 12, 19, 50), "", "", "", "Cena", "",
+                               Date());
+        auto control = shownControl(plan, at(2027, 1, 4));
+        control->resize(control->minimumSizeHint());
+        QVERIFY(control->select("8"));
+        const AgendaGrid *grid = lista(control.get());
+        QCOMPARE(grid->boxCount(), 2);
+        for (int i = 0; i < grid->boxCount(); ++i)
+            if (grid->box(i)->entry().key == "8")
+                QVERIFY(grid->box(i)->isVisible() && grid->viewport()->rect().contains(grid->box(i)->geometry()));
+    }
+
+    // With state kept per instance, a second control touches nothing of the
+    // first: plan, settings, language texts, and the step its commands use.
+    void instancesKeepTheirOwnState()
+    {
+        setInstancesShareState(false);
+        const auto shareAgain = qScopeGuard([] { setInstancesShareState(true); });
+        QTemporaryDir dir;
+        QFile language(dir.filePath("it.txt"));
+        QVERIFY(language.open(QIODevice::WriteOnly));
+        language.write("[International]\n" + languageKey(Text::Day).toUtf8() + "=Giorno\n");
+        language.close();
+
+        auto plan = planWithVisit();
+        zntDayvex first;
+        first.setPlan(plan);
+        first.setDayStepMinutes(15);
+        first.setLanguageFileName(language.fileName());
+        first.setStartDay(at(2027, 5, 12));
+        first.resize(1000, 640);
+        first.show();
+        zntDayvex second;
+        second.setDayStepMinutes(60);
+        second.setDayStartTime("10:00");
+        second.resize(1000, 640);
+        second.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&second));
+        second.Refresh(zntPlanShowWeek);
+
+        QCOMPARE(first.Plan(), plan);
+        QVERIFY(second.Plan() != plan);
+        QCOMPARE(first.DayStepMinutes(), qint16(15));
+        QCOMPARE(first.DayStartTime(), QString("08:00"));
+        QCOMPARE(sharedSettings().DayStepMinutes, qint16(30));
+        QCOMPARE(first.findChild<QTabBar *>("TipoVis")->tabText(0), QString("Giorno"));
+        QCOMPARE(second.findChild<QTabBar *>("TipoVis")->tabText(0), defaultText(Text::Day));
+
+        // A New the host takes over with an end at its start: the end moves by this control's step.
+        ScriptedHost host;
+        host.answer.ExternalHandled = true;
+        host.editSchedule = [](std::shared_ptr<Schedule> &s) { s->Description = "Turno"; };
+        host.listenTo(&first);
+        first.newAppointment();
+        QCOMPARE(plan->Schedules()->Count(), 2);
+        const std::shared_ptr<Schedule> added = plan->Schedules()->Item(2);
+        QCOMPARE(added->start().secsTo(added->end()), 15 * 60);
+    }
+
+    // The model's changes reach the control once per turn, and redraw it only with AutoRefresh.
+    void autoRefresh_data()
+    {
+        columns<bool>("autoRefresh");
+        QTest::newRow("off") << false;
+        QTest::newRow("on") << true;
+    }
+
+    void autoRefresh()
+    {
+        QFETCH(bool, autoRefresh);
+        auto plan = std::make_shared<DayvexData>();
+        auto control = shownControl(plan, at(2027, 5, 12));
+        control->setAutoRefresh(autoRefresh);
+        QSignalSpy announced(plan->changes(), &DataChanges::changed);
+        Schedule visit;
+        visit.Key = "1";
+        visit.Description = "Visita";
+        visit.setStart(QDateTime(QDate(2027, 5, 12), QTime(10, 0)));
+        visit.setEnd(QDateTime(QDate(2027, 5, 12), QTime(11, 0)));
+        plan->Schedules()->Add(visit);
+        visit.Key = "2";
+        plan->Schedules()->Add(visit);
+        plan->Schedules()->Remove("2");
+        QCOMPARE(lista(control.get())->boxCount(), 0);
+        QVERIFY(announced.wait());
+        QCOMPARE(announced.size(), 1);
+        QCOMPARE(lista(control.get())->boxCount(), autoRefresh ? 1 : 0);
+
+        // A field changed in place is announced by the host.
+        plan->Schedules()->Item("1")->Description = "Controllo";
+        plan->markChanged();
+        QVERIFY(announced.wait());
+        if (autoRefresh)
+            QCOMPARE(lista(control.get())->box(0)->entry().description, QString("Controllo"));
+    }
+
+    // A host's policy answers before the signal, whose handler sees and may overrule it.
+    void hostPolicy()
+    {
+        struct Refusing : HostPolicy
+        {
+            void BeforeScheduleDelete(std::shared_ptr<Schedule> &, bool &, bool &Cancel) override { Cancel = true; }
+        } policy;
+        auto plan = planWithVisit();
+        auto control = shownControl(plan, at(2027, 5, 12));
+        control->setHostPolicy(&policy);
+        bool cancelSeen = false;
+        connect(control.get(), &zntDayvex::BeforeScheduleDelete, this,
+                [&](std::shared_ptr<Schedule> &, bool &, bool &Cancel) { cancelSeen = Cancel; });
+        QVERIFY(control->select("7"));
+        control->deleteSelected();
+        QVERIFY(cancelSeen);
+        QVERIFY(plan->Schedules()->find("7"));
+    }
+
+    // Qt's types in and out: a form's QDate and QTime setters, records' accessors, the item model.
+    void qtTypes()
+    {
+        zntDayvex control;
+        control.setStartDay(QDate(2027, 3, 1));
+        control.setDayStartTime(QTime(7, 30));
+        control.setDayEndTime(QTime());
+        QCOMPARE(control.StartDay(), at(2027, 3, 1));
+        QCOMPARE(control.DayStartTime(), QString("07:30"));
+        QCOMPARE(control.DayEndTime(), QString("20:00"));
+
+        auto plan = planWithVisit();
+        const std::shared_ptr<Schedule> visit = plan->Schedules()->Item("7");
+        visit->setColor(QColor(255, 128, 0));
+        QCOMPARE(visit->Color, qint32(0x0080FF));
+        visit->setReminder(QDateTime());
+        QVERIFY(visit->ReminderDate.isEmpty());
+        visit->EndDate = Date(std::nan(""));
+        QVERIFY(!visit->end().isValid());
+
+        AgendaItemModel appointments(plan, AgendaItemModel::Records::Appointments);
+        AgendaItemModel todos(plan, AgendaItemModel::Records::ToDos);
+        QAbstractItemModelTester checked(&appointments, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester checkedToDos(&todos, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const int start = appointments.roleNames().key("StartDate");
+        QCOMPARE(appointments.data(appointments.index(0, 0), start), QVariant(QDateTime(QDate(2027, 5, 12), QTime(10, 0))));
+        const QModelIndex colour = appointments.index(0, 10);
+        QCOMPARE(appointments.fieldAt(10), QString("Color"));
+        QCOMPARE(appointments.data(colour, Qt::DecorationRole).value<QColor>(), QColor(255, 128, 0));
+        QCOMPARE(appointments.data(appointments.index(0, 2)).toString(), QString()); // the NaN end
+        QCOMPARE(todos.data(todos.index(0, 1)).toString(), QString("Firmare"));
+
+        plan->Schedules()->Add("8", "", at(2027, 5, 13, 9, 0), at(2027, 5, 13, 10, 0), "", "", "", "Cena", "", Date());
+        QCOMPARE(appointments.rowCount(), 1); // until the turn ends
+        QTRY_COMPARE(appointments.rowCount(), 2);
+        QCOMPARE(appointments.rowOf("8"), 1);
+        plan->Clear();
+        QTRY_COMPARE(appointments.rowCount(), 0);
+        QCOMPARE(todos.rowCount(), 0);
     }
 
     // Under a label in a column, the control takes the room and never less than its minimum.

@@ -49,6 +49,14 @@ namespace dayvex {
 namespace {
 // The alarm timer ticks every few seconds; it starts enabled, as designed.
 constexpr int AlarmTimerInterval = 5000;
+
+// The first slot's time and the slot length that the rows were built with.
+std::pair<Date, qint16> slotStartAndStep(const SharedSettings &shared)
+{
+    const std::optional<Date> start = parseDate(shared.DayStartTime);
+    return {start ? start->timePart() : Date::fromTime(QTime(8, 0)),
+            shared.DayStepMinutes > 0 ? shared.DayStepMinutes : qint16(30)};
+}
 } // namespace
 
 zntDayvexPrivate::zntDayvexPrivate(zntDayvex *control)
@@ -85,6 +93,22 @@ void zntDayvexPrivate::watchPlan()
         }
         runFromUser([this] { q->Refresh(); });
     });
+}
+
+void zntDayvexPrivate::scrollToBox(const std::shared_ptr<Schedule> &appointment)
+{
+    const int view = selectedTab();
+    if ((view != zntPlanShowDay && view != zntPlanShowWeek) || m_lista->rowCount() == 0)
+        return;
+    // A box off the rows on show is not placed at all: scroll by the rows of its times.
+    const bool week = view == zntPlanShowWeek;
+    const auto [dayStart, step] = slotStartAndStep(settings());
+    const auto rowOf = [&](Date time) {
+        return qBound(0, int(timeRow(time.timePart(), dayStart, step, week)), m_lista->rowCount() - 1);
+    };
+    // Its last row, then its first: the start stays in sight when both do not fit.
+    m_lista->scrollTo(m_lista->model()->index(rowOf(appointment->EndDate), 0));
+    m_lista->scrollTo(m_lista->model()->index(rowOf(appointment->StartDate), 0));
 }
 
 void zntDayvexPrivate::loadLanguage()
@@ -423,15 +447,6 @@ void zntDayvexPrivate::drawAppointments()
     drawView(view);
 }
 
-namespace {
-// The first slot's time and the slot length that the rows were built with.
-std::pair<Date, qint16> slotStartAndStep(const SharedSettings &shared)
-{
-    const std::optional<Date> start = parseDate(shared.DayStartTime);
-    return {start ? start->timePart() : Date::fromTime(QTime(8, 0)),
-            shared.DayStepMinutes > 0 ? shared.DayStepMinutes : qint16(30)};
-}
-} // namespace
 
 void zntDayvexPrivate::drawView(int view)
 {

@@ -436,6 +436,7 @@ bool zntDayvex::select(const QString &key, SelectedKind kind)
         }
         setStartDay(found->StartDate.datePart());
         d->m_gestures->select(ViewSelection::Kind::Appointment, found->Key);
+        d->runFromUser([&] { d->scrollToBox(found); });
         return true;
     }
     if (kind == SelectedKind::ToDo) {

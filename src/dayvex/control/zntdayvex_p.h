@@ -69,6 +69,8 @@ public:
     void loadLanguage();
     // Follows the change announcements of the current Plan while AutoRefresh is on.
     void watchPlan();
+    // Scrolls the time grid so that the rows of appointment's times show.
+    void scrollToBox(const std::shared_ptr<Schedule> &appointment);
     QString ReminderSoundFile() const override { return m_reminderSoundFile; }
     std::shared_ptr<DayvexData> editedPlan() const override;
     QWidget *dialogParent() const override;

@@ -133,10 +133,9 @@ QVariant AgendaItemModel::data(const QModelIndex &index, int role) const
         return value.toString();
     case Qt::DecorationRole:
         if (isColour) {
-            // 0x00BBGGRR; 0 is the default colour, which has no swatch.
-            const quint32 bgr = quint32(value.toInt());
-            return bgr == 0 ? QVariant() : QVariant(QColor(int(bgr & 0xFF), int((bgr >> 8) & 0xFF),
-                                                          int((bgr >> 16) & 0xFF)));
+            // The default colour, 0, has no swatch.
+            const QColor colour = static_cast<const Schedule *>(m_rows[size_t(index.row())].get())->color();
+            return colour.isValid() ? QVariant(colour) : QVariant();
         }
         return QVariant();
     default:

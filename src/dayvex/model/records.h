@@ -3,6 +3,8 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/platform/date.h>
 
+#include <QColor>
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 
@@ -42,6 +44,19 @@ public:
     QString Contact;        ///< The person it is with.
     QString ContactCode;    ///< The host's code of the contact.
     QString Owner;          ///< The user it belongs to.
+
+    // Qt's types beside the automation dates and BGR colour. A date that is
+    // empty, NaN or outside the years 100 to 9999 reads as an invalid
+    // QDateTime; setting an invalid one stores the empty date.
+
+    QDateTime start() const;                 ///< StartDate as a QDateTime.
+    void setStart(const QDateTime &value);   ///< Sets StartDate; throws Error 6 outside the years 100 to 9999.
+    QDateTime end() const;                   ///< EndDate as a QDateTime.
+    void setEnd(const QDateTime &value);     ///< Sets EndDate; throws as setStart.
+    QDateTime reminder() const;              ///< ReminderDate as a QDateTime; invalid for no reminder.
+    void setReminder(const QDateTime &value); ///< Sets ReminderDate; an invalid value removes the reminder.
+    QColor color() const;                    ///< Color as a QColor; invalid for 0, the default colour.
+    void setColor(const QColor &value);      ///< Sets Color; an invalid colour stores 0.
 };
 
 /// One to-do activity. Each member is also a property of the same name.
@@ -71,6 +86,13 @@ public:
     QString LongDesc;       ///< The full description.
     QString ShortDesc;      ///< The one-line description.
     QString Owner;          ///< The user it belongs to.
+
+    QDateTime due() const;                    ///< DueTo as a QDateTime; invalid for the empty date.
+    void setDue(const QDateTime &value);      ///< Sets DueTo; an invalid value stores the empty date.
+    QDateTime reminder() const;               ///< ReminderDate as a QDateTime; invalid for no reminder.
+    void setReminder(const QDateTime &value); ///< Sets ReminderDate; an invalid value removes the reminder.
+    QDateTime doneAt() const;                 ///< DateDone as a QDateTime; invalid for the empty date.
+    void setDoneAt(const QDateTime &value);   ///< Sets DateDone; an invalid value stores the empty date.
 };
 
 // Entries of the lookup lists: the text itself and a free tag.
