@@ -40,29 +40,6 @@ private slots:
         // the day from 09:00 to 12:00 in 20-minute slots
         QTRY_COMPARE(agenda->findChild<AgendaGrid *>("Lista")->rowCount(), 10);
     }
-
-    void loadedPropertiesWin_data()
-    {
-        columns<QVariantMap, QString, qint16, bool>("stored", "dayStart", "step", "multiUser");
-        QTest::newRow("stored values") << QVariantMap{{"DayStartTime", "07:00"}, {"DayStepMinutes", 10}}
-                                       << "07:00" << qint16(10) << true;
-        QTest::newRow("nothing stored: the defaults, not the form") << QVariantMap{} << "08:00" << qint16(30) << true;
-        QTest::newRow("stored as on the form") << QVariantMap{{"MultiUserEnabled", false}} << "08:00" << qint16(30)
-                                               << false;
-    }
-
-    void loadedPropertiesWin()
-    {
-        QFETCH(QVariantMap, stored);
-        QWidget form;
-        Ui::AgendaForm ui;
-        ui.setupUi(&form);
-        MemoryPropertyBag bag(stored);
-        ui.agenda->ReadProperties(bag);
-        QTEST(ui.agenda->DayStartTime(), "dayStart");
-        QTEST(ui.agenda->DayStepMinutes(), "step");
-        QTEST(ui.agenda->MultiUserEnabled(), "multiUser");
-    }
 };
 
 QTEST_MAIN(tst_Form)

@@ -75,13 +75,17 @@ private slots:
 
     void newAppointment()
     {
-        QFETCH(bool, cancel);
-        QFETCH(bool, external);
         QFETCH(QString, hostDescription);
         QFETCH(InEditor, inEditor);
         QFETCH(bool, added);
-        m_host.answer = {external, cancel};
-        m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) { mSca->Description = hostDescription; };
+        answerAsTheRowSays();
+        Date start, end;
+        m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) {
+            start = mSca->StartDate;
+            end = mSca->EndDate;
+            mSca->Description = hostDescription;
+        };
+        m_control->findChild<AgendaGrid *>("Lista")->setCurrentCell(3, 2); // the row that shows 9 and 30
         m_driver.whenOpen(AppointmentForm, [inEditor](QDialog *editor) {
             QCOMPARE(static_cast<AppointmentEditor *>(editor)->formKey(), "NEW          ");
             QVERIFY(!field<QPushButton>(editor, "Elimina")->isEnabled());
@@ -94,6 +98,8 @@ private slots:
         });
         m_control->mnNuovo_Click();
 
+        QCOMPARE(start.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(9, 30))); // proposed by the row
+        QCOMPARE(end.value(), start.value());
         QTEST(m_host.log, "events");
         QCOMPARE(m_data->Schedules()->Count(), added ? 2 : 1);
         QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
@@ -124,12 +130,10 @@ private slots:
 
     void modifyAppointment()
     {
-        QFETCH(bool, cancel);
-        QFETCH(bool, external);
         QFETCH(QString, hostDescription);
         QFETCH(QStringList, events);
-        m_host.answer = {external, cancel};
-        if (external)
+        answerAsTheRowSays();
+        if (m_host.answer.ExternalHandled)
             m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) { mSca->Description = hostDescription; };
         m_driver.whenOpen(AppointmentForm, [](QDialog *editor) {
             QCOMPARE(static_cast<AppointmentEditor *>(editor)->formKey(), "0000000000007");
@@ -171,11 +175,9 @@ private slots:
     void remove()
     {
         QFETCH(bool, isToDo);
-        QFETCH(bool, cancel);
-        QFETCH(bool, external);
         QFETCH(bool, yes);
         QFETCH(bool, removed);
-        m_host.answer = {external, cancel};
+        answerAsTheRowSays();
         m_driver.answerPrompts(yes);
         QVERIFY(m_data->Alarms()->find("T1")); // from the refresh
         auto form = std::make_unique<QWidget>();
@@ -194,20 +196,6 @@ private slots:
         QCOMPARE(!form->isVisible(), removed);
         QCOMPARE(m_host.log.value(0), isToDo ? "BeforeTodoDelete" : "BeforeScheduleDelete");
         QCOMPARE(m_host.log.contains(isToDo ? "ToDoDeleted" : "ScheduleDeleted"), removed);
-    }
-
-    void newProposesTheRowTime()
-    {
-        m_host.answer.Cancel = true;
-        Date start, end;
-        m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) {
-            start = mSca->StartDate;
-            end = mSca->EndDate;
-        };
-        m_control->findChild<AgendaGrid *>("Lista")->setCurrentCell(3, 2); // the row that shows 9 and 30
-        m_control->mnNuovo_Click();
-        QCOMPARE(start.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(9, 30)));
-        QCOMPARE(end.value(), start.value());
     }
 
     void validateCancelKeepsInput()
@@ -408,12 +396,10 @@ private slots:
 
     void markDone()
     {
-        QFETCH(bool, cancel);
-        QFETCH(bool, external);
         QFETCH(bool, done);
-        m_host.answer = {external, cancel};
+        answerAsTheRowSays();
         m_control->mnuAttivitaCompleta_Click();
-        QCOMPARE(m_host.log, QStringList({"BeforeTodoSetComplete", "ToDoChanged"}).mid(0, cancel ? 1 : 2));
+        QCOMPARE(m_host.log, QStringList({"BeforeTodoSetComplete", "ToDoChanged"}).mid(0, m_host.answer.Cancel ? 1 : 2));
         QCOMPARE(todo().Done, done);
         QCOMPARE(todo().DateDone.value(), 0.0); // marking done leaves the day it was done alone
         QCOMPARE(list()->model()->index(rowOf("1"), 3).data(Qt::ForegroundRole).value<QColor>() == Grey, done);
@@ -439,13 +425,11 @@ private slots:
 
     void newToDo()
     {
-        QFETCH(bool, cancel);
-        QFETCH(bool, external);
         QFETCH(Date, hostReminder);
         QFETCH(InEditor, inEditor);
         QFETCH(QStringList, events);
         QFETCH(Date, reminder);
-        m_host.answer = {external, cancel};
+        answerAsTheRowSays();
         m_host.editToDo = [&](std::shared_ptr<ToDo> &mToDo) {
             mToDo->ShortDesc = "Dal gestionale";
             mToDo->ReminderDate = hostReminder;
@@ -487,12 +471,10 @@ private slots:
 
     void modifyToDo()
     {
-        QFETCH(bool, cancel);
-        QFETCH(bool, external);
         QFETCH(QStringList, events);
         QFETCH(int, priority);
-        m_host.answer = {external, cancel};
-        if (external)
+        answerAsTheRowSays();
+        if (m_host.answer.ExternalHandled)
             m_host.editToDo = [](std::shared_ptr<ToDo> &mToDo) { mToDo->Priority = 7; };
         m_driver.whenOpen(ToDoForm, [](QDialog *form) {
             QCOMPARE(field<QLineEdit>(form, "txDescBreve")->text(), "Chiamare");
@@ -537,6 +519,13 @@ private slots:
     }
 
 private:
+    // The host answers the Before events as the row's cancel and external columns say.
+    void answerAsTheRowSays()
+    {
+        QFETCH(bool, cancel);
+        QFETCH(bool, external);
+        m_host.answer = {external, cancel};
+    }
     ToDoGrid *list() const { return m_control->findChild<ToDoGrid *>("DaFare"); }
     int rowOf(const QString &key) const
     {

@@ -32,22 +32,6 @@ QStringList startsOf(DayvexData &data, const QString &uid)
     return starts;
 }
 
-// What a failed import must leave exactly as it was.
-QString fingerprint(DayvexData &data)
-{
-    QStringList parts;
-    for (const auto &s : *data.Schedules())
-        parts << s->Key + s->Description + QString::number(s->StartDate.value());
-    for (const auto &p : *data.Schedules()->Places())
-        parts << p->Key;
-    for (const auto &c : *data.Schedules()->Categories())
-        parts << c->Key;
-    for (const auto &t : *data.ToDoS())
-        parts << t->Key + t->ShortDesc;
-    parts << QString::number(data.ToDoS()->ActiveProjects()->Count()) << QString::number(data.Users()->Count());
-    return parts.join(QLatin1Char('|'));
-}
-
 } // namespace
 
 class tst_ICalendar : public QObject
@@ -212,7 +196,7 @@ private slots:
         DayvexData data;
         data.Schedules()->Add("7", "Rossi", at(2026, 12, 1, 9, 0), at(2026, 12, 1, 10, 0), "", "", "Mine", "Already here",
                               "Ufficio", Date());
-        const QString before = fingerprint(data);
+        const QString before = snapshot(data);
         const ExchangeReport report = importICalendarData(bytes, data, window2027());
         QCOMPARE(report.fileRead, fileRead);
         QCOMPARE(report.appointments, appointments);
@@ -220,7 +204,7 @@ private slots:
         for (const QString &message : messages)
             QVERIFY2(report.summary().contains(message), qPrintable(report.summary()));
         if (!fileRead)
-            QCOMPARE(fingerprint(data), before);
+            QCOMPARE(snapshot(data), before);
         QCOMPARE(data.Schedules()->Item(1)->Description, "Already here");
         if (QTest::currentDataTag() == QLatin1String("Latin-1"))
             QCOMPARE(data.Schedules()->Item(2)->Description, QString::fromUtf8("Caffè con Lucía"));
@@ -233,11 +217,11 @@ private slots:
         data.Schedules()->Add("2147483646", "", at(2026, 12, 1, 9, 0), at(2026, 12, 1, 10, 0), "", "", "", "Last",
                               "", Date());
         data.Users()->Add("Rossi");
-        const QString before = fingerprint(data);
+        const QString before = snapshot(data);
         const ExchangeReport report = importICalendar(file("conference.ics"), data, window2027());
         QVERIFY(!report.fileRead);
         QVERIFY2(report.summary().contains("nothing was imported"), qPrintable(report.summary()));
-        QCOMPARE(fingerprint(data), before);
+        QCOMPARE(snapshot(data), before);
         QCOMPARE(data.Schedules()->Count(), 1);
     }
 };

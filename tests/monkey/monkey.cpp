@@ -36,24 +36,6 @@
 
 namespace {
 
-class SilentSound : public ReminderSound
-{
-public:
-    bool hasOutputDevice() const override { return true; }
-    void play(const QString &) override {}
-};
-
-// Every field of every appointment and to-do.
-QString snapshot(DayvexData &plan)
-{
-    QString out;
-    for (const auto &schedule : *plan.Schedules())
-        out += fieldsOf(*schedule) + '\n';
-    for (const auto &todo : *plan.ToDoS())
-        out += fieldsOf(*todo) + '\n';
-    return out;
-}
-
 class Monkey : public QObject
 {
 public:
@@ -63,8 +45,9 @@ public:
         m_now = QDateTime(QDate(2026, 11, 16), QTime(8, 55));
         setClockSource([this] { return m_now; });
         setPromptAnswerer([this](const QString &, PromptIcon) { return chance(2); });
-        setReminderSound(std::make_shared<SilentSound>());
-        require(m_dir.isValid() && ::mkfifo(QFile::encodeName(m_dir.filePath("fifo")).constData(), 0600) == 0);
+        setReminderSound(std::make_shared<CountingSound>());
+        if (!m_dir.isValid() || ::mkfifo(QFile::encodeName(m_dir.filePath("fifo")).constData(), 0600) != 0)
+            std::abort();
 
         m_plan = std::make_shared<DayvexData>();
         fill();
@@ -96,12 +79,6 @@ public:
     }
 
 private:
-    static void require(bool ok)
-    {
-        if (!ok)
-            std::abort();
-    }
-
     int pick(int n) { return int(m_random() % quint64(n)); }
     bool chance(int n) { return pick(n) == 0; }
     template <typename T, size_t N> const T &any(const T (&items)[N]) { return items[pick(int(N))]; }

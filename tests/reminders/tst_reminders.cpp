@@ -12,22 +12,6 @@ namespace {
 // 10:00:30 on Sunday 3 December 2000.
 const QDateTime Now(QDate(2000, 12, 3), QTime(10, 0, 30));
 
-// Counts what would have been played.
-class CountingSound : public ReminderSound
-{
-public:
-    bool hasOutputDevice() const override { return device; }
-    void play(const QString &fileName) override
-    {
-        played << fileName;
-        if (whilePlaying)
-            whilePlaying();
-    }
-    bool device = true;
-    std::function<void()> whilePlaying;
-    QStringList played;
-};
-
 QList<ReminderPopup *> popups()
 {
     QList<ReminderPopup *> open;

@@ -75,6 +75,39 @@ QString fieldsOf(const Record &record)
 #include <QPushButton>
 #include <QTimer>
 
+// Every field of every appointment and to-do and the lists beside them: what a
+// failed import or a cancelling host must leave exactly as it was.
+inline QString snapshot(DayvexData &plan)
+{
+    QStringList out;
+    for (const auto &schedule : *plan.Schedules())
+        out << fieldsOf(*schedule);
+    for (const auto &todo : *plan.ToDoS())
+        out << fieldsOf(*todo);
+    for (const auto &place : *plan.Schedules()->Places())
+        out << place->Key;
+    for (const auto &category : *plan.Schedules()->Categories())
+        out << category->Key;
+    out << QString::number(plan.ToDoS()->ActiveProjects()->Count()) << QString::number(plan.Users()->Count());
+    return out.join('\n');
+}
+
+// Counts what would have been played.
+class CountingSound : public ReminderSound
+{
+public:
+    bool hasOutputDevice() const override { return device; }
+    void play(const QString &fileName) override
+    {
+        played << fileName;
+        if (whilePlaying)
+            whilePlaying();
+    }
+    bool device = true;
+    std::function<void()> whilePlaying;
+    QStringList played;
+};
+
 // Drives the editors and questions of the commands as a user would, from
 // inside the command's wait for its editor.
 class EditorDriver : public QObject

@@ -44,7 +44,6 @@ private slots:
     {
         m_control->Refresh(zntPlanShowDay);
         AgendaGrid *grid = lista();
-        QCOMPARE(grid->rowCount(), 25);
         QCOMPARE(grid->columnCount(), 3);
         QVERIFY(grid->horizontalHeader()->isHidden());
         QCOMPARE(grid->item(0, 0)->text(), "8");
@@ -163,17 +162,6 @@ private slots:
         QCOMPARE(boxesWhenSelected, 1);
     }
 
-    void refreshKeepsTheView()
-    {
-        auto *tabs = m_control->findChild<QTabBar *>("TipoVis");
-        for (zntPlanShowType style : {zntPlanShowMonth, zntPlanShowWeek}) {
-            m_control->Refresh(style);
-            m_control->Refresh();
-            QCOMPARE(m_control->CurrentView(), qint16(style));
-            QCOMPARE(tabs->currentIndex(), style - 1);
-        }
-    }
-
     void clickMovesTheDate_data()
     {
         columns<int, int, int, QDate>("style", "row", "column", "shown");
@@ -192,6 +180,9 @@ private slots:
         QFETCH(int, row);
         QFETCH(int, column);
         m_control->Refresh(zntPlanShowType(style));
+        m_control->Refresh(); // keeps the view
+        QCOMPARE(m_control->CurrentView(), qint16(style));
+        QCOMPARE(m_control->findChild<QTabBar *>("TipoVis")->currentIndex(), style - 1);
         QTest::mouseClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(row, column));
         QTEST(m_control->findChild<MonthCalendar *>("Calendar")->selectedDate(), "shown");
     }
