@@ -18,3 +18,4 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREF
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${WORK_DIR}/build/dayvex_consumer)
 run(${WORK_DIR}/build/dayvex_core_consumer)
+run(${WORK_DIR}/build/dayvex_host --check)

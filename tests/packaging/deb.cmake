@@ -97,3 +97,4 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/consumer -DCMAKE_P
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/consumer)
 run(${WORK_DIR}/consumer/dayvex_consumer)
 run(${WORK_DIR}/consumer/dayvex_core_consumer)
+run(${WORK_DIR}/consumer/dayvex_host --check)
