@@ -69,6 +69,10 @@ DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
 
     SettingsPropertyBag bag(m_settings);
     m_control->ReadProperties(bag);
+    // The demo shows the Modern presentation unless its user chose Classic.
+    m_control->setPresentation(m_settings.value(QStringLiteral("demo/modern"), true).toBool() ? zntDayvex::Modern
+                                                                                           : zntDayvex::Classic);
+    createViewMenu();
     auto data = std::make_shared<DayvexData>();
     fillSampleData(*data, m_control->StartDay().toDate());
     m_control->setPlan(data);
@@ -79,6 +83,19 @@ DemoWindow::~DemoWindow()
 {
     SettingsPropertyBag bag(m_settings);
     m_control->WriteProperties(bag);
+    m_settings.setValue(QStringLiteral("demo/modern"), m_control->Presentation() == zntDayvex::Modern);
+}
+
+void DemoWindow::createViewMenu()
+{
+    QMenu *view = menuBar()->addMenu(QStringLiteral("&View"));
+    view->setObjectName(QStringLiteral("viewMenu"));
+    QAction *modern = view->addAction(QStringLiteral("&Modern presentation"));
+    modern->setObjectName(QStringLiteral("modernAction"));
+    modern->setCheckable(true);
+    modern->setChecked(m_control->Presentation() == zntDayvex::Modern);
+    connect(modern, &QAction::toggled, this,
+            [this](bool on) { m_control->setPresentation(on ? zntDayvex::Modern : zntDayvex::Classic); });
 }
 
 void DemoWindow::createFileMenu()
@@ -121,6 +138,8 @@ void DemoWindow::createFileMenu()
         if (!path.isEmpty())
             log(QStringLiteral("PDF: %1 pages in %2").arg(savePdf(path)).arg(path));
     });
+    file->addSeparator();
+    entry("quitAction", QStringLiteral("&Quit"), QKeySequence::Quit, [this] { close(); });
 }
 
 ExchangeReport DemoWindow::importFile(const QString &path)

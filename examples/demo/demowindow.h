@@ -30,6 +30,7 @@ public:
 
 private:
     void createFileMenu();
+    void createViewMenu();
     void connectEvents();
     void log(const QString &line);
     void answer(bool &ExternalHandled, bool &Cancel);

@@ -26,11 +26,42 @@ private slots:
         resetSharedSettings();
         m_settings = std::make_unique<QSettings>(m_dir.filePath("demo.ini"), QSettings::IniFormat);
         m_settings->clear();
+        // The control's own layout, which the checks below measure against its placer.
+        m_settings->setValue("demo/modern", false);
+        open();
+    }
+
+    void open()
+    {
+        m_window.reset();
         m_window = std::make_unique<DemoWindow>(*m_settings);
         m_window->resize(1280, 760);
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
         QTest::qWait(200);
+    }
+
+    // The demo as it starts by default: the working day fills the grid, and no
+    // box covers another or is cut off by the viewport's sides.
+    void modernWeekFillsTheGrid()
+    {
+        m_window.reset(); // it saves its presentation as it closes
+        m_settings->remove("demo/modern");
+        open();
+        QCOMPARE(m_window->control()->Presentation(), zntDayvex::Modern);
+        AgendaGrid *grid = lista();
+        QVERIFY(grid->rowAt(0) >= 15 && grid->rowAt(0) <= 16);
+        QVERIFY(grid->rowHeight(0) * 24 >= grid->viewport()->height() * 85 / 100);
+        std::vector<QRect> drawn;
+        for (int i = 0; i < grid->boxCount(); ++i)
+            if (grid->box(i)->isVisible())
+                drawn.push_back(grid->box(i)->geometry());
+        QVERIFY(!drawn.empty());
+        for (size_t i = 0; i < drawn.size(); ++i) {
+            QVERIFY(drawn[i].left() >= 0 && drawn[i].right() < grid->viewport()->width());
+            for (size_t j = i + 1; j < drawn.size(); ++j)
+                QVERIFY(!drawn[i].intersects(drawn[j]));
+        }
     }
 
     void cleanup()

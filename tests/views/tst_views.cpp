@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
+#include <QScrollBar>
 #include <QTabBar>
 
 namespace {
@@ -52,6 +53,42 @@ private slots:
         QCOMPARE(grid->item(0, 1)->text(), "00");
         QCOMPARE(grid->item(1, 1)->text(), "30");
         QCOMPARE(m_control->findChild<QLabel *>("ThisDay")->text(), "Sunday 03");
+    }
+
+    // Modern: the whole day in rows, every part of an appointment on its day at
+    // its true times, nothing covering anything; Classic comes back as it was.
+    void modernWeek()
+    {
+        addAppointment(*m_data, "early", at(QDate(2000, 11, 28), 2, 38), 30);
+        addAppointment(*m_data, "a", at(QDate(2000, 11, 29), 9), 90);
+        addAppointment(*m_data, "b", at(QDate(2000, 11, 29), 10), 60);
+        addAppointment(*m_data, "c", at(QDate(2000, 11, 29), 10, 30), 60);
+        addAppointment(*m_data, "night", at(QDate(2000, 11, 30), 22), 60);
+        m_data->Schedules()->Item("night")->EndDate = at(QDate(2000, 12, 1), 6); // past Add's end rule
+        m_control->setPresentation(zntDayvex::Modern);
+        m_control->Refresh(zntPlanShowWeek);
+        AgendaGrid *grid = lista();
+        QCOMPARE(grid->rowCount(), 48);
+        QCOMPARE(grid->rowLabel(16).hour, QString("8"));
+        QVERIFY(grid->rowAt(0) >= 15 && grid->rowAt(0) <= 16); // scrolled to DayStartTime
+        std::vector<QRect> drawn;
+        QMap<QString, int> parts;
+        for (int i = 0; i < grid->boxCount(); ++i) {
+            const AppointmentBox *box = grid->box(i);
+            ++parts[box->entry().key];
+            if (box->isVisible())
+                drawn.push_back(box->geometry());
+            if (box->entry().key == "early")
+                QCOMPARE(grid->rowAt(box->geometry().top() + 1), 5); // 02:30 to 03:00
+        }
+        QCOMPARE(parts.value("night"), 2);
+        for (size_t i = 0; i < drawn.size(); ++i)
+            for (size_t j = i + 1; j < drawn.size(); ++j)
+                QVERIFY(!drawn[i].intersects(drawn[j]));
+
+        m_control->setPresentation(zntDayvex::Classic);
+        QCOMPARE(grid->rowCount(), 25);
+        QCOMPARE(grid->item(0, 0)->text(), "8");
     }
 
     void weekHeadingAndBoxes()

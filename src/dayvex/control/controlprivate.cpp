@@ -57,7 +57,33 @@ std::pair<Date, qint16> slotStartAndStep(const SharedSettings &shared)
     return {start ? start->timePart() : Date::fromTime(QTime(8, 0)),
             shared.DayStepMinutes > 0 ? shared.DayStepMinutes : qint16(30)};
 }
+
+// The working day in minutes after midnight, from DayStartTime to DayEndTime.
+std::pair<int, int> workingMinutes(const SharedSettings &shared)
+{
+    const std::optional<Date> start = parseDate(shared.DayStartTime);
+    const std::optional<Date> end = parseDate(shared.DayEndTime);
+    const int from = start ? start->minuteOfDay() : 8 * 60;
+    const int to = end ? end->minuteOfDay() : 20 * 60;
+    return {from, qMax(from, to)};
+}
 } // namespace
+
+std::pair<Date, qint16> zntDayvexPrivate::gridStartAndStep() const
+{
+    const auto [start, step] = slotStartAndStep(settings());
+    return {modern() ? Date() : start, step};
+}
+
+void zntDayvexPrivate::applyPresentation()
+{
+    m_lista->setModern(modern());
+    m_scrolledToDayStart = false;
+    runFromUser([this] {
+        rebuildTimeRows();
+        drawAppointments();
+    });
+}
 
 zntDayvexPrivate::zntDayvexPrivate(zntDayvex *control)
     : q(control),
@@ -102,7 +128,7 @@ void zntDayvexPrivate::scrollToBox(const std::shared_ptr<Schedule> &appointment)
         return;
     // A box off the rows on show is not placed at all: scroll by the rows of its times.
     const bool week = view == zntPlanShowWeek;
-    const auto [dayStart, step] = slotStartAndStep(settings());
+    const auto [dayStart, step] = gridStartAndStep();
     const auto rowOf = [&](Date time) {
         return qBound(0, int(timeRow(time.timePart(), dayStart, step, week)), m_lista->rowCount() - 1);
     };
@@ -365,6 +391,9 @@ void zntDayvexPrivate::selectView()
     const double gridWidth = scale.toTwips(m_lista->width());
     const Date shown = Date::fromDate(m_calendar->selectedDate());
     const int tab = selectedTab();
+    // Another view starts at the working day; a resize keeps the scroll where it is.
+    if (tab != m_currentView && !m_inResize)
+        m_scrolledToDayStart = false;
     switch (tab) {
     case zntPlanShowMonth:
         if (m_currentView == zntPlanShowMonth)
@@ -379,8 +408,13 @@ void zntDayvexPrivate::selectView()
         m_lista->setWeekColumns(weekViewColumnWidth(gridWidth));
         rebuildTimeRows();
         m_lista->setWeekHeading(weekHeadings(viewRange(zntPlanShowWeek, shown, dayFirst()).from));
-        if (m_lista->rowCount() > 0)
-            m_lista->setCurrentCell(0, qMax(0, m_lista->currentColumn()), QItemSelectionModel::NoUpdate);
+        if (m_lista->rowCount() > 0) {
+            // Modern: the current cell at the working day's start, where the grid scrolls.
+            const int row = modern() ? qMin(workingMinutes(settings()).first / gridStartAndStep().second,
+                                            m_lista->rowCount() - 1)
+                                     : 0;
+            m_lista->setCurrentCell(row, qMax(0, m_lista->currentColumn()), QItemSelectionModel::NoUpdate);
+        }
         break;
     default:
         m_currentView = zntPlanShowDay;
@@ -408,7 +442,13 @@ void zntDayvexPrivate::rebuildTimeRows()
     QString end = shared.DayEndTime;
     // A step of 0 or less comes back as 30 and stays so.
     const qint32 count = slotCount(start, end, shared.DayStepMinutes);
-    m_lista->setTimeRows(slotLabels(start, shared.DayStepMinutes, count));
+    if (modern()) {
+        // The whole day, whatever the working hours.
+        const qint16 step = shared.DayStepMinutes > 0 ? shared.DayStepMinutes : qint16(30);
+        m_lista->setTimeRows(slotLabels(QStringLiteral("00:00"), step, (1440 + step - 1) / step));
+    } else {
+        m_lista->setTimeRows(slotLabels(start, shared.DayStepMinutes, count));
+    }
     if (m_currentView == zntPlanShowWeek)
         m_lista->setHeadingRow(true);
 }
@@ -433,14 +473,27 @@ void zntDayvexPrivate::drawAppointments()
         m_lista->showMonthDates(range.from, shown);
 
     std::vector<AgendaEntry> entries;
+    const bool segmented = modern() && view != zntPlanShowMonth;
     if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
         const SharedSettings &shared = settings();
-        const std::vector<std::shared_ptr<Schedule>> shown = appointmentsStartingIn(*plan->Schedules(), range);
+        const std::vector<std::shared_ptr<Schedule>> shown = segmented
+                                                                  ? appointmentsOverlapping(*plan->Schedules(), range)
+                                                                  : appointmentsStartingIn(*plan->Schedules(), range);
         entries.reserve(shown.size());
         for (const std::shared_ptr<Schedule> &s : shown)
             entries.emplace_back(*s, shared.MultiUserEnabled, shared.DateFormat);
+        if (segmented) {
+            // A box is at least a third of a row high, so a short appointment keeps a line.
+            const int step = gridStartAndStep().second;
+            m_lista->showSegments(entries, daySegments(shown, range.from, view == zntPlanShowDay ? 1 : 7,
+                                                       qMax(5, step / 2)));
+            drawView(view);
+            return;
+        }
     }
-    if (view == zntPlanShowMonth)
+    if (segmented)
+        m_lista->showSegments({}, {});
+    else if (view == zntPlanShowMonth)
         m_lista->showDayLists(std::move(entries));
     else
         m_lista->showBoxes(entries);
@@ -452,6 +505,17 @@ void zntDayvexPrivate::drawView(int view)
 {
     if (view == zntPlanShowMonth) {
         m_lista->placeDayLists(monthFirstCell(Date::fromDate(m_calendar->selectedDate()), dayFirst()));
+    } else if ((view == zntPlanShowDay || view == zntPlanShowWeek) && modern()) {
+        const auto [from, to] = workingMinutes(settings());
+        const qint16 step = gridStartAndStep().second;
+        m_lista->stretchRows(qMax(1, (to - from + step - 1) / step));
+        if (!m_scrolledToDayStart && m_lista->isVisible() && m_lista->rowCount() > 0) {
+            // Once the grid shows: the working day from its top.
+            m_scrolledToDayStart = true;
+            m_lista->scrollTo(m_lista->model()->index(qMin(from / step, m_lista->rowCount() - 1), 0),
+                              QAbstractItemView::PositionAtTop);
+        }
+        m_lista->placeSegments(step, from, to);
     } else if (view == zntPlanShowDay || view == zntPlanShowWeek) {
         const auto [dayStart, step] = slotStartAndStep(settings());
         m_lista->placeBoxes(view == zntPlanShowWeek, dayStart, step);
@@ -461,7 +525,7 @@ void zntDayvexPrivate::drawView(int view)
 
 void zntDayvexPrivate::showNow()
 {
-    const auto [dayStart, step] = slotStartAndStep(settings());
+    const auto [dayStart, step] = gridStartAndStep();
     m_lista->showNow(now(), dayStart, step);
 }
 

@@ -34,10 +34,10 @@ ControlProperty shared(const char *name, Stored stored, QVariant (*defaultValue)
             [](zntDayvexPrivate &c, const QVariant &v) { c.settings().*field = v.value<Value>(); }};
 }
 
-const std::array<ControlProperty, 13> &table()
+const std::array<ControlProperty, 14> &table()
 {
-    static const std::array<ControlProperty, 13> rows = [] {
-        std::array<ControlProperty, 13> r = {
+    static const std::array<ControlProperty, 14> rows = [] {
+        std::array<ControlProperty, 14> r = {
             shared<&SharedSettings::DayStartTime>("DayStartTime", Stored::Text,
                                                            [] { return QVariant(QStringLiteral("08:00")); }, timeText),
             shared<&SharedSettings::DayEndTime>("DayEndTime", Stored::Text,
@@ -82,6 +82,16 @@ const std::array<ControlProperty, 13> &table()
                             [](zntDayvexPrivate &c, const QVariant &v) {
                                 c.m_autoRefresh = v.toBool();
                                 c.watchPlan();
+                            }},
+            ControlProperty{"Presentation", Stored::Int16, [] { return QVariant(0); }, QVariant(), true,
+                            [](const QVariant &v) { return v.toInt() == 0 || v.toInt() == 1; },
+                            [](const zntDayvexPrivate &c) { return QVariant(c.m_presentation); },
+                            [](zntDayvexPrivate &c, const QVariant &v) {
+                                const int style = v.toInt() == 1 ? 1 : 0;
+                                if (style == c.m_presentation)
+                                    return;
+                                c.m_presentation = style;
+                                c.applyPresentation();
                             }},
         };
         return r;

@@ -229,6 +229,9 @@ void zntDayvex::setDayEndTime(const QTime &time)
         setDayEndTime(time.toString(QStringLiteral("hh:mm")));
 }
 
+zntDayvex::PresentationStyle zntDayvex::Presentation() const { return PresentationStyle(d->m_presentation); }
+void zntDayvex::setPresentation(PresentationStyle value) { assign("Presentation", int(value)); }
+
 bool zntDayvex::AutoRefresh() const { return d->m_autoRefresh; }
 void zntDayvex::setAutoRefresh(bool value) { assign("AutoRefresh", value); }
 bool zntDayvex::GlobalAlarmsEnable() const { return d->m_timer->isActive(); }

@@ -192,6 +192,7 @@ class DAYVEX_EXPORT zntDayvex : public QWidget
     Q_PROPERTY(QString LanguageFileName READ LanguageFileName WRITE setLanguageFileName NOTIFY languageFileNameChanged)
     Q_PROPERTY(qint16 CurrentView READ CurrentView NOTIFY currentViewChanged DESIGNABLE false)
     Q_PROPERTY(bool AutoRefresh READ AutoRefresh WRITE setAutoRefresh NOTIFY autoRefreshChanged)
+    Q_PROPERTY(PresentationStyle Presentation READ Presentation WRITE setPresentation NOTIFY presentationChanged)
 
 public:
     /// A control as InitProperties() leaves it, with a new empty shared Plan.
@@ -253,6 +254,24 @@ public:
     void setLanguageFileName(const QString &value);
     /// The view drawn last, a zntPlanShowType; 0 before the first.
     qint16 CurrentView() const;
+
+    /// How the day and week views picture the appointments.
+    enum PresentationStyle {
+        /// The control's own layout, as hosts have always had it: rows from
+        /// DayStartTime to DayEndTime, boxes by start, partial overlaps laid over one another.
+        Classic = 0,
+        /// The whole day in rows, shaded outside DayStartTime to DayEndTime and
+        /// scrolled to DayStartTime; every appointment at its true times on each day
+        /// it touches; overlapping boxes side by side, never covering, with a "+N"
+        /// where a day column is too narrow; the subject first in each box.
+        Modern = 1,
+    };
+    Q_ENUM(PresentationStyle)
+
+    /// Classic by default.
+    PresentationStyle Presentation() const;
+    /// Sets Presentation and redraws the view on show; values other than Classic and Modern are ignored.
+    void setPresentation(PresentationStyle value);
 
     /// False by default: the host calls Refresh() after changing Plan's records.
     /// True: the control redraws once per turn of the event loop after records
@@ -431,6 +450,8 @@ signals:
     void languageFileNameChanged(const QString &value);  ///< LanguageFileName was assigned.
     void currentViewChanged(qint16 view); ///< Another view is drawn, a zntPlanShowType.
     void autoRefreshChanged(bool value);  ///< AutoRefresh was assigned.
+    /// Presentation was assigned.
+    void presentationChanged(dayvex::zntDayvex::PresentationStyle value);
     /// Another appointment or to-do is selected, or none is.
     void selectionChanged();
 

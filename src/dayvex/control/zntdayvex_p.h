@@ -137,6 +137,13 @@ public:
     bool m_disableMenu = false;
     bool m_captionsApplied = false; // the language texts are on the menus and lists
     bool m_autoRefresh = false;
+    int m_presentation = 0; // a zntDayvex::PresentationStyle
+    bool m_scrolledToDayStart = false; // the Modern grid was scrolled to DayStartTime
+    bool modern() const { return m_presentation == zntDayvex::Modern; }
+    // Lays the views out again after Presentation changed.
+    void applyPresentation();
+    // The time of the first grid row (00:00 in Modern) and the minutes of a row.
+    std::pair<Date, qint16> gridStartAndStep() const;
     HostPolicy *m_policy = nullptr;
     // The plan whose change announcements redraw the control, while AutoRefresh is on.
     QMetaObject::Connection m_planWatch;

@@ -30,6 +30,8 @@ public:
     const QString &line() const;
     // Start and end in the date format, joined by "-".
     const QString &dates() const;
+    const QString &place() const { return m_place; }
+    const QString &owner() const { return m_owner; }
 
 private:
     QString m_owner;

@@ -160,8 +160,22 @@ void AgendaGrid::keyPressEvent(QKeyEvent *event)
 void AgendaGrid::paintEvent(QPaintEvent *event)
 {
     ViewGrid::paintEvent(event);
-    // The boxes over the cells, in drawing order.
     QPainter painter(viewport());
+    if (m_modern && rowCount() > 0) {
+        // The hours outside the working day, shaded under the boxes.
+        QColor offHours = palette().color(QPalette::WindowText);
+        offHours.setAlpha(14);
+        const double minute = double(rowHeight(0)) / qMax<qint16>(1, m_step);
+        for (int column = 2; column < columnCount(); ++column) {
+            const DayColumnGeometry day{columnViewportPosition(column), columnWidth(column),
+                                        double(rowViewportPosition(0)), minute};
+            if (m_workStart > 0)
+                painter.fillRect(segmentRect(day, 0, m_workStart, 0, 1, 1), offHours);
+            if (m_workEnd < 1440)
+                painter.fillRect(segmentRect(day, m_workEnd, 1440, 0, 1, 1), offHours);
+        }
+    }
+    // The boxes over the cells, in drawing order.
     for (int i = 0; i < m_boxCount; ++i) {
         AppointmentBox *box = m_boxes[size_t(i)];
         if (box->isHidden() || !event->rect().intersects(box->geometry()))
@@ -172,6 +186,102 @@ void AgendaGrid::paintEvent(QPaintEvent *event)
         box->paintBox(painter);
         painter.restore();
     }
+    for (const Marker &marker : m_markers) {
+        if (!event->rect().intersects(marker.rect))
+            continue;
+        painter.setPen(palette().color(QPalette::Mid));
+        painter.setBrush(palette().color(QPalette::Button));
+        painter.drawRoundedRect(QRectF(marker.rect).adjusted(1.5, 1.5, -1.5, -1.5), 3, 3);
+        painter.setPen(palette().color(QPalette::ButtonText));
+        painter.drawText(marker.rect, Qt::AlignHCenter | Qt::AlignTop, QStringLiteral("+%1").arg(marker.count));
+    }
+}
+
+void AgendaGrid::setModern(bool on)
+{
+    m_modern = on;
+    m_markers.clear();
+    for (AppointmentBox *box : m_boxes)
+        box->setModern(on);
+    viewport()->update();
+}
+
+void AgendaGrid::showSegments(const std::vector<AgendaEntry> &entries, std::vector<DaySegment> segments)
+{
+    std::vector<AgendaEntry> perSegment;
+    perSegment.reserve(segments.size());
+    for (const DaySegment &segment : segments)
+        perSegment.push_back(entries[size_t(segment.appointment)]);
+    showBoxes(perSegment);
+    m_segments = std::move(segments);
+}
+
+void AgendaGrid::stretchRows(int workRows)
+{
+    // A line of the box text and a little air, or the working day across the viewport.
+    const int least = fontMetrics().height() + 6;
+    const int wanted = qMax(least, workRows > 0 ? viewport()->height() / workRows : least);
+    if (verticalHeader()->defaultSectionSize() != wanted || (rowCount() > 0 && rowHeight(0) != wanted)) {
+        verticalHeader()->setMinimumSectionSize(qMin(least, wanted));
+        verticalHeader()->setDefaultSectionSize(wanted);
+        for (int row = 0; row < rowCount(); ++row)
+            setRowHeight(row, wanted);
+    }
+}
+
+void AgendaGrid::placeSegments(qint16 step, int workStart, int workEnd)
+{
+    m_step = qMax<qint16>(1, step);
+    m_workStart = workStart;
+    m_workEnd = workEnd;
+    m_markers.clear();
+    if (rowCount() == 0)
+        return;
+    // Boxes narrower than a few characters tell nothing: such a group shows a "+N".
+    const int readable = fontMetrics().averageCharWidth() * 7;
+    const double minute = double(rowHeight(0)) / m_step;
+    const int count = qMin(m_boxCount, int(m_segments.size()));
+    // Each day column gets its own packing, sized to its width.
+    std::vector<DaySegment> dayParts;
+    std::vector<int> boxOf;
+    auto placeDay = [&](int day) {
+        const int column = 2 + day;
+        if (dayParts.empty() || column >= columnCount())
+            return;
+        const DayColumnGeometry geometry{columnViewportPosition(column) + 1, columnWidth(column) - 2,
+                                         double(rowViewportPosition(0)), minute};
+        const ColumnLayout layout = packColumns(dayParts, readableColumns(geometry.width, readable));
+        for (size_t i = 0; i < dayParts.size(); ++i) {
+            AppointmentBox *box = m_boxes[size_t(boxOf[i])];
+            const ColumnPlace &place = layout.places[i];
+            if (place.hidden) {
+                box->hide();
+                continue;
+            }
+            box->setGeometry(segmentRect(geometry, dayParts[i].startMinute, dayParts[i].endMinute, place.column,
+                                         place.span, place.columns));
+            box->show();
+        }
+        for (const OverflowMarker &marker : layout.markers)
+            m_markers.push_back({segmentRect(geometry, marker.startMinute, marker.endMinute, marker.column, 1,
+                                             marker.columns),
+                                 marker.count});
+    };
+    viewport()->setUpdatesEnabled(false);
+    for (int i = 0; i < count; ++i) {
+        if (!dayParts.empty() && dayParts.front().day != m_segments[size_t(i)].day) {
+            placeDay(dayParts.front().day);
+            dayParts.clear();
+            boxOf.clear();
+        }
+        dayParts.push_back(m_segments[size_t(i)]);
+        boxOf.push_back(i);
+    }
+    if (!dayParts.empty())
+        placeDay(dayParts.front().day);
+    for (int i = count; i < m_boxCount; ++i)
+        m_boxes[size_t(i)]->hide();
+    viewport()->setUpdatesEnabled(true);
 }
 
 void AgendaGrid::resizeEvent(QResizeEvent *event)
@@ -384,6 +494,7 @@ AppointmentBox *AgendaGrid::boxAt(int index)
     if (size_t(index) == m_boxes.size()) {
         auto *box = new AppointmentBox(viewport());
         box->hide();
+        box->setModern(m_modern);
         m_boxes.push_back(box);
         emit boxCreated(box);
     }

@@ -3,6 +3,7 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/daylist.h>
+#include <dayvex/layout/modernlayout.h>
 #include <dayvex/layout/timegrid.h>
 #include <dayvex/views/viewgrid.h>
 
@@ -92,6 +93,25 @@ public:
     // The geometry of the grid as the box placer sees it, in viewport twips.
     GridGeometry boxGeometry(bool week) const;
 
+    // The Modern presentation of the day and week views: rows from 00:00, a box
+    // per day segment beside (never over) the others, the off-hours shaded.
+    void setModern(bool on);
+    bool isModern() const { return m_modern; }
+    // Replaces the boxes by one per segment, showing the entry of its appointment.
+    void showSegments(const std::vector<AgendaEntry> &entries, std::vector<DaySegment> segments);
+    // Places the segments' boxes on rows of step minutes from 00:00; the minutes
+    // outside workStart .. workEnd are shaded as off-hours.
+    void placeSegments(qint16 step, int workStart, int workEnd);
+    // Row heights that let the working rows fill the viewport, down to what a line of text needs.
+    void stretchRows(int workRows);
+    // The "+N" markers of the last placing: where each stands and how many boxes it stands for.
+    struct Marker
+    {
+        QRect rect;
+        int count = 0;
+    };
+    const std::vector<Marker> &overflowMarkers() const { return m_markers; }
+
 signals:
     void boxCreated(dayvex::AppointmentBox *box);
     void dayListCreated(dayvex::DayList *list);
@@ -129,6 +149,12 @@ private:
     Date m_today;
     int m_todayColumn = -1;
     QWidget *m_nowLine = nullptr;
+    bool m_modern = false;
+    std::vector<DaySegment> m_segments;
+    std::vector<Marker> m_markers;
+    int m_workStart = 0;
+    int m_workEnd = 1440;
+    qint16 m_step = 30;
 };
 
 } // namespace dayvex

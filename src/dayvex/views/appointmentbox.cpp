@@ -51,8 +51,59 @@ QRect AppointmentBox::textArea() const
     return rect().adjusted(3, 1, -3, -1);
 }
 
+void AppointmentBox::setModern(bool on)
+{
+    m_modern = on;
+    m_fittedFor = QSize();
+}
+
+namespace {
+QFont boldOf(QFont font)
+{
+    font.setBold(true);
+    return font;
+}
+
+// The lines of a Modern box: what it is about, when, where; no line for an empty field.
+QStringList modernLines(const AgendaEntry &entry)
+{
+    QStringList lines{entry.description.trimmed(), entry.times()};
+    if (!entry.place().trimmed().isEmpty())
+        lines << entry.place().trimmed();
+    return lines;
+}
+
+// Black or white, whichever stands out more against background.
+QColor contrastingText(const QColor &background)
+{
+    const QColor rgb = background.toRgb();
+    const double luminance = 0.2126 * rgb.redF() + 0.7152 * rgb.greenF() + 0.0722 * rgb.blueF();
+    return luminance < 0.5 ? Qt::white : Qt::black;
+}
+} // namespace
+
 const FittedText &AppointmentBox::shownText()
 {
+    if (m_modern && m_fittedFor != size()) {
+        const QRect area = textArea();
+        const int spacing = QFontMetrics(font()).lineSpacing();
+        const QStringList all = modernLines(m_entry);
+        const int room = qMax(1, area.height() / qMax(1, spacing));
+        m_fitted = FittedText();
+        m_lines.clear();
+        for (int i = 0; i < all.size() && i < room; ++i) {
+            const QFont face = i == 0 ? boldOf(font()) : font();
+            const QString shown = QFontMetrics(face).elidedText(all[i], Qt::ElideRight, area.width());
+            m_fitted.cut = m_fitted.cut || shown != all[i];
+            m_fitted.lines << shown;
+            QStaticText laidOut(shown);
+            laidOut.setTextFormat(Qt::PlainText);
+            laidOut.prepare(QTransform(), face);
+            m_lines.push_back(std::move(laidOut));
+        }
+        m_fitted.cut = m_fitted.cut || all.size() > room;
+        m_fittedFor = size();
+    }
     if (m_fittedFor != size()) {
         const QFontMetricsF metrics(font());
         const QRect area = textArea();
@@ -78,14 +129,17 @@ void AppointmentBox::paintBox(QPainter &painter)
     painter.setPen(palette().color(QPalette::Dark));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
     // Dark text on light colours and the other way round.
-    painter.setPen(m_background.lightness() < 128 ? Qt::white : Qt::black);
+    painter.setPen(m_modern ? contrastingText(m_background) : (m_background.lightness() < 128 ? Qt::white : Qt::black));
     const QRect area = textArea();
     painter.setClipRect(area, Qt::IntersectClip);
     shownText();
     const int spacing = QFontMetrics(font()).lineSpacing();
     QPoint at = area.topLeft();
-    for (const QStaticText &line : m_lines) {
-        painter.drawStaticText(at, line);
+    for (size_t i = 0; i < m_lines.size(); ++i) {
+        // The subject of a Modern box in bold.
+        if (m_modern)
+            painter.setFont(i == 0 ? boldOf(font()) : font());
+        painter.drawStaticText(at, m_lines[i]);
         at.ry() += spacing;
     }
 }
@@ -94,6 +148,14 @@ bool AppointmentBox::event(QEvent *event)
 {
     if (event->type() != QEvent::ToolTip)
         return QWidget::event(event);
+    if (m_modern) {
+        // The whole text and the owner, always: a Modern box leaves fields out.
+        QStringList full = modernLines(m_entry);
+        if (!m_entry.owner().trimmed().isEmpty())
+            full << m_entry.owner().trimmed();
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), full.join(QLatin1Char('\n')), this);
+        return true;
+    }
     // The whole line, where the box cuts it.
     if (shownText().cut)
         QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), m_entry.line(), this);

@@ -35,6 +35,10 @@ public:
     // Paints the box with its top left corner at the painter's origin.
     void paintBox(QPainter &painter);
 
+    // Modern: the subject in bold, then the times and the place, each on its own
+    // line; text in black or white by the background's luminance.
+    void setModern(bool on);
+
     // Clicks, double clicks, right clicks, Delete and Enter on the box.
     ItemGestures *gestures() const { return m_gestures; }
 
@@ -55,6 +59,7 @@ private:
     std::vector<QStaticText> m_lines;
     QSize m_fittedFor;
     ItemGestures *m_gestures = nullptr;
+    bool m_modern = false;
 };
 
 } // namespace dayvex

@@ -1,0 +1,160 @@
+#include "modernlayout.h"
+
+#include <dayvex/model/schedules.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace dayvex {
+
+namespace {
+
+bool usable(Date date)
+{
+    return std::isfinite(date.value()) && date.isValid();
+}
+
+// The moment an appointment ends for drawing: its end, or its start when the end is not after it.
+Date drawnEnd(const Schedule &s)
+{
+    return usable(s.EndDate) && s.StartDate < s.EndDate ? s.EndDate : s.StartDate;
+}
+
+} // namespace
+
+std::vector<std::shared_ptr<Schedule>> appointmentsOverlapping(const Schedules &schedules, const DateRange &range)
+{
+    std::vector<std::shared_ptr<Schedule>> shown;
+    for (const std::shared_ptr<Schedule> &s : schedules) {
+        if (!usable(s->StartDate) || !(s->StartDate < range.to))
+            continue;
+        const Date end = drawnEnd(*s);
+        // An appointment of no length still shows at its start.
+        if (range.from < end || (end == s->StartDate && !(s->StartDate < range.from)))
+            shown.push_back(s);
+    }
+    std::stable_sort(shown.begin(), shown.end(),
+                     [](const auto &a, const auto &b) { return a->StartDate < b->StartDate; });
+    return shown;
+}
+
+std::vector<DaySegment> daySegments(const std::vector<std::shared_ptr<Schedule>> &appointments, Date first,
+                                    int days, int minimumMinutes)
+{
+    std::vector<DaySegment> segments;
+    if (!usable(first) || days <= 0)
+        return segments;
+    const QDateTime firstMidnight = first.datePart().toDateTime();
+    minimumMinutes = std::clamp(minimumMinutes, 1, 1440);
+    for (size_t i = 0; i < appointments.size(); ++i) {
+        const Schedule &s = *appointments[i];
+        if (!usable(s.StartDate))
+            continue;
+        // Minutes from the first day's midnight, on the wall clock the dates store.
+        const qint64 start = firstMidnight.secsTo(s.StartDate.toDateTime()) / 60;
+        const qint64 end = std::max(start, firstMidnight.secsTo(drawnEnd(s).toDateTime()) / 60);
+        const qint64 firstDay = std::max<qint64>(0, start >= 0 ? start / 1440 : -1);
+        for (qint64 day = firstDay; day < days; ++day) {
+            const qint64 dayStart = day * 1440;
+            if (start >= dayStart + 1440)
+                continue;
+            if (end <= dayStart && !(end == start && start >= dayStart))
+                break;
+            DaySegment part;
+            part.appointment = int(i);
+            part.day = int(day);
+            part.startMinute = int(std::clamp<qint64>(start - dayStart, 0, 1439));
+            part.endMinute = int(std::clamp<qint64>(end - dayStart, part.startMinute, 1440));
+            if (part.endMinute - part.startMinute < minimumMinutes) {
+                part.endMinute = std::min(1440, part.startMinute + minimumMinutes);
+                part.startMinute = std::min(part.startMinute, part.endMinute - minimumMinutes);
+            }
+            segments.push_back(part);
+            if (end <= dayStart + 1440)
+                break;
+        }
+    }
+    std::stable_sort(segments.begin(), segments.end(), [](const DaySegment &a, const DaySegment &b) {
+        if (a.day != b.day)
+            return a.day < b.day;
+        if (a.startMinute != b.startMinute)
+            return a.startMinute < b.startMinute;
+        return a.endMinute > b.endMinute;
+    });
+    return segments;
+}
+
+ColumnLayout packColumns(const std::vector<DaySegment> &segments, int maxColumns)
+{
+    maxColumns = std::max(1, maxColumns);
+    ColumnLayout out;
+    out.places.resize(segments.size());
+    size_t groupBegin = 0;
+    while (groupBegin < segments.size()) {
+        // The group: every segment reached through overlaps from the first one.
+        size_t groupEnd = groupBegin + 1;
+        int groupLast = segments[groupBegin].endMinute;
+        while (groupEnd < segments.size() && segments[groupEnd].day == segments[groupBegin].day
+               && segments[groupEnd].startMinute < groupLast) {
+            groupLast = std::max(groupLast, segments[groupEnd].endMinute);
+            ++groupEnd;
+        }
+        // Leftmost column free at each start.
+        std::vector<int> columnEnds;
+        std::vector<std::vector<size_t>> members;
+        for (size_t i = groupBegin; i < groupEnd; ++i) {
+            size_t column = 0;
+            while (column < columnEnds.size() && columnEnds[column] > segments[i].startMinute)
+                ++column;
+            if (column == columnEnds.size()) {
+                columnEnds.push_back(0);
+                members.emplace_back();
+            }
+            columnEnds[column] = segments[i].endMinute;
+            members[column].push_back(i);
+            out.places[i].column = int(column);
+        }
+        const int needed = int(columnEnds.size());
+        const int shown = needed <= maxColumns ? needed : maxColumns - 1;
+        const int columns = needed <= maxColumns ? needed : maxColumns;
+        auto freeFor = [&](int column, const DaySegment &s) {
+            for (size_t j : members[size_t(column)])
+                if (segments[j].startMinute < s.endMinute && s.startMinute < segments[j].endMinute)
+                    return false;
+            return true;
+        };
+        OverflowMarker marker{segments[groupBegin].day, segments[groupBegin].startMinute, groupLast, shown, columns, 0};
+        for (size_t i = groupBegin; i < groupEnd; ++i) {
+            ColumnPlace &place = out.places[i];
+            place.columns = columns;
+            if (place.column >= shown) {
+                place.hidden = true;
+                ++marker.count;
+                continue;
+            }
+            while (place.column + place.span < shown && freeFor(place.column + place.span, segments[i]))
+                ++place.span;
+        }
+        if (marker.count > 0)
+            out.markers.push_back(marker);
+        groupBegin = groupEnd;
+    }
+    return out;
+}
+
+QRect segmentRect(const DayColumnGeometry &day, int startMinute, int endMinute, int column, int span, int columns)
+{
+    columns = std::max(1, columns);
+    const int left = day.left + int(std::lround(double(day.width) * column / columns));
+    const int right = day.left + int(std::lround(double(day.width) * (column + span) / columns));
+    const int top = int(std::lround(day.midnightY + startMinute * day.minuteHeight));
+    const int bottom = int(std::lround(day.midnightY + endMinute * day.minuteHeight));
+    return QRect(QPoint(left, top), QPoint(right - 1, bottom - 1));
+}
+
+int readableColumns(int width, int readable)
+{
+    return readable > 0 ? std::max(1, width / readable) : 1;
+}
+
+} // namespace dayvex

@@ -1,0 +1,159 @@
+#include <dayvextest.h>
+#include <dayvex/layout/modernlayout.h>
+#include <dayvex/model/schedules.h>
+
+#include <QRandomGenerator>
+
+#include <cmath>
+
+namespace {
+std::shared_ptr<Schedule> appointment(Date start, Date end)
+{
+    auto s = std::make_shared<Schedule>();
+    s->StartDate = start;
+    s->EndDate = end;
+    return s;
+}
+} // namespace
+
+class tst_ModernLayout : public QObject
+{
+    Q_OBJECT
+private slots:
+    // Random days of up to 200 appointments, any lengths, across midnight too,
+    // on columns of any width: no box covers another or a marker, and every part
+    // is a box or counted in a marker.
+    void noBoxCoversAnother()
+    {
+        QRandomGenerator random(20261125);
+        const Date monday = at(2027, 5, 10);
+        for (int round = 0; round < 300; ++round) {
+            std::vector<std::shared_ptr<Schedule>> week;
+            const int count = random.bounded(201);
+            for (int i = 0; i < count; ++i) {
+                const Date start = monday.addMinutes(random.bounded(-600, 7 * 1440));
+                const int length = random.bounded(8) == 0 ? 0 : random.bounded(1, 1500);
+                week.push_back(appointment(start, start.addMinutes(length)));
+            }
+            const std::vector<DaySegment> parts = dayvex::daySegments(week, monday, 7, random.bounded(1, 31));
+            const ColumnLayout layout = dayvex::packColumns(parts, random.bounded(1, 9));
+            const DayColumnGeometry geometry{0, random.bounded(20, 900), -random.bounded(500.0),
+                                             0.2 + random.bounded(3.0)};
+            int counted = 0;
+            std::vector<std::pair<int, QRect>> shown;
+            for (size_t i = 0; i < parts.size(); ++i) {
+                const ColumnPlace &p = layout.places[i];
+                if (p.hidden)
+                    continue;
+                QVERIFY(p.column >= 0 && p.column + p.span <= p.columns);
+                ++counted;
+                shown.emplace_back(parts[i].day, segmentRect(geometry, parts[i].startMinute, parts[i].endMinute,
+                                                             p.column, p.span, p.columns));
+            }
+            for (const OverflowMarker &m : layout.markers) {
+                counted += m.count;
+                shown.emplace_back(m.day, segmentRect(geometry, m.startMinute, m.endMinute, m.column, 1, m.columns));
+            }
+            QCOMPARE(counted, int(parts.size()));
+            for (size_t a = 0; a < shown.size(); ++a)
+                for (size_t b = a + 1; b < shown.size(); ++b)
+                    if (shown[a].first == shown[b].first && !shown[a].second.isEmpty() && !shown[b].second.isEmpty())
+                        QVERIFY2(!shown[a].second.intersects(shown[b].second),
+                                 qPrintable(QString("round %1: rectangles %2 and %3 of day %4 overlap")
+                                                .arg(round).arg(a).arg(b).arg(shown[a].first)));
+        }
+    }
+
+    void daySegments_data()
+    {
+        columns<Date, Date, int, QList<int>>("start", "end", "days", "parts");
+        // parts: day, start minute, end minute for each part
+        QTest::newRow("overnight shift") << at(2027, 5, 10, 22, 0) << at(2027, 5, 11, 6, 0) << 7
+                                         << QList<int>{0, 1320, 1440, 1, 0, 360};
+        QTest::newRow("three-day trip") << at(2027, 5, 10, 9, 0) << at(2027, 5, 12, 17, 0) << 7
+                                        << QList<int>{0, 540, 1440, 1, 0, 1440, 2, 0, 1020};
+        QTest::newRow("early, at its time") << at(2027, 5, 10, 2, 38) << at(2027, 5, 10, 3, 30) << 1
+                                            << QList<int>{0, 158, 210};
+        QTest::newRow("late, at its time") << at(2027, 5, 10, 21, 30) << at(2027, 5, 10, 22, 30) << 1
+                                           << QList<int>{0, 1290, 1350};
+        QTest::newRow("begun before the view") << at(2027, 5, 9, 20, 0) << at(2027, 5, 10, 1, 0) << 1
+                                               << QList<int>{0, 0, 60};
+        QTest::newRow("ends at midnight") << at(2027, 5, 10, 23, 0) << at(2027, 5, 11) << 7
+                                          << QList<int>{0, 1380, 1440};
+        QTest::newRow("no length, lengthened") << at(2027, 5, 10, 12, 0) << at(2027, 5, 10, 12, 0) << 1
+                                               << QList<int>{0, 720, 735};
+        QTest::newRow("end before start") << at(2027, 5, 10, 23, 55) << at(2027, 5, 10, 8, 0) << 1
+                                          << QList<int>{0, 1425, 1440};
+        QTest::newRow("past the view") << at(2027, 5, 10, 22, 0) << at(2027, 5, 12, 6, 0) << 1
+                                       << QList<int>{0, 1320, 1440};
+        QTest::newRow("NaN") << Date(std::nan("")) << at(2027, 5, 10, 8, 0) << 1 << QList<int>{};
+    }
+
+    void daySegments()
+    {
+        QFETCH(Date, start);
+        QFETCH(Date, end);
+        QFETCH(int, days);
+        QFETCH(QList<int>, parts);
+        QList<int> got;
+        for (const DaySegment &s : dayvex::daySegments({appointment(start, end)}, at(2027, 5, 10), days, 15))
+            got << s.day << s.startMinute << s.endMinute;
+        QCOMPARE(got, parts);
+    }
+
+    // A part widens over columns free for its whole span; a crowded group leaves
+    // its last column to the marker.
+    void packColumns_data()
+    {
+        columns<QList<int>, int, QList<int>, QList<int>>("times", "maxColumns", "places", "marker");
+        // times: start, end minutes; places: column, span, columns (-1 for hidden)
+        QTest::newRow("apart") << QList<int>{540, 600, 600, 660} << 4 << QList<int>{0, 1, 1, 0, 1, 1} << QList<int>{};
+        QTest::newRow("widens right") << QList<int>{540, 720, 540, 600, 540, 600, 600, 720} << 4
+                                      << QList<int>{0, 1, 3, 1, 1, 3, 2, 1, 3, 1, 2, 3} << QList<int>{};
+        QTest::newRow("crowded") << QList<int>{540, 600, 540, 600, 540, 600} << 2
+                                 << QList<int>{0, 1, 2, -1, -1, -1, -1, -1, -1} << QList<int>{540, 600, 1, 2, 2};
+    }
+
+    void packColumns()
+    {
+        QFETCH(QList<int>, times);
+        QFETCH(int, maxColumns);
+        QFETCH(QList<int>, places);
+        QFETCH(QList<int>, marker);
+        std::vector<DaySegment> parts;
+        for (int i = 0; i < times.size(); i += 2)
+            parts.push_back({i / 2, 0, times[i], times[i + 1]});
+        const ColumnLayout layout = dayvex::packColumns(parts, maxColumns);
+        QList<int> got;
+        for (const ColumnPlace &p : layout.places)
+            got << (p.hidden ? -1 : p.column) << (p.hidden ? -1 : p.span) << (p.hidden ? -1 : p.columns);
+        QCOMPARE(got, places);
+        QList<int> markers;
+        for (const OverflowMarker &m : layout.markers)
+            markers << m.startMinute << m.endMinute << m.column << m.columns << m.count;
+        QCOMPARE(markers, marker);
+    }
+
+    // The appointments of a range: those begun before it and still running are in,
+    // one ending as it begins is not.
+    void overlappingTheRange()
+    {
+        Schedules schedules;
+        auto add = [&](const char *key, Date start, Date end) {
+            schedules.Add(key, "", start, end, "", "", "", key, "", Date());
+            schedules.Item(key)->EndDate = end; // the true end, past Add's correction
+        };
+        add("running", at(2027, 5, 9, 22, 0), at(2027, 5, 10, 2, 0));
+        add("ended", at(2027, 5, 9, 22, 0), at(2027, 5, 10));
+        add("inside", at(2027, 5, 10, 9, 0), at(2027, 5, 10, 10, 0));
+        add("instant", at(2027, 5, 10), at(2027, 5, 10));
+        add("after", at(2027, 5, 11), at(2027, 5, 11, 1, 0));
+        QStringList keys;
+        for (const auto &s : appointmentsOverlapping(schedules, {at(2027, 5, 10), at(2027, 5, 11)}))
+            keys << s->Key;
+        QCOMPARE(keys, QStringList({"running", "instant", "inside"}));
+    }
+};
+
+QTEST_MAIN(tst_ModernLayout)
+#include "tst_modernlayout.moc"
