@@ -164,11 +164,19 @@ int main(int argc, char *argv[])
                                   QStringLiteral("Show the window, save PNG pictures of it in <dir> and exit."),
                                   QStringLiteral("dir"));
     parser.addOption(screenshot);
+    QCommandLineOption size(QStringLiteral("size"), QStringLiteral("The window's size, such as 800x600."),
+                            QStringLiteral("WxH"), QStringLiteral("1280x760"));
+    parser.addOption(size);
+    QCommandLineOption classic(QStringLiteral("classic"), QStringLiteral("Start in the Classic presentation."));
+    parser.addOption(classic);
     parser.process(app);
 
     QSettings settings;
+    if (parser.isSet(classic))
+        settings.setValue(QStringLiteral("demo/modern"), false);
     DemoWindow window(settings);
-    window.resize(1280, 760);
+    const QStringList wh = parser.value(size).split(QLatin1Char('x'));
+    window.resize(wh.value(0).toInt() > 0 ? wh.value(0).toInt() : 1280, wh.value(1).toInt() > 0 ? wh.value(1).toInt() : 760);
 
     if (!parser.isSet(screenshot)) {
         window.show();

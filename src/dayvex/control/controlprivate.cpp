@@ -20,6 +20,7 @@
 #include <dayvex/printing/printpreview.h>
 
 #include <QCoreApplication>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QSignalBlocker>
 
@@ -78,7 +79,12 @@ std::pair<Date, qint16> zntDayvexPrivate::gridStartAndStep() const
 void zntDayvexPrivate::applyPresentation()
 {
     m_lista->setModern(modern());
-    m_scrolledToDayStart = false;
+    m_pinnedToDayStart = true;
+    // The share of the width changes with the presentation: lay out as a resize does.
+    if (q->isVisible()) {
+        QResizeEvent resize(q->size(), q->size());
+        QCoreApplication::sendEvent(q, &resize);
+    }
     runFromUser([this] {
         rebuildTimeRows();
         drawAppointments();
@@ -168,8 +174,11 @@ void zntDayvexPrivate::createChildren()
     QObject::connect(m_calendar, &MonthCalendar::selectionChanged, q,
             [this] { runFromUser([this] { onCalendarSelectionChanged(); }); });
     // The boxes follow the rows they stand on.
-    QObject::connect(m_lista->verticalScrollBar(), &QScrollBar::valueChanged, q,
-            [this] { runFromUser([this] { drawView(selectedTab()); }); });
+    QObject::connect(m_lista->verticalScrollBar(), &QScrollBar::valueChanged, q, [this] {
+        if (!m_scrollingToDayStart && !m_inResize)
+            m_pinnedToDayStart = false;
+        runFromUser([this] { drawView(selectedTab()); });
+    });
     QObject::connect(m_lista, &AgendaGrid::viewportResized, q, [this] { runFromUser([this] { drawView(selectedTab()); }); });
 
     m_statusBar = new StatusLine(*m_settings, q);
@@ -393,7 +402,7 @@ void zntDayvexPrivate::selectView()
     const int tab = selectedTab();
     // Another view starts at the working day; a resize keeps the scroll where it is.
     if (tab != m_currentView && !m_inResize)
-        m_scrolledToDayStart = false;
+        m_pinnedToDayStart = true;
     switch (tab) {
     case zntPlanShowMonth:
         if (m_currentView == zntPlanShowMonth)
@@ -509,9 +518,9 @@ void zntDayvexPrivate::drawView(int view)
         const auto [from, to] = workingMinutes(settings());
         const qint16 step = gridStartAndStep().second;
         m_lista->stretchRows(qMax(1, (to - from + step - 1) / step));
-        if (!m_scrolledToDayStart && m_lista->isVisible() && m_lista->rowCount() > 0) {
-            // Once the grid shows: the working day from its top.
-            m_scrolledToDayStart = true;
+        if (m_pinnedToDayStart && m_lista->isVisible() && m_lista->rowCount() > 0) {
+            // The working day from the grid's top, through every resize, until the user scrolls.
+            const QScopedValueRollback<bool> ours(m_scrollingToDayStart, true);
             m_lista->scrollTo(m_lista->model()->index(qMin(from / step, m_lista->rowCount() - 1), 0),
                               QAbstractItemView::PositionAtTop);
         }
@@ -559,7 +568,7 @@ void zntDayvexPrivate::layOutChildren()
     design.statusHeight = scale.toTwips(m_statusBar->sizeHint().height());
     design.thisDayHeight = design.tabsHeight;
 
-    const ControlLayout l = layOutControl(scale.toTwips(q->width()), scale.toTwips(q->height()), design);
+    const ControlLayout l = layOutControl(scale.toTwips(q->width()), scale.toTwips(q->height()), design, modern());
     auto place = [&scale](QWidget *w, const TwipsRect &r) {
         w->setGeometry(scale.toPixels(r.left), scale.toPixels(r.top), scale.toPixels(r.width),
                        scale.toPixels(r.height));

@@ -138,7 +138,9 @@ public:
     bool m_captionsApplied = false; // the language texts are on the menus and lists
     bool m_autoRefresh = false;
     int m_presentation = 0; // a zntDayvex::PresentationStyle
-    bool m_scrolledToDayStart = false; // the Modern grid was scrolled to DayStartTime
+    // The Modern grid keeps DayStartTime at its top until the user scrolls it.
+    bool m_pinnedToDayStart = true;
+    bool m_scrollingToDayStart = false;
     bool modern() const { return m_presentation == zntDayvex::Modern; }
     // Lays the views out again after Presentation changed.
     void applyPresentation();

@@ -15,13 +15,13 @@ ResizeAction resizeAction(double width, double height)
     return ResizeAction::LayOut;
 }
 
-ControlLayout layOutControl(double W, double H, const LayoutDesign &d)
+ControlLayout layOutControl(double W, double H, const LayoutDesign &d, bool modern)
 {
     ControlLayout l;
     l.statusFirstPanel = W - 2980;
     l.status = {0, H - d.statusHeight, W, d.statusHeight};
 
-    l.calendarMonths = W > 12000 ? 2 : 1;
+    l.calendarMonths = modern ? (W - 2 * d.monthWidth >= 0.7 * W ? 2 : 1) : (W > 12000 ? 2 : 1);
     const double calendarWidth = d.monthWidth * l.calendarMonths;
     l.calendar = {W - calendarWidth, d.calendarTop, calendarWidth, d.calendarHeight};
 

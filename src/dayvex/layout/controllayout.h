@@ -65,7 +65,10 @@ struct ControlLayout
     bool tabCaptions = false;           // false: the tabs show empty captions
 };
 
-DAYVEX_CORE_EXPORT ControlLayout layOutControl(double width, double height, const LayoutDesign &design);
+// modern: the calendar shows two months only while the view keeps 70% of the
+// width, so that the view gets the larger share; otherwise from 12,000 twips on.
+DAYVEX_CORE_EXPORT ControlLayout layOutControl(double width, double height, const LayoutDesign &design,
+                                          bool modern = false);
 
 // Width of the day column in the day view, and of each day column in the week view.
 DAYVEX_CORE_EXPORT double dayViewColumnWidth(double listaWidth);

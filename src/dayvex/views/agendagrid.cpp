@@ -238,7 +238,7 @@ void AgendaGrid::placeSegments(qint16 step, int workStart, int workEnd)
     if (rowCount() == 0)
         return;
     // Boxes narrower than a few characters tell nothing: such a group shows a "+N".
-    const int readable = fontMetrics().averageCharWidth() * 7;
+    const int readable = fontMetrics().averageCharWidth() * 5;
     const double minute = double(rowHeight(0)) / m_step;
     const int count = qMin(m_boxCount, int(m_segments.size()));
     // Each day column gets its own packing, sized to its width.
