@@ -79,6 +79,7 @@ std::pair<Date, qint16> zntDayvexPrivate::gridStartAndStep() const
 void zntDayvexPrivate::applyPresentation()
 {
     m_lista->setModern(modern());
+    m_daFare->setStretchDescription(modern());
     m_pinnedToDayStart = true;
     // The share of the width changes with the presentation: lay out as a resize does.
     if (q->isVisible()) {

@@ -126,6 +126,12 @@ QRect DetailPane::areaBeside(const QRect &item, const QRect &room) const
                     scale);
 }
 
+QRect DetailPane::areaAt(const QPoint &topLeft) const
+{
+    const TwipsScale scale = TwipsScale::of(this);
+    return {topLeft, QSize(scale.toPixels(PaneWidth), scale.toPixels(PaneHeight))};
+}
+
 QRect DetailPane::areaAbove(const QRect &list, const QRect &room) const
 {
     const TwipsScale scale = TwipsScale::of(this);

@@ -50,6 +50,8 @@ public:
     // The area of the usual size beside item, or above a list, inside room (parent coordinates).
     QRect areaBeside(const QRect &item, const QRect &room) const;
     QRect areaAbove(const QRect &list, const QRect &room) const;
+    // The pane's own size with its top left corner at topLeft.
+    QRect areaAt(const QPoint &topLeft) const;
     QString text() const;
     QTextEdit *descriptionBox() const { return m_txDesApp; }
 

@@ -122,7 +122,11 @@ void GestureRouter::watchAppointmentGestures(const ItemGestures *gestures, std::
         onSelected(Command::ModifyAppointment);
         m_pane->hide();
     });
-    connect(gestures, &ItemGestures::enterPressed, this, [onSelected] { onSelected(Command::ModifyAppointment); });
+    // Delete is the only key of a box or a day's list, but in Modern.
+    connect(gestures, &ItemGestures::enterPressed, this, [this, onSelected] {
+        if (m_host.modernGestures())
+            onSelected(Command::ModifyAppointment);
+    });
     connect(gestures, &ItemGestures::deletePressed, this, [onSelected] { onSelected(Command::DeleteAppointment); });
     // Offered whatever DisableMenu says, unlike the grid's own menu.
     connect(gestures, &ItemGestures::rightReleased, this, [this, select](const QPoint &global) {
@@ -172,7 +176,8 @@ void GestureRouter::showDayListDetails(int index)
     const QString line = list->lineText(list->currentRow());
     // The day's date text is its first appointment's.
     const QRect cell(list->mapTo(m_surface, QPoint(0, 0)), list->size());
-    m_pane->showAt(m_pane->areaBeside(cell, m_grid->geometry()),
+    m_pane->showAt(m_host.modernGestures() ? m_pane->areaBeside(cell, m_grid->geometry())
+                                           : m_pane->areaAt(cell.topLeft()),
                    detail::listCaption(m_grid->dayListEntries(index).front().dates(), line), detail::listText(line));
 }
 
@@ -186,7 +191,12 @@ void GestureRouter::showToDoDetails(int row)
     const std::shared_ptr<ToDo> todo = plan->ToDoS()->Item(key);
     // Above the list, on its left edge: no row is covered, and the pane's left
     // edge tells a click on it that it shows a to-do.
-    m_pane->showAt(m_pane->areaAbove(m_todos->geometry(), m_surface->rect()), m_host.language().text(Text::ToDo),
+    // At the top of the clicked row, or in Modern above the list, covering no row.
+    const QPoint rowTop(m_todos->mapTo(m_surface, QPoint(0, 0)).x(),
+                        m_todos->viewport()->mapTo(m_surface, QPoint(0, m_todos->rowViewportPosition(row))).y());
+    m_pane->showAt(m_host.modernGestures() ? m_pane->areaAbove(m_todos->geometry(), m_surface->rect())
+                                           : m_pane->areaAt(rowTop),
+                   m_host.language().text(Text::ToDo),
                    detail::toDoText(*todo, m_host.settings().DateFormat, m_host.language()));
 }
 

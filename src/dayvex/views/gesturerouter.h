@@ -27,6 +27,9 @@ public:
 
     virtual ~GestureHost() = default;
     virtual bool menusDisabled() const = 0;
+    // Modern: Enter opens an appointment, and the detail pane stands beside a day's
+    // list and above the to-do list; otherwise they keep the control's own rules.
+    virtual bool modernGestures() const = 0;
     // The control's settings (its plan among them) and language texts.
     virtual const SharedSettings &settings() const = 0;
     virtual const LanguageTable &language() const = 0;

@@ -105,9 +105,6 @@ ToDoGrid::ToDoGrid(QWidget *parent)
     horizontalHeader()->setMinimumSectionSize(0);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     horizontalHeader()->setHighlightSections(false);
-    // The description column ends at the viewport's edge, with or without a
-    // vertical scroll bar, so its text is never cut by the frame.
-    horizontalHeader()->setStretchLastSection(true);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -127,7 +124,27 @@ void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions)
     setColumnHidden(0, true);
     setColumnWidth(PriorityColumn, scale.toPixels(300));
     setColumnWidth(ProjectColumn, scale.toPixels(700));
+    sizeDescription();
     selectionModel()->clear();
+}
+
+void ToDoGrid::setStretchDescription(bool on)
+{
+    m_stretch = on;
+    horizontalHeader()->setStretchLastSection(on);
+    sizeDescription();
+}
+
+void ToDoGrid::sizeDescription()
+{
+    if (!m_stretch && model()->columnCount() > DescriptionColumn)
+        setColumnWidth(DescriptionColumn, qMax(0, width() - TwipsScale::of(this).toPixels(1000)));
+}
+
+void ToDoGrid::resizeEvent(QResizeEvent *event)
+{
+    ViewGrid::resizeEvent(event);
+    sizeDescription();
 }
 
 QString ToDoGrid::keyAt(int row) const

@@ -69,6 +69,10 @@ public:
     bool isDone(int row) const;
     // Greys the row of the to-do of key, as done ones are shown.
     void showDone(const QString &key);
+    // true: the description column stretches to the viewport's edge, never cut
+    // by the frame; false: it is the list's width less 1,000 twips, as the
+    // control has always laid it out.
+    void setStretchDescription(bool on);
 
 signals:
     // The pointer moved over the rows.
@@ -81,10 +85,13 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     bool viewportEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     ToDoListModel *m_rows;
     QPoint m_lastMove;
+    bool m_stretch = false;
+    void sizeDescription();
 };
 
 } // namespace dayvex
