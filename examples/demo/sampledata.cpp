@@ -50,6 +50,19 @@ void fillSampleData(DayvexData &data, const QDate &day)
         add(d, 8 + random.bounded(11), random.bounded(2) * 30, 30 * (1 + random.bounded(4)));
     }
 
+    // What only the Modern presentation pictures truly: an overnight shift, a trip
+    // of three days and an appointment before the working day. Add cuts an end at
+    // an earlier clock time to one step, so the true ends are set after it.
+    auto span = [&](const QDate &d, int hour, int minute, const QDateTime &end, const char *what) {
+        add(d, hour, minute, 30);
+        const std::shared_ptr<Schedule> added = schedules->Item(schedules->Count());
+        added->Description = QString::fromUtf8(what);
+        added->setEnd(end);
+    };
+    span(day.addDays(1), 22, 0, QDateTime(day.addDays(2), QTime(6, 0)), "Turno di notte");
+    span(day.addDays(2), 9, 0, QDateTime(day.addDays(4), QTime(17, 0)), "Trasferta a Milano");
+    span(day.addDays(-1), 2, 38, QDateTime(day.addDays(-1), QTime(3, 30)), "Volo in partenza");
+
     // One reminder falls due a minute after start: its pop-up shows what reminders look like.
     const Date soon = Date::fromDateTime(now().toDateTime().addSecs(60));
     schedules->Add(schedules->NewKey(), data.Users()->Item(1)->Key, soon.addMinutes(15), soon.addMinutes(45), "200",
