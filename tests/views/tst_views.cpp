@@ -279,6 +279,11 @@ private slots:
         QCOMPARE(pane->text(), "09:00-10:30 Rossi: Sala A \n Ferri \n a");
         QCOMPARE(zntDayvexPrivate::get(&*m_control)->viewSelection().appointmentKey, "a");
         QVERIFY(pane->x() < daFare()->x());
+        m_data->Schedules()->Remove("a"); // deleted while its pane shows: the pane goes with it
+        m_control->Refresh();
+        QVERIFY(!pane->isVisible());
+        QCOMPARE(m_control->selectedKind(), zntDayvex::SelectedKind::None);
+        addAppointment(*m_data, "a", at(QDate(2000, 12, 3), 9), 90);
 
         QTest::mouseClick(daFare()->viewport(), Qt::LeftButton, {}, daFare()->visualRect(daFare()->model()->index(0, 3)).center());
         QCOMPARE(pane->text(), "due to: 09/12/2000\nstate: to be done\nshort description: Call\n"

@@ -9,6 +9,7 @@
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/platform/error.h>
 #include <dayvex/views/agendagrid.h>
+#include <dayvex/views/detailpane.h>
 
 #include <QAction>
 #include <QMenu>
@@ -84,6 +85,23 @@ bool zntDayvexPrivate::selectionStillThere()
         m_gestures->select(selection.kind, QString());
     }
     return there;
+}
+
+void zntDayvexPrivate::dropVanishedSelection()
+{
+    const ViewSelection &selection = m_gestures->selection();
+    const QString key = q->selectedKey();
+    const std::shared_ptr<DayvexData> plan = q->Plan();
+    if (selection.kind == ViewSelection::Kind::None || key.isEmpty())
+        return;
+    const bool there = plan
+                       && (selection.kind == ViewSelection::Kind::Appointment ? bool(plan->Schedules()->find(key))
+                                                                              : bool(plan->ToDoS()->find(key)));
+    if (there)
+        return;
+    // The pane would go on showing a record that no longer exists.
+    m_frShowApp->hide();
+    m_gestures->select(selection.kind, QString());
 }
 
 void zntDayvexPrivate::runOnSelection(void (AppointmentCommands::*appointment)(const QString &),

@@ -9,11 +9,14 @@
 #include <QLabel>
 #include <QTimer>
 
+#include <dayvex/platform/error.h>
+
 namespace dayvex {
 
 namespace {
-// The clock panels show minutes; the line of the current time moves by a pixel in about a minute.
-constexpr int ClockInterval = 30 * 1000;
+// The clock panels show minutes: the clock ticks just after each minute begins.
+constexpr int MinuteMs = 60 * 1000;
+constexpr int PastTheMinuteMs = 50;
 } // namespace
 
 StatusLine::StatusLine(const SharedSettings &settings, QWidget *parent)
@@ -31,12 +34,13 @@ StatusLine::StatusLine(const SharedSettings &settings, QWidget *parent)
             addPermanentWidget(m_panels[i]);
     }
     m_clock = new QTimer(this);
-    m_clock->setInterval(ClockInterval);
+    m_clock->setSingleShot(true);
     connect(m_clock, &QTimer::timeout, this, [this] {
         showNow();
         emit ticked();
+        startClock();
     });
-    m_clock->start();
+    startClock();
     // Caps Lock changes with a key of this application, or while another one is active.
     qApp->installEventFilter(this);
     connect(qApp, &QGuiApplication::applicationStateChanged, this, &StatusLine::showCapsLock);
@@ -49,6 +53,18 @@ void StatusLine::showNow()
     m_panels[1]->setText(formatDate(moment, m_settings.DateFormat));
     m_panels[2]->setText(formatDate(moment, QStringLiteral("hh.nn")));
     showCapsLock();
+}
+
+void StatusLine::startClock()
+{
+    int intoMinute = 0;
+    try {
+        const QTime time = now().toDateTime().time();
+        intoMinute = time.second() * 1000 + time.msec();
+    } catch (const Error &) {
+        // A clock outside the calendar: tick a minute from now.
+    }
+    m_clock->start(qBound(1000, MinuteMs - intoMinute + PastTheMinuteMs, MinuteMs));
 }
 
 void StatusLine::showCapsLock()

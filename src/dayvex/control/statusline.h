@@ -32,6 +32,8 @@ protected:
 
 private:
     void showCapsLock();
+    // Times the next tick for the start of the next minute of the clock.
+    void startClock();
 
     QLabel *m_panels[3] = {};
     QTimer *m_clock = nullptr;

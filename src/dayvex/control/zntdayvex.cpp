@@ -403,6 +403,7 @@ void zntDayvex::Refresh(zntPlanShowType Style, bool RebuildFrame)
     d->drawAppointments();
     d->drawView(d->m_currentView);
     d->rebuildAlarms();
+    d->dropVanishedSelection();
 }
 
 // ---- selection ----

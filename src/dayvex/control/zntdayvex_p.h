@@ -116,6 +116,8 @@ public:
     void selectionMoved() override;
     // The selected record, when the plan still holds it; warns and selects nothing when it is gone.
     bool selectionStillThere();
+    // After a redraw: a selected record that was deleted is selected no more, and its detail pane closes.
+    void dropVanishedSelection();
     // Runs the command of the selected record's kind on it, when the plan still
     // holds it; a kind without a command (nullptr) only warns. Errors are logged.
     void runOnSelection(void (AppointmentCommands::*appointment)(const QString &),

@@ -562,9 +562,11 @@ ExchangeReport importICalendar(const QString &path, DayvexData &into, const Impo
 
 QString ExchangeReport::summary() const
 {
-    QStringList lines{QStringLiteral("%1 appointments, %2 to-dos, %3 already present, %4 skipped")
-                          .arg(appointments)
-                          .arg(todos)
+    const auto counted = [](int count, const char *one, const char *many) {
+        return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
+    };
+    QStringList lines{QStringLiteral("%1, %2, %3 already present, %4 skipped")
+                          .arg(counted(appointments, "appointment", "appointments"), counted(todos, "to-do", "to-dos"))
                           .arg(alreadyPresent)
                           .arg(skipped)};
     for (const ExchangeEntry &entry : entries) {
