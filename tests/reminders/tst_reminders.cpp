@@ -143,6 +143,14 @@ private slots:
         zntDayvexPrivate::get(&*m_control)->scanAlarms();
         QCOMPARE(popups().size(), 1);
         QCOMPARE(m_sound->played.size(), 1);
+
+        // In Modern the frame snoozes it, as the button does.
+        m_control->setPresentation(zntDayvex::Modern);
+        popups().first()->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), now().addMinutes(5).value());
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QCOMPARE(popups().size(), 0);
     }
 
     void buttons_data()

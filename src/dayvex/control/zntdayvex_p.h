@@ -109,6 +109,7 @@ public:
     // What the gestures ask of the control.
     bool menusDisabled() const override { return m_disableMenu; }
     bool modernGestures() const override { return modern(); }
+    bool modernReminders() const override { return modern(); }
     void runGestureCommand(Command command) override;
     void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) override;
     void popUpToDoMenu(bool holdsToDo, bool done, const QPoint &globalPos) override;

@@ -25,6 +25,8 @@ public:
     // The widget that owns the pop-ups: they go when it goes.
     virtual QWidget *reminderOwner() = 0;
     virtual bool DisableReminderPopUp() const = 0;
+    // Modern: a pop-up closed by its frame snoozes; otherwise the alarm stays due.
+    virtual bool modernReminders() const = 0;
     virtual QString ReminderSoundFile() const = 0;
 
     virtual BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) = 0;

@@ -6,6 +6,7 @@
 #include <dayvex/platform/error.h>
 #include <dayvex/platform/format.h>
 
+#include <QCloseEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -103,8 +104,16 @@ void ReminderPopup::dontRemind()
     moveAlarm(false);
 }
 
+void ReminderPopup::closeEvent(QCloseEvent *event)
+{
+    if (!m_answered && m_host.modernReminders())
+        runLoggingErrors("frmPromemoria", [this] { remindLater(); });
+    QWidget::closeEvent(event);
+}
+
 void ReminderPopup::moveAlarm(bool again)
 {
+    m_answered = true;
     // The window closes whatever happens below: a gone alarm or record leaves nothing to do.
     const std::unique_ptr<ReminderPopup, void (*)(ReminderPopup *)> closing(this, [](ReminderPopup *popup) {
         popup->close();

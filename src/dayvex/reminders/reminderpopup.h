@@ -45,8 +45,14 @@ public:
     void remindLater();
     void dontRemind();
 
+protected:
+    // Closed by its frame, the pop-up leaves its alarm due, to come back at the
+    // next scan; in Modern it snoozes as "remind me in 5 minutes" does.
+    void closeEvent(QCloseEvent *event) override;
+
 private:
     void moveAlarm(bool again);
+    bool m_answered = false;
 
     ReminderHost &m_host;
     QLabel *m_kind = nullptr;
