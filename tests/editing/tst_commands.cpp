@@ -1,5 +1,8 @@
 #include <dayvextest.h>
 
+#include <QAbstractSpinBox>
+#include <QComboBox>
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateEdit>
@@ -196,6 +199,48 @@ private slots:
         QCOMPARE(!form->isVisible(), removed);
         QCOMPARE(m_host.log.value(0), isToDo ? "BeforeTodoDelete" : "BeforeScheduleDelete");
         QCOMPARE(m_host.log.contains(isToDo ? "ToDoDeleted" : "ScheduleDeleted"), removed);
+    }
+
+    // Tab walks the fields as they are read, left to right and top to bottom, from
+    // the first one, which has the focus at open, then the buttons.
+    void editorsTabInReadingOrder_data()
+    {
+        columns<bool>("todo");
+        QTest::newRow("appointment") << false;
+        QTest::newRow("to-do") << true;
+    }
+
+    void editorsTabInReadingOrder()
+    {
+        QFETCH(bool, todo);
+        QStringList visited;
+        bool inReadingOrder = true;
+        m_driver.whenOpen(todo ? ToDoForm : AppointmentForm, [&](QDialog *editor) {
+            QWidget *at = editor->focusWidget();
+            QPoint last(-1, -1);
+            for (int i = 0; at && i < 20 && !visited.contains(at->objectName()); ++i) {
+                visited << at->objectName();
+                const QPoint here = at->mapTo(editor, QPoint(0, 0));
+                // Reading order: a lower row, or further right on the same row (the reminder group counts as rows below).
+                inReadingOrder = inReadingOrder && (here.y() > last.y() + 2 || (qAbs(here.y() - last.y()) <= 2 && here.x() > last.x()));
+                last = here;
+                at = at->nextInFocusChain();
+                // Past the widgets Tab skips and the line edits inside combo boxes and date fields.
+                while (at && (at == editor || (at->focusPolicy() & Qt::TabFocus) == 0 || !at->isVisible()
+                                              || qobject_cast<QComboBox *>(at->parentWidget())
+                                              || qobject_cast<QAbstractSpinBox *>(at->parentWidget())))
+                    at = at->nextInFocusChain();
+            }
+            press(editor, "Fine");
+        });
+        if (todo)
+            m_control->mnModificaAttivita_Click();
+        else
+            m_control->mnModifica_Click();
+        QVERIFY(!visited.isEmpty());
+        QCOMPARE(visited.first(), todo ? "txDescBreve" : "DesApp");
+        QVERIFY2(inReadingOrder, qPrintable(visited.join(' ')));
+        QCOMPARE(visited.last(), "Fine");
     }
 
     void validateCancelKeepsInput()

@@ -129,6 +129,8 @@ void AppointmentEditor::layOut()
     form->addLayout(grid);
     form->addWidget(reminder);
     form->addLayout(buttonRow());
+    orderFocus({m_desApp, m_datIni, m_oraIni, m_datFine, m_oraFine, m_cbCategorie, m_cbUtente, m_cbLuogo, m_codCont,
+                m_contatto, m_promemoria, m_tempoPromemoria});
 }
 
 void AppointmentEditor::edit(const QString &formKey, const Schedule &values)

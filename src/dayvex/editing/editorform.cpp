@@ -170,6 +170,24 @@ void EditorForm::fillList(QComboBox *list, const QStringList &items, const QStri
     list->setCurrentText(current);
 }
 
+void EditorForm::orderFocus(std::initializer_list<QWidget *> fields)
+{
+    QWidget *previous = nullptr;
+    for (QWidget *next : fields) {
+        if (previous)
+            setTabOrder(previous, next);
+        previous = next;
+    }
+    for (QWidget *button : {static_cast<QWidget *>(m_salva), static_cast<QWidget *>(m_elimina),
+                            static_cast<QWidget *>(m_fine)}) {
+        if (previous)
+            setTabOrder(previous, button);
+        previous = button;
+    }
+    if (fields.size() > 0)
+        (*fields.begin())->setFocus(Qt::OtherFocusReason);
+}
+
 QBoxLayout *EditorForm::buttonRow()
 {
     auto *row = new QHBoxLayout;

@@ -71,6 +71,9 @@ protected:
     static void fillList(QComboBox *list, const QStringList &items, const QString &current);
     // The button row, right-aligned.
     QBoxLayout *buttonRow();
+    // Tab goes through fields in reading order, then the buttons; the first field
+    // has the focus when the form opens.
+    void orderFocus(std::initializer_list<QWidget *> fields);
 
     QPushButton *m_salva = nullptr;
     QPushButton *m_elimina = nullptr;

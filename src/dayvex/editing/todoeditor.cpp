@@ -39,6 +39,7 @@ void ToDoEditor::createFields()
     m_ckDone = named(new QCheckBox(caption(Text::Done, "attività conclusa"), this), "ckDone");
     m_tempoPromemoria = leadTimes(this);
     m_txDesLunga = named(new QPlainTextEdit(this), "txDesLunga");
+    m_txDesLunga->setTabChangesFocus(true); // Tab moves on, as in every other field
     m_txDesLunga->setTabChangesFocus(true);
     m_promemoria = named(new QCheckBox(caption(Text::Remind, "avvisa"), this), "Promemoria");
     m_txDescBreve = named(new QLineEdit(this), "txDescBreve");
@@ -103,6 +104,8 @@ void ToDoEditor::layOut()
     form->addLayout(grid);
     form->addWidget(reminder);
     form->addLayout(buttonRow());
+    orderFocus({m_txDescBreve, m_txDesLunga, m_datSca, m_oraSca, m_cbPriorita, m_ckDone, m_cbProgetto, m_cbUtente,
+                m_promemoria, m_tempoPromemoria});
 }
 
 void ToDoEditor::edit(const QString &key)
