@@ -86,7 +86,19 @@ private slots:
             for (size_t j = i + 1; j < drawn.size(); ++j)
                 QVERIFY(!drawn[i].intersects(drawn[j]));
 
+        // The month: six weeks, the overnight shift on both its days.
+        addAppointment(*m_data, "sixth week", at(QDate(2001, 1, 3), 9), 60);
+        m_control->Refresh(zntPlanShowMonth);
+        QStringList listed;
+        for (int i = 0; i < grid->dayListCount(); ++i)
+            if (grid->dayList(i)->isVisible())
+                for (const AgendaEntry &e : grid->dayListEntries(i))
+                    listed << grid->dayListDate(i).toDate().toString("d/M") + " " + e.key;
+        QVERIFY2(listed.contains("30/11 night") && listed.contains("1/12 night"), qPrintable(listed.join(", ")));
+        QVERIFY(listed.contains("3/1 sixth week"));
+
         m_control->setPresentation(zntDayvex::Classic);
+        m_control->Refresh(zntPlanShowWeek);
         QCOMPARE(grid->rowCount(), 25);
         QCOMPARE(grid->item(0, 0)->text(), "8");
     }

@@ -484,6 +484,22 @@ void zntDayvexPrivate::drawAppointments()
 
     std::vector<AgendaEntry> entries;
     const bool segmented = modern() && view != zntPlanShowMonth;
+    if (modern() && view == zntPlanShowMonth) {
+        // Six weeks, each appointment on every day it touches.
+        const DateRange weeks{range.from, range.from.addDays(42)};
+        std::vector<Date> days;
+        if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
+            const SharedSettings &shared = settings();
+            const std::vector<std::shared_ptr<Schedule>> shown = appointmentsOverlapping(*plan->Schedules(), weeks);
+            for (const DaySegment &part : daySegments(shown, weeks.from, 42, 1)) {
+                entries.emplace_back(*shown[size_t(part.appointment)], shared.MultiUserEnabled, shared.DateFormat);
+                days.push_back(weeks.from.addDays(part.day));
+            }
+        }
+        m_lista->showDayLists(std::move(entries), days);
+        drawView(view);
+        return;
+    }
     if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
         const SharedSettings &shared = settings();
         const std::vector<std::shared_ptr<Schedule>> shown = segmented

@@ -542,14 +542,17 @@ void AgendaGrid::showBoxes(const std::vector<AgendaEntry> &entries)
     m_boxCount = count;
 }
 
-void AgendaGrid::showDayLists(std::vector<AgendaEntry> entries)
+void AgendaGrid::showDayLists(std::vector<AgendaEntry> entries, const std::vector<Date> &days)
 {
     clearItems();
+    const auto dayOf = [&](std::vector<AgendaEntry>::iterator entry) {
+        return days.empty() ? entry->start.datePart() : days[size_t(entry - entries.begin())];
+    };
     // A list per day: the next one begins with the first appointment of a later day.
     for (auto first = entries.begin(); first != entries.end();) {
-        const Date day = first->start.datePart();
+        const Date day = dayOf(first);
         auto last = first + 1;
-        while (last != entries.end() && !(day < last->start.datePart()))
+        while (last != entries.end() && !(day < dayOf(last)))
             ++last;
         Day &list = dayListAt(m_listCount++);
         list.day = day;

@@ -61,7 +61,9 @@ public:
     // Replaces the boxes (day and week views) or the day lists (month view) of
     // the last drawing. Entries are expected in order of start.
     void showBoxes(const std::vector<AgendaEntry> &entries);
-    void showDayLists(std::vector<AgendaEntry> entries);
+    // days, when given, names the day of each entry (entries in order of those
+    // days); otherwise each goes to its start's day.
+    void showDayLists(std::vector<AgendaEntry> entries, const std::vector<Date> &days = {});
     // Hides every box and list.
     void clearItems();
 
