@@ -86,6 +86,15 @@ private slots:
             for (size_t j = i + 1; j < drawn.size(); ++j)
                 QVERIFY(!drawn[i].intersects(drawn[j]));
 
+        // More at once than Saturday's column holds: a "+N" that opens the day.
+        for (int i = 0; i < 12; ++i)
+            addAppointment(*m_data, QString("crowd%1").arg(i), at(QDate(2000, 12, 2), 10), 60);
+        m_control->Refresh();
+        QCOMPARE(grid->overflowMarkers().size(), size_t(1));
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, grid->overflowMarkers().front().rect.center());
+        QCOMPARE(m_control->CurrentView(), qint16(zntPlanShowDay));
+        QCOMPARE(m_control->StartDay(), at(2000, 12, 2));
+
         // The month: six weeks, the overnight shift on both its days.
         addAppointment(*m_data, "sixth week", at(QDate(2001, 1, 3), 9), 60);
         m_control->Refresh(zntPlanShowMonth);

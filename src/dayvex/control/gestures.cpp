@@ -87,6 +87,12 @@ bool zntDayvexPrivate::selectionStillThere()
     return there;
 }
 
+void zntDayvexPrivate::openDay(Date day)
+{
+    q->setStartDay(day);
+    q->Refresh(zntPlanShowDay);
+}
+
 void zntDayvexPrivate::dropVanishedSelection()
 {
     const ViewSelection &selection = m_gestures->selection();

@@ -197,6 +197,14 @@ void AgendaGrid::paintEvent(QPaintEvent *event)
     }
 }
 
+std::optional<Date> AgendaGrid::markerDayAt(const QPoint &pos) const
+{
+    for (const Marker &marker : m_markers)
+        if (marker.rect.contains(pos))
+            return marker.day;
+    return std::nullopt;
+}
+
 void AgendaGrid::setModern(bool on)
 {
     m_modern = on;
@@ -265,7 +273,7 @@ void AgendaGrid::placeSegments(qint16 step, int workStart, int workEnd)
         for (const OverflowMarker &marker : layout.markers)
             m_markers.push_back({segmentRect(geometry, marker.startMinute, marker.endMinute, marker.column, 1,
                                              marker.columns),
-                                 marker.count});
+                                 marker.count, m_firstDay.addDays(marker.day)});
     };
     viewport()->setUpdatesEnabled(false);
     for (int i = 0; i < count; ++i) {

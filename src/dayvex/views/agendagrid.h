@@ -111,7 +111,10 @@ public:
     {
         QRect rect;
         int count = 0;
+        Date day;
     };
+    // The day of the "+N" marker under pos, in viewport pixels.
+    std::optional<Date> markerDayAt(const QPoint &pos) const;
     const std::vector<Marker> &overflowMarkers() const { return m_markers; }
 
 signals:

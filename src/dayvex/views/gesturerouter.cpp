@@ -137,6 +137,13 @@ void GestureRouter::watchAppointmentGestures(const ItemGestures *gestures, std::
 
 void GestureRouter::onGridReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos)
 {
+    // A "+N" marker stands for the boxes its day column has no room for: the day view shows them.
+    if (button == Qt::LeftButton) {
+        if (const std::optional<Date> day = m_grid->markerDayAt(pos)) {
+            m_host.openDay(*day);
+            return;
+        }
+    }
     const auto [row, column] = m_grid->cellAt(pos);
     if (row >= 0 && column >= 0)
         m_grid->setCurrentCell(row, column);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/i18n/language.h>
+#include <dayvex/platform/date.h>
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/views/viewselection.h>
 
@@ -30,6 +31,8 @@ public:
     // Modern: Enter opens an appointment, and the detail pane stands beside a day's
     // list and above the to-do list; otherwise they keep the control's own rules.
     virtual bool modernGestures() const = 0;
+    // Shows day alone, in the day view: what a "+N" marker opens.
+    virtual void openDay(Date day) = 0;
     // The control's settings (its plan among them) and language texts.
     virtual const SharedSettings &settings() const = 0;
     virtual const LanguageTable &language() const = 0;
