@@ -134,6 +134,70 @@ private slots:
         QCOMPARE(markers, marker);
     }
 
+    void wholeDays_data()
+    {
+        columns<Date, Date, bool, QList<int>>("start", "end", "whole", "bar");
+        // bar: first and last day of the week from 10 May 2027
+        QTest::newRow("one day") << at(2027, 5, 12) << at(2027, 5, 13) << true << QList<int>{2, 2};
+        QTest::newRow("trip, timed") << at(2027, 5, 14, 9, 0) << at(2027, 5, 16, 17, 0) << true << QList<int>{4, 6};
+        QTest::newRow("exactly 24 hours") << at(2027, 5, 10, 12, 0) << at(2027, 5, 11, 12, 0) << true
+                                          << QList<int>{0, 1};
+        QTest::newRow("overnight shift") << at(2027, 5, 10, 22, 0) << at(2027, 5, 11, 6, 0) << false
+                                         << QList<int>{0, 1};
+        QTest::newRow("begun the week before") << at(2027, 5, 1) << at(2027, 5, 12) << true << QList<int>{0, 1};
+        QTest::newRow("past the week") << at(2027, 5, 15) << at(2027, 5, 30) << true << QList<int>{5, 6};
+        QTest::newRow("no length at midnight") << at(2027, 5, 12) << at(2027, 5, 12) << false << QList<int>{2, 2};
+        QTest::newRow("NaN end") << at(2027, 5, 12) << Date(std::nan("")) << false << QList<int>{};
+    }
+
+    void wholeDays()
+    {
+        QFETCH(Date, start);
+        QFETCH(Date, end);
+        QFETCH(bool, whole);
+        QFETCH(QList<int>, bar);
+        QCOMPARE(coversWholeDays(start, end), whole);
+        QList<int> got;
+        for (const AllDayBar &b : stackAllDay({{start, end}}, at(2027, 5, 10), 7, 3).bars)
+            got << b.firstDay << b.lastDay;
+        QCOMPARE(got, bar);
+    }
+
+    // Random weeks of bars: none shares a day and a row with another, every bar is
+    // shown or counted on each of its days, and the strip keeps to its rows.
+    void allDayStacksWithoutCovering()
+    {
+        QRandomGenerator random(4242);
+        const Date monday = at(2027, 5, 10);
+        for (int round = 0; round < 300; ++round) {
+            std::vector<DateRange> spans;
+            for (int i = random.bounded(40); i > 0; --i) {
+                const Date start = monday.addDays(random.bounded(-3, 8));
+                spans.push_back({start, start.addDays(random.bounded(1, 6))});
+            }
+            const int maxRows = random.bounded(1, 6);
+            const AllDayLayout layout = stackAllDay(spans, monday, 7, maxRows);
+            QVERIFY(layout.rows <= maxRows);
+            std::vector<int> counted(7, 0);
+            for (const AllDayBar &a : layout.bars) {
+                for (int day = a.firstDay; day <= a.lastDay; ++day)
+                    counted[size_t(day)] += a.hidden ? 0 : 1;
+                if (a.hidden)
+                    continue;
+                QVERIFY(a.row < layout.rows - (layout.hidden == std::vector<int>(7, 0) ? 0 : 1));
+                for (const AllDayBar &b : layout.bars)
+                    if (&a != &b && !b.hidden && a.row == b.row)
+                        QVERIFY(a.lastDay < b.firstDay || b.lastDay < a.firstDay);
+            }
+            for (int day = 0; day < 7; ++day) {
+                int touching = 0;
+                for (const DateRange &span : spans)
+                    touching += span.from < monday.addDays(day + 1) && monday.addDays(day) < span.to;
+                QCOMPARE(counted[size_t(day)] + layout.hidden[size_t(day)], touching);
+            }
+        }
+    }
+
     // The appointments of a range: those begun before it and still running are in,
     // one ending as it begins is not.
     void overlappingTheRange()

@@ -65,9 +65,21 @@ private slots:
         addAppointment(*m_data, "c", at(QDate(2000, 11, 29), 10, 30), 60);
         addAppointment(*m_data, "night", at(QDate(2000, 11, 30), 22), 60);
         m_data->Schedules()->Item("night")->EndDate = at(QDate(2000, 12, 1), 6); // past Add's end rule
+        addAppointment(*m_data, "trip", at(QDate(2000, 11, 28), 9), 60);
+        m_data->Schedules()->Item("trip")->EndDate = at(QDate(2000, 11, 30), 17);
         m_control->setPresentation(zntDayvex::Modern);
         m_control->Refresh(zntPlanShowWeek);
         AgendaGrid *grid = lista();
+        // The trip: one bar from Tuesday's column to Thursday's, above the time rows.
+        QCOMPARE(grid->allDayBarCount(), 1);
+        const AppointmentBox *trip = grid->allDayBar(0);
+        QVERIFY(trip->isVisible());
+        const QRect bar(trip->mapTo(grid, QPoint()), trip->size());
+        const int x = grid->viewport()->x();
+        QVERIFY(qAbs(bar.left() - x - grid->columnViewportPosition(3)) < 4);
+        QVERIFY(qAbs(bar.right() - x - grid->columnViewportPosition(6)) < 4);
+        QVERIFY(bar.bottom() < grid->viewport()->y());
+        QVERIFY(bar.top() > grid->horizontalHeader()->y());
         QCOMPARE(grid->rowCount(), 48);
         QCOMPARE(grid->rowLabel(16).hour, QString("8"));
         QVERIFY(grid->rowAt(0) >= 15 && grid->rowAt(0) <= 16); // scrolled to DayStartTime
@@ -82,6 +94,7 @@ private slots:
                 QCOMPARE(grid->rowAt(box->geometry().top() + 1), 5); // 02:30 to 03:00
         }
         QCOMPARE(parts.value("night"), 2);
+        QCOMPARE(parts.value("trip"), 0);
         for (size_t i = 0; i < drawn.size(); ++i)
             for (size_t j = i + 1; j < drawn.size(); ++j)
                 QVERIFY(!drawn[i].intersects(drawn[j]));

@@ -428,7 +428,8 @@ void zntDayvexPrivate::selectView()
         break;
     default:
         m_currentView = zntPlanShowDay;
-        m_lista->setHeadingRow(false);
+        // Modern: the day's heading, under which its all-day strip stands.
+        m_lista->setHeadingRow(modern());
         m_lista->setDayColumns(dayViewColumnWidth(gridWidth));
         rebuildTimeRows();
         break;
@@ -479,6 +480,8 @@ void zntDayvexPrivate::drawAppointments()
     m_lista->setColumnDays(range.from, view == zntPlanShowDay ? 1 : view == zntPlanShowWeek ? 7 : 0);
     if (view == zntPlanShowWeek)
         m_lista->setWeekHeading(weekHeadings(range.from));
+    else if (view == zntPlanShowDay && modern())
+        m_lista->setWeekHeading({weekHeadings(range.from).constFirst()});
     else if (view == zntPlanShowMonth)
         m_lista->showMonthDates(range.from, shown);
 
@@ -496,15 +499,27 @@ void zntDayvexPrivate::drawAppointments()
                 days.push_back(weeks.from.addDays(part.day));
             }
         }
+        m_lista->showAllDay({});
         m_lista->showDayLists(std::move(entries), days);
         drawView(view);
         return;
     }
     if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
         const SharedSettings &shared = settings();
-        const std::vector<std::shared_ptr<Schedule>> shown = segmented
-                                                                  ? appointmentsOverlapping(*plan->Schedules(), range)
-                                                                  : appointmentsStartingIn(*plan->Schedules(), range);
+        std::vector<std::shared_ptr<Schedule>> shown = segmented
+                                                           ? appointmentsOverlapping(*plan->Schedules(), range)
+                                                           : appointmentsStartingIn(*plan->Schedules(), range);
+        if (segmented) {
+            // Whole days go to the strip above the time columns, the rest to the columns at their times.
+            std::vector<AgendaEntry> wholeDays;
+            std::erase_if(shown, [&](const std::shared_ptr<Schedule> &s) {
+                if (!coversWholeDays(s->StartDate, s->EndDate))
+                    return false;
+                wholeDays.emplace_back(*s, shared.MultiUserEnabled, shared.DateFormat);
+                return true;
+            });
+            m_lista->showAllDay(wholeDays);
+        }
         entries.reserve(shown.size());
         for (const std::shared_ptr<Schedule> &s : shown)
             entries.emplace_back(*s, shared.MultiUserEnabled, shared.DateFormat);
@@ -517,6 +532,7 @@ void zntDayvexPrivate::drawAppointments()
             return;
         }
     }
+    m_lista->showAllDay({});
     if (segmented)
         m_lista->showSegments({}, {});
     else if (view == zntPlanShowMonth)

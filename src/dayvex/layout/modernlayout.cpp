@@ -2,6 +2,8 @@
 
 #include <dayvex/model/schedules.h>
 
+#include <QDateTime>
+
 #include <algorithm>
 #include <cmath>
 
@@ -18,6 +20,14 @@ bool usable(Date date)
 Date drawnEnd(const Schedule &s)
 {
     return usable(s.EndDate) && s.StartDate < s.EndDate ? s.EndDate : s.StartDate;
+}
+
+// Minutes from a to b on the wall clock the dates store: a day is always 1440
+// minutes, whatever the time zone does to the clocks that night.
+qint64 wallMinutes(const QDateTime &a, const QDateTime &b)
+{
+    return a.date().daysTo(b.date()) * 1440
+           + (b.time().msecsSinceStartOfDay() - a.time().msecsSinceStartOfDay()) / 60000;
 }
 
 } // namespace
@@ -51,8 +61,8 @@ std::vector<DaySegment> daySegments(const std::vector<std::shared_ptr<Schedule>>
         if (!usable(s.StartDate))
             continue;
         // Minutes from the first day's midnight, on the wall clock the dates store.
-        const qint64 start = firstMidnight.secsTo(s.StartDate.toDateTime()) / 60;
-        const qint64 end = std::max(start, firstMidnight.secsTo(drawnEnd(s).toDateTime()) / 60);
+        const qint64 start = wallMinutes(firstMidnight, s.StartDate.toDateTime());
+        const qint64 end = std::max(start, wallMinutes(firstMidnight, drawnEnd(s).toDateTime()));
         const qint64 firstDay = std::max<qint64>(0, start >= 0 ? start / 1440 : -1);
         for (qint64 day = firstDay; day < days; ++day) {
             const qint64 dayStart = day * 1440;
@@ -155,6 +165,70 @@ QRect segmentRect(const DayColumnGeometry &day, int startMinute, int endMinute, 
 int readableColumns(int width, int readable)
 {
     return readable > 0 ? std::max(1, width / readable) : 1;
+}
+
+bool coversWholeDays(Date start, Date end)
+{
+    if (!usable(start) || !usable(end) || !(start < end))
+        return false;
+    const QDateTime from = start.toDateTime();
+    const QDateTime to = end.toDateTime();
+    const qint64 minutes = wallMinutes(from, to);
+    return minutes >= 1440 || (from.time() == QTime(0, 0) && to.time() == QTime(0, 0) && minutes > 0);
+}
+
+AllDayLayout stackAllDay(const std::vector<DateRange> &spans, Date first, int days, int maxRows)
+{
+    AllDayLayout out;
+    if (!usable(first) || days <= 0)
+        return out;
+    maxRows = std::max(1, maxRows);
+    out.hidden.assign(size_t(days), 0);
+    const QDate firstDate = first.toDateTime().date();
+    for (size_t i = 0; i < spans.size(); ++i) {
+        const DateRange &span = spans[i];
+        if (!usable(span.from) || !usable(span.to) || span.to < span.from)
+            continue;
+        const QDateTime from = span.from.toDateTime();
+        const QDateTime to = span.to.toDateTime();
+        // The last day touched: an end at midnight closes the day before it.
+        qint64 last = firstDate.daysTo(to.date());
+        if (to.time() == QTime(0, 0) && from < to)
+            --last;
+        const qint64 begin = firstDate.daysTo(from.date());
+        if (last < 0 || begin >= days)
+            continue;
+        out.bars.push_back({int(i), int(std::max<qint64>(0, begin)), int(std::min<qint64>(days - 1, last)), 0, false});
+    }
+    std::stable_sort(out.bars.begin(), out.bars.end(), [](const AllDayBar &a, const AllDayBar &b) {
+        if (a.firstDay != b.firstDay)
+            return a.firstDay < b.firstDay;
+        return a.lastDay > b.lastDay;
+    });
+    // The last day taken in each row so far; bars come by first day, so a row is
+    // free for a bar when its last bar ended before the bar's first day.
+    std::vector<int> rowEnds;
+    for (AllDayBar &bar : out.bars) {
+        size_t row = 0;
+        while (row < rowEnds.size() && rowEnds[row] >= bar.firstDay)
+            ++row;
+        if (row == rowEnds.size())
+            rowEnds.push_back(-1);
+        rowEnds[row] = bar.lastDay;
+        bar.row = int(row);
+    }
+    const int needed = int(rowEnds.size());
+    out.rows = std::min(needed, maxRows);
+    if (needed > maxRows) {
+        for (AllDayBar &bar : out.bars) {
+            if (bar.row < maxRows - 1)
+                continue;
+            bar.hidden = true;
+            for (int day = bar.firstDay; day <= bar.lastDay; ++day)
+                ++out.hidden[size_t(day)];
+        }
+    }
+    return out;
 }
 
 } // namespace dayvex

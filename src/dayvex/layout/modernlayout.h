@@ -96,4 +96,34 @@ DAYVEX_CORE_EXPORT QRect segmentRect(const DayColumnGeometry &day, int startMinu
 // The most columns a day column of width pixels holds at readable pixels each; at least 1.
 DAYVEX_CORE_EXPORT int readableColumns(int width, int readable);
 
+// Whether an appointment belongs above the time columns, in the all-day strip:
+// it runs from a midnight to a later midnight, or lasts 24 hours or more on the
+// wall clock. Unusable dates never do.
+DAYVEX_CORE_EXPORT bool coversWholeDays(Date start, Date end);
+
+// A bar of the all-day strip over the days firstDay .. lastDay of the view.
+struct AllDayBar
+{
+    int appointment = 0; // index into the spans given
+    int firstDay = 0;
+    int lastDay = 0;
+    int row = 0;
+    bool hidden = false; // beyond the rows the strip shows: counted per day instead
+    friend bool operator==(const AllDayBar &, const AllDayBar &) = default;
+};
+
+struct AllDayLayout
+{
+    std::vector<AllDayBar> bars; // those that touch the view, by first day, then longer first
+    std::vector<int> hidden;     // per day of the view, the hidden bars over it
+    int rows = 0;                // the rows the strip shows, the "+N" row included
+};
+
+// Stacks the spans over the days first .. first + days - 1: each bar runs from
+// the first to the last day it touches (an end at midnight does not touch that
+// day) and takes the lowest row free on all of them. When more than maxRows rows
+// (at least 1) are needed, maxRows - 1 rows keep their bars and the last row
+// counts per day the bars that were left out.
+DAYVEX_CORE_EXPORT AllDayLayout stackAllDay(const std::vector<DateRange> &spans, Date first, int days, int maxRows);
+
 } // namespace dayvex

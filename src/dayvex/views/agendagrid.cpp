@@ -8,10 +8,14 @@
 #include <dayvex/layout/textfit.h>
 
 #include <QHeaderView>
+#include <QMouseEvent>
+#include <QPaintEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
+
+#include <functional>
 
 namespace dayvex {
 
@@ -111,6 +115,36 @@ private:
 
     AgendaGrid *m_grid;
 };
+
+// The all-day strip: a surface whose drawing and clicks the grid handles, as it does its boxes'.
+class AllDayStrip : public QWidget
+{
+public:
+    AllDayStrip(QWidget *parent, std::function<void(QPainter &, const QRect &)> paint,
+                std::function<void(const QPoint &)> clicked)
+        : QWidget(parent)
+        , m_paint(std::move(paint))
+        , m_clicked(std::move(clicked))
+    {
+        setObjectName(QStringLiteral("allDayStrip"));
+    }
+
+protected:
+    void paintEvent(QPaintEvent *event) override
+    {
+        QPainter painter(this);
+        m_paint(painter, event->rect());
+    }
+    void mouseReleaseEvent(QMouseEvent *event) override
+    {
+        if (event->button() == Qt::LeftButton)
+            m_clicked(event->position().toPoint());
+    }
+
+private:
+    std::function<void(QPainter &, const QRect &)> m_paint;
+    std::function<void(const QPoint &)> m_clicked;
+};
 } // namespace
 
 AgendaGrid::AgendaGrid(QWidget *parent)
@@ -128,7 +162,8 @@ AgendaGrid::AgendaGrid(QWidget *parent)
     verticalHeader()->setMinimumSectionSize(0);
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 6);
-    horizontalHeader()->setFixedHeight(verticalHeader()->defaultSectionSize());
+    m_headingHeight = verticalHeader()->defaultSectionSize();
+    horizontalHeader()->setFixedHeight(m_headingHeight);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
@@ -147,6 +182,12 @@ AgendaGrid::AgendaGrid(QWidget *parent)
     red.setColor(QPalette::Window, QColor(0xd0, 0x20, 0x20));
     m_nowLine->setPalette(red);
     m_nowLine->hide();
+
+    m_strip = new AllDayStrip(
+        this, [this](QPainter &painter, const QRect &rect) { paintAllDay(painter, rect); },
+        [this](const QPoint &pos) { allDayClicked(pos); });
+    m_strip->hide();
+    connect(horizontalScrollBar(), &QScrollBar::valueChanged, this, [this] { placeAllDay(); });
 }
 
 void AgendaGrid::keyPressEvent(QKeyEvent *event)
@@ -209,6 +250,12 @@ void AgendaGrid::setModern(bool on)
 {
     m_modern = on;
     m_markers.clear();
+    // The strip grows under the headings, which keep to their top.
+    horizontalHeader()->setDefaultAlignment(on ? Qt::AlignHCenter | Qt::AlignTop : Qt::AlignCenter);
+    for (AppointmentBox *bar : m_bars)
+        bar->setModern(on);
+    if (!on)
+        showAllDay({});
     for (AppointmentBox *box : m_boxes)
         box->setModern(on);
     viewport()->update();
@@ -243,6 +290,8 @@ void AgendaGrid::placeSegments(qint16 step, int workStart, int workEnd)
     m_workStart = workStart;
     m_workEnd = workEnd;
     m_markers.clear();
+    // First the strip: its height moves the viewport that the boxes are placed on.
+    placeAllDay();
     if (rowCount() == 0)
         return;
     // Boxes narrower than a few characters tell nothing: such a group shows a "+N".
@@ -290,6 +339,129 @@ void AgendaGrid::placeSegments(qint16 step, int workStart, int workEnd)
     for (int i = count; i < m_boxCount; ++i)
         m_boxes[size_t(i)]->hide();
     viewport()->setUpdatesEnabled(true);
+}
+
+void AgendaGrid::showAllDay(const std::vector<AgendaEntry> &entries)
+{
+    const int count = int(entries.size());
+    for (int i = 0; i < count; ++i) {
+        if (size_t(i) == m_bars.size()) {
+            auto *bar = new AppointmentBox(m_strip);
+            bar->setObjectName(QStringLiteral("allDayBar"));
+            bar->setModern(m_modern);
+            m_bars.push_back(bar);
+            emit boxCreated(bar);
+        }
+        m_bars[size_t(i)]->setEntry(entries[size_t(i)]);
+    }
+    for (int i = count; i < m_barCount; ++i)
+        m_bars[size_t(i)]->hide();
+    m_barCount = count;
+    if (count == 0)
+        m_stripExpanded = false;
+    placeAllDay();
+}
+
+void AgendaGrid::placeAllDay()
+{
+    m_stripMarkers.clear();
+    m_stripToggle = QRect();
+    const bool shown = m_modern && m_barCount > 0 && m_days > 0 && hasHeadingRow();
+    if (!shown && !m_stripShown)
+        return;
+    const int barHeight = QFontMetrics(AppointmentBox::boxFont()).height() + 4;
+    if (shown) {
+        std::vector<DateRange> spans;
+        spans.reserve(size_t(m_barCount));
+        for (int i = 0; i < m_barCount; ++i)
+            spans.push_back({m_bars[size_t(i)]->entry().start, m_bars[size_t(i)]->entry().end});
+        const int most = qMax(AllDayRows, height() / 2 / barHeight);
+        m_allDay = stackAllDay(spans, m_firstDay, m_days, m_stripExpanded ? most : AllDayRows);
+    } else {
+        m_allDay = {};
+    }
+    m_stripShown = shown && m_allDay.rows > 0;
+    const int stripHeight = m_stripShown ? m_allDay.rows * barHeight + 3 : 0;
+    if (horizontalHeader()->height() != m_headingHeight + stripHeight) {
+        horizontalHeader()->setFixedHeight(m_headingHeight + stripHeight);
+        updateGeometries();
+    }
+    if (!m_stripShown) {
+        m_strip->hide();
+        return;
+    }
+    const QRect viewportArea = viewport()->geometry();
+    m_strip->setGeometry(viewportArea.left(), horizontalHeader()->geometry().top() + m_headingHeight,
+                         viewportArea.width(), stripHeight);
+    for (int i = 0; i < m_barCount; ++i)
+        m_bars[size_t(i)]->hide();
+    const auto dayLeft = [this](int day) { return columnViewportPosition(2 + day); };
+    const auto dayRight = [this](int day) { return columnViewportPosition(2 + day) + columnWidth(2 + day); };
+    for (const AllDayBar &bar : m_allDay.bars) {
+        if (bar.hidden || 2 + bar.lastDay >= columnCount())
+            continue;
+        AppointmentBox *box = m_bars[size_t(bar.appointment)];
+        box->setGeometry(QRect(QPoint(dayLeft(bar.firstDay) + 2, 1 + bar.row * barHeight),
+                               QPoint(dayRight(bar.lastDay) - 3, (bar.row + 1) * barHeight - 1)));
+        box->show();
+    }
+    const int lastRow = (m_allDay.rows - 1) * barHeight + 1;
+    bool anyHidden = false;
+    for (size_t day = 0; day < m_allDay.hidden.size() && 2 + int(day) < columnCount(); ++day) {
+        if (m_allDay.hidden[day] == 0)
+            continue;
+        anyHidden = true;
+        m_stripMarkers.emplace_back(QRect(dayLeft(int(day)) + 2, lastRow, columnWidth(2 + int(day)) - 5, barHeight - 2),
+                                    m_allDay.hidden[day]);
+    }
+    if (anyHidden || (m_stripExpanded && m_allDay.rows > AllDayRows))
+        m_stripToggle = QRect(0, lastRow, qMax(barHeight, dayLeft(0) - 2), barHeight - 2);
+    m_strip->show();
+    m_strip->update();
+}
+
+void AgendaGrid::paintAllDay(QPainter &painter, const QRect &rect)
+{
+    painter.fillRect(rect, palette().color(QPalette::Base));
+    painter.setPen(palette().color(QPalette::Mid));
+    for (int day = 0; day < m_days && 2 + day < columnCount(); ++day) {
+        const int x = columnViewportPosition(2 + day) - 1;
+        painter.drawLine(x, 0, x, m_strip->height());
+    }
+    painter.drawLine(0, m_strip->height() - 1, m_strip->width(), m_strip->height() - 1);
+    for (int i = 0; i < m_barCount; ++i) {
+        AppointmentBox *bar = m_bars[size_t(i)];
+        if (bar->isHidden() || !rect.intersects(bar->geometry()))
+            continue;
+        painter.save();
+        painter.translate(bar->pos());
+        painter.setFont(bar->font());
+        bar->paintBox(painter);
+        painter.restore();
+    }
+    const auto drawMarker = [&](const QRect &area, const QString &text) {
+        painter.setPen(palette().color(QPalette::Mid));
+        painter.setBrush(palette().color(QPalette::Button));
+        painter.drawRoundedRect(QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
+        painter.setPen(palette().color(QPalette::ButtonText));
+        painter.drawText(area, Qt::AlignCenter, text);
+    };
+    for (const auto &[area, count] : m_stripMarkers)
+        drawMarker(area, QStringLiteral("+%1").arg(count));
+    if (!m_stripToggle.isNull())
+        drawMarker(m_stripToggle, m_stripExpanded ? QStringLiteral("\u25B4") : QStringLiteral("\u25BE"));
+}
+
+void AgendaGrid::allDayClicked(const QPoint &pos)
+{
+    bool onMarker = m_stripToggle.contains(pos);
+    for (const auto &marker : m_stripMarkers)
+        onMarker = onMarker || marker.first.contains(pos);
+    if (!onMarker)
+        return;
+    m_stripExpanded = !m_stripExpanded;
+    // The new height moves the viewport, whose resize has everything placed again.
+    placeAllDay();
 }
 
 void AgendaGrid::resizeEvent(QResizeEvent *event)

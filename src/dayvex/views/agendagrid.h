@@ -117,6 +117,17 @@ public:
     std::optional<Date> markerDayAt(const QPoint &pos) const;
     const std::vector<Marker> &overflowMarkers() const { return m_markers; }
 
+    // Modern: the appointments that cover whole days, as bars in a strip between
+    // the day headings and the time rows; none hides the strip. The strip shows
+    // AllDayRows rows, then "+N" per day; a click on a "+N" opens it to all its
+    // rows (up to half the grid), and a click on its toggle closes it again.
+    static constexpr int AllDayRows = 3;
+    void showAllDay(const std::vector<AgendaEntry> &entries);
+    QWidget *allDayStrip() const { return m_strip; }
+    int allDayBarCount() const { return m_barCount; }
+    AppointmentBox *allDayBar(int index) const { return m_bars[size_t(index)]; }
+    const AllDayLayout &allDayLayout() const { return m_allDay; }
+
 signals:
     void boxCreated(dayvex::AppointmentBox *box);
     void dayListCreated(dayvex::DayList *list);
@@ -142,6 +153,9 @@ private:
     void markTodayHeading();
     bool showsTimeRows(const std::vector<SlotLabel> &labels) const;
     void setTwipsWidth(int column, double twips);
+    void placeAllDay();
+    void paintAllDay(QPainter &painter, const QRect &rect);
+    void allDayClicked(const QPoint &pos);
 
     QStandardItemModel *m_cells;
     std::vector<AppointmentBox *> m_boxes;
@@ -160,6 +174,17 @@ private:
     int m_workStart = 0;
     int m_workEnd = 1440;
     qint16 m_step = 30;
+
+    int m_headingHeight = 0;
+    QWidget *m_strip = nullptr;
+    std::vector<AppointmentBox *> m_bars;
+    int m_barCount = 0;
+    AllDayLayout m_allDay;
+    bool m_stripExpanded = false;
+    bool m_stripShown = false;
+    // In strip pixels: the "+N" of each day with hidden bars, and the toggle.
+    std::vector<std::pair<QRect, int>> m_stripMarkers;
+    QRect m_stripToggle;
 };
 
 } // namespace dayvex
