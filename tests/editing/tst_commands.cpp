@@ -117,6 +117,36 @@ private slots:
         }
     }
 
+    // A night shift entered in the editor: Modern keeps its end, Classic cuts it to a step.
+    void newNightShift_data()
+    {
+        columns<int, QTime, QDateTime>("presentation", "endTime", "stored");
+        QTest::newRow("classic") << int(zntDayvex::Classic) << QTime(6, 0) << QDateTime(QDate(2000, 12, 3), QTime(10, 0));
+        QTest::newRow("modern") << int(zntDayvex::Modern) << QTime(6, 0) << QDateTime(QDate(2000, 12, 4), QTime(6, 0));
+        QTest::newRow("modern, a day long") << int(zntDayvex::Modern) << QTime(9, 30)
+                                            << QDateTime(QDate(2000, 12, 4), QTime(9, 30));
+    }
+
+    void newNightShift()
+    {
+        QFETCH(int, presentation);
+        QFETCH(QTime, endTime);
+        m_control->setPresentation(zntDayvex::PresentationStyle(presentation));
+        m_control->Refresh(zntPlanShowDay);
+        auto *grid = m_control->findChild<AgendaGrid *>("Lista");
+        grid->setCurrentCell(presentation == zntDayvex::Modern ? 19 : 3, 2); // 09:30 in either grid
+        m_driver.whenOpen(AppointmentForm, [endTime](QDialog *editor) {
+            QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "Turno");
+            field<QDateEdit>(editor, "DatFine")->setDate(QDate(2000, 12, 4));
+            field<QTimeEdit>(editor, "OraFine")->setTime(endTime);
+            press(editor, "Salva");
+        });
+        m_control->mnNuovo_Click();
+        const Schedule &stored = *m_data->Schedules()->Item("8");
+        QCOMPARE(stored.StartDate.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(9, 30)));
+        QTEST(stored.EndDate.toDateTime(), "stored");
+    }
+
     void modifyAppointment_data()
     {
         columns<bool, bool, QString, QStringList, qint32, QString>("cancel", "external", "hostDescription", "events",

@@ -110,6 +110,7 @@ public:
     bool menusDisabled() const override { return m_disableMenu; }
     bool modernGestures() const override { return modern(); }
     bool modernReminders() const override { return modern(); }
+    bool storesTrueEnd() const override { return modern(); }
     void openDay(Date day) override;
     void runGestureCommand(Command command) override;
     void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) override;

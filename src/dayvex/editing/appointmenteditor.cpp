@@ -223,6 +223,8 @@ void AppointmentEditor::store()
         Schedule filled = *working;
         filled.Key = schedules->NewKey();
         stored = schedules->addWithStep(filled, host().settings().DayStepMinutes);
+        if (host().storesTrueEnd() && working->StartDate < working->EndDate)
+            stored->EndDate = working->EndDate;
     } else {
         stored = schedules->Item(m_values.Key);
         stored->Owner = working->Owner;

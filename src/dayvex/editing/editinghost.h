@@ -25,6 +25,9 @@ public:
     virtual const LanguageTable &language() const = 0;
     // The window that editors and prompts stand over.
     virtual QWidget *dialogParent() const = 0;
+    // Modern: a new appointment keeps the end the user entered, on a later day at
+    // an earlier clock time too (a night shift, a trip), where the add cuts it to one step.
+    virtual bool storesTrueEnd() const = 0;
     // Redraws the current view from the data.
     virtual void redraw() = 0;
     // Refills the to-do list; greys the row of a to-do marked done.
