@@ -50,7 +50,8 @@ DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
     m_control = new zntDayvex(this);
     setCentralWidget(m_control);
 
-    auto *dock = new QDockWidget(QStringLiteral("Events"), this);
+    auto *dock = m_events = new QDockWidget(QStringLiteral("Events"), this);
+    dock->setObjectName(QStringLiteral("eventsDock"));
     auto *panel = new QWidget(dock);
     auto *layout = new QVBoxLayout(panel);
     m_cancel = new QCheckBox(QStringLiteral("Answer Cancel"), panel);
@@ -96,6 +97,23 @@ void DemoWindow::createViewMenu()
     modern->setChecked(m_control->Presentation() == zntDayvex::Modern);
     connect(modern, &QAction::toggled, this,
             [this](bool on) { m_control->setPresentation(on ? zntDayvex::Modern : zntDayvex::Classic); });
+    QAction *side = view->addAction(QStringLiteral("&Calendar and to-do list"));
+    side->setObjectName(QStringLiteral("sideAction"));
+    side->setCheckable(true);
+    side->setChecked(!m_control->SideColumnCollapsed());
+    connect(side, &QAction::toggled, this, [this](bool on) { m_control->setSideColumnCollapsed(!on); });
+    connect(m_control, &zntDayvex::sideColumnCollapsedChanged, side, [side](bool collapsed) {
+        side->setChecked(!collapsed);
+    });
+    QAction *events = m_events->toggleViewAction();
+    events->setText(QStringLiteral("&Event log"));
+    view->addAction(events);
+}
+
+void DemoWindow::showEventsIfRoom()
+{
+    // Under this the control would give up more than a third of its width.
+    m_events->setVisible(width() >= 1100);
 }
 
 void DemoWindow::createFileMenu()

@@ -4,6 +4,7 @@
 
 class QCheckBox;
 class QPlainTextEdit;
+class QDockWidget;
 class QSettings;
 
 #include <dayvex/exchange/icalendar.h>
@@ -27,6 +28,8 @@ public:
     dayvex::ExchangeReport importFile(const QString &path);
     dayvex::ExchangeReport exportFile(const QString &path);
     int savePdf(const QString &path);
+    // The event log beside the control, when the window is wide enough for both.
+    void showEventsIfRoom();
 
 private:
     void createFileMenu();
@@ -38,6 +41,7 @@ private:
     QSettings &m_settings;
     dayvex::zntDayvex *m_control = nullptr;
     QPlainTextEdit *m_log = nullptr;
+    QDockWidget *m_events = nullptr;
     QCheckBox *m_cancel = nullptr;
     QCheckBox *m_external = nullptr;
 };

@@ -177,6 +177,7 @@ int main(int argc, char *argv[])
     DemoWindow window(settings);
     const QStringList wh = parser.value(size).split(QLatin1Char('x'));
     window.resize(wh.value(0).toInt() > 0 ? wh.value(0).toInt() : 1280, wh.value(1).toInt() > 0 ? wh.value(1).toInt() : 760);
+    window.showEventsIfRoom();
 
     if (!parser.isSet(screenshot)) {
         window.show();

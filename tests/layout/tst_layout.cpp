@@ -366,6 +366,37 @@ private slots:
         QTEST(l.tabCaptions, "captions");
     }
 
+    // Modern: the view keeps at least 70% with two months, and the tab row
+    // (tabs, caption, side toggle) stays in order within the view's width.
+    void modernShares_data()
+    {
+        columns<double, bool>("width", "collapsed");
+        for (double width : {6500.0, 9000.0, 12001.0, 20000.0, 25000.0, 60000.0}) {
+            QTest::addRow("%g", width) << width << false;
+            QTest::addRow("%g, collapsed", width) << width << true;
+        }
+    }
+
+    void modernShares()
+    {
+        QFETCH(double, width);
+        QFETCH(bool, collapsed);
+        LayoutDesign design;
+        design.tabCaptionWidth = 900;
+        const ControlLayout l = layOutControl(width, 9000, design, true, collapsed);
+        QCOMPARE(l.sideShown, !collapsed);
+        if (collapsed)
+            QCOMPARE(l.lista.width, width);
+        else
+            QCOMPARE(l.lista.width + l.calendar.width, width);
+        if (l.calendarMonths == 2)
+            QVERIFY(l.lista.width >= 0.7 * width);
+        QVERIFY(l.tipoVis.right() <= l.thisDay.left);
+        QCOMPARE(l.thisDay.right(), l.sideToggle.left);
+        QCOMPARE(l.sideToggle.right(), l.lista.right());
+        QCOMPARE(l.tabCaptions, l.tabWidth >= 900);
+    }
+
     void childrenFitTheControl()
     {
         const LayoutDesign design;

@@ -110,6 +110,7 @@ private slots:
 
         // The month: six weeks, the overnight shift on both its days.
         addAppointment(*m_data, "sixth week", at(QDate(2001, 1, 3), 9), 60);
+        m_control->setStartDay(at(2000, 12, 20));
         m_control->Refresh(zntPlanShowMonth);
         QStringList listed;
         for (int i = 0; i < grid->dayListCount(); ++i)
@@ -118,6 +119,18 @@ private slots:
                     listed << grid->dayListDate(i).toDate().toString("d/M") + " " + e.key;
         QVERIFY2(listed.contains("30/11 night") && listed.contains("1/12 night"), qPrintable(listed.join(", ")));
         QVERIFY(listed.contains("3/1 sixth week"));
+        // Saturday's crowd ends with "+N more", which opens the day.
+        for (int i = 0; i < grid->dayListCount(); ++i) {
+            DayList *list = grid->dayList(i);
+            if (grid->dayListDate(i) != at(2000, 12, 2))
+                continue;
+            QVERIFY(!list->moreLine().isNull());
+            QVERIFY(list->hiddenLines() > 1);
+            QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->moreLine().center());
+        }
+        QCOMPARE(m_control->CurrentView(), qint16(zntPlanShowDay));
+        QCOMPARE(m_control->StartDay(), at(2000, 12, 2));
+        m_control->Refresh(zntPlanShowMonth);
 
         m_control->setPresentation(zntDayvex::Classic);
         m_control->Refresh(zntPlanShowWeek);

@@ -32,6 +32,7 @@
 #include <QTabBar>
 #include <QStandardItem>
 #include <QTimer>
+#include <QToolButton>
 #include <QPrinter>
 
 #include <limits>
@@ -81,15 +82,29 @@ void zntDayvexPrivate::applyPresentation()
     m_lista->setModern(modern());
     m_daFare->setStretchDescription(modern());
     m_pinnedToDayStart = true;
-    // The share of the width changes with the presentation: lay out as a resize does.
-    if (q->isVisible()) {
-        QResizeEvent resize(q->size(), q->size());
-        QCoreApplication::sendEvent(q, &resize);
-    }
+    // The share of the width changes with the presentation.
+    relayOut();
     runFromUser([this] {
         rebuildTimeRows();
         drawAppointments();
     });
+}
+
+void zntDayvexPrivate::showCaption()
+{
+    // Modern cuts a caption wider than its place with "…", whole in the tooltip.
+    const QString shown = modern() ? m_thisDay->fontMetrics().elidedText(m_caption, Qt::ElideRight, m_thisDay->width())
+                                   : m_caption;
+    m_thisDay->setText(shown);
+    m_thisDay->setToolTip(shown != m_caption ? m_caption : QString());
+}
+
+void zntDayvexPrivate::relayOut()
+{
+    if (q->isVisible()) {
+        QResizeEvent resize(q->size(), q->size());
+        QCoreApplication::sendEvent(q, &resize);
+    }
 }
 
 zntDayvexPrivate::zntDayvexPrivate(zntDayvex *control)
@@ -162,6 +177,13 @@ void zntDayvexPrivate::createChildren()
     m_thisDay->setObjectName(QStringLiteral("ThisDay"));
     m_thisDay->setFont(QFont(QStringLiteral("Arial"), 11, QFont::Bold));
     m_thisDay->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+
+    // Modern: steps the calendar and the to-do list aside, and back.
+    m_sideToggle = new QToolButton(q);
+    m_sideToggle->setObjectName(QStringLiteral("SideToggle"));
+    m_sideToggle->setAutoRaise(true);
+    m_sideToggle->hide();
+    QObject::connect(m_sideToggle, &QToolButton::clicked, q, [this] { q->setSideColumnCollapsed(!m_sideCollapsed); });
 
     m_lista = new AgendaGrid(q);
     m_daFare = new ToDoGrid(q);
@@ -476,7 +498,8 @@ void zntDayvexPrivate::drawAppointments()
     const int view = selectedTab();
     const Date shown = Date::fromDate(m_calendar->selectedDate());
     const DateRange range = viewRange(view, shown, dayFirst());
-    m_thisDay->setText(viewCaption(view, shown));
+    m_caption = viewCaption(view, shown);
+    showCaption();
     m_lista->setColumnDays(range.from, view == zntPlanShowDay ? 1 : view == zntPlanShowWeek ? 7 : 0);
     if (view == zntPlanShowWeek)
         m_lista->setWeekHeading(weekHeadings(range.from));
@@ -600,8 +623,24 @@ void zntDayvexPrivate::layOutChildren()
     design.listaTop = design.tabsTop + design.tabsHeight;
     design.statusHeight = scale.toTwips(m_statusBar->sizeHint().height());
     design.thisDayHeight = design.tabsHeight;
+    if (modern()) {
+        // Room for the longest day caption of a year, taken from the tabs: a caption is never cut.
+        const QFontMetrics metrics(m_thisDay->font());
+        int widest = 0;
+        for (int month = 1; month <= 12; ++month)
+            for (int day = 22; day <= 28; ++day)
+                widest = qMax(widest, metrics.horizontalAdvance(
+                                          viewCaption(zntPlanShowDay, Date::fromDate(QDate(2026, month, day)))));
+        design.thisDayWidth = qMax(design.thisDayWidth, scale.toTwips(widest + metrics.averageCharWidth() * 2));
+        const QFontMetrics tabText(m_tipoVis->font());
+        int caption = 0;
+        for (const Text text : {Text::Day, Text::Week, Text::Month})
+            caption = qMax(caption, tabText.horizontalAdvance(language().text(text)));
+        design.tabCaptionWidth = scale.toTwips(caption + tabText.averageCharWidth() * 3);
+    }
 
-    const ControlLayout l = layOutControl(scale.toTwips(q->width()), scale.toTwips(q->height()), design, modern());
+    const ControlLayout l = layOutControl(scale.toTwips(q->width()), scale.toTwips(q->height()), design, modern(),
+                                          m_sideCollapsed);
     auto place = [&scale](QWidget *w, const TwipsRect &r) {
         w->setGeometry(scale.toPixels(r.left), scale.toPixels(r.top), scale.toPixels(r.width),
                        scale.toPixels(r.height));
@@ -613,7 +652,17 @@ void zntDayvexPrivate::layOutChildren()
     place(m_lista, l.lista);
     place(m_daFare, l.daFare); // its description column stretches to what the others leave
     place(m_thisDay, l.thisDay);
+    showCaption();
     place(m_tipoVis, l.tipoVis);
+    m_calendar->setVisible(l.sideShown);
+    m_daFare->setVisible(l.sideShown);
+    m_sideToggle->setVisible(modern());
+    if (modern()) {
+        place(m_sideToggle, l.sideToggle);
+        m_sideToggle->setArrowType(l.sideShown ? Qt::RightArrow : Qt::LeftArrow);
+        m_sideToggle->setToolTip(l.sideShown ? QObject::tr("Hide the calendar and the to-do list")
+                                             : QObject::tr("Show the calendar and the to-do list"));
+    }
     m_tipoVis->setStyleSheet(QStringLiteral("QTabBar::tab { width: %1px; }").arg(qMax(0, scale.toPixels(l.tabWidth))));
     const Text captions[] = {Text::Day, Text::Week, Text::Month};
     for (int tab = 0; tab < 3; ++tab)

@@ -34,10 +34,10 @@ ControlProperty shared(const char *name, Stored stored, QVariant (*defaultValue)
             [](zntDayvexPrivate &c, const QVariant &v) { c.settings().*field = v.value<Value>(); }};
 }
 
-const std::array<ControlProperty, 14> &table()
+const std::array<ControlProperty, 15> &table()
 {
-    static const std::array<ControlProperty, 14> rows = [] {
-        std::array<ControlProperty, 14> r = {
+    static const std::array<ControlProperty, 15> rows = [] {
+        std::array<ControlProperty, 15> r = {
             shared<&SharedSettings::DayStartTime>("DayStartTime", Stored::Text,
                                                            [] { return QVariant(QStringLiteral("08:00")); }, timeText),
             shared<&SharedSettings::DayEndTime>("DayEndTime", Stored::Text,
@@ -92,6 +92,14 @@ const std::array<ControlProperty, 14> &table()
                                     return;
                                 c.m_presentation = style;
                                 c.applyPresentation();
+                            }},
+            ControlProperty{"SideColumnCollapsed", Stored::Flag, [] { return QVariant(false); }, QVariant(), true, any,
+                            [](const zntDayvexPrivate &c) { return QVariant(c.m_sideCollapsed); },
+                            [](zntDayvexPrivate &c, const QVariant &v) {
+                                if (v.toBool() == c.m_sideCollapsed)
+                                    return;
+                                c.m_sideCollapsed = v.toBool();
+                                c.relayOut();
                             }},
         };
         return r;

@@ -231,6 +231,8 @@ void zntDayvex::setDayEndTime(const QTime &time)
 
 zntDayvex::PresentationStyle zntDayvex::Presentation() const { return PresentationStyle(d->m_presentation); }
 void zntDayvex::setPresentation(PresentationStyle value) { assign("Presentation", int(value)); }
+bool zntDayvex::SideColumnCollapsed() const { return d->m_sideCollapsed; }
+void zntDayvex::setSideColumnCollapsed(bool value) { assign("SideColumnCollapsed", value); }
 
 bool zntDayvex::AutoRefresh() const { return d->m_autoRefresh; }
 void zntDayvex::setAutoRefresh(bool value) { assign("AutoRefresh", value); }

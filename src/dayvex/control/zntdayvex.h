@@ -193,6 +193,8 @@ class DAYVEX_EXPORT zntDayvex : public QWidget
     Q_PROPERTY(qint16 CurrentView READ CurrentView NOTIFY currentViewChanged DESIGNABLE false)
     Q_PROPERTY(bool AutoRefresh READ AutoRefresh WRITE setAutoRefresh NOTIFY autoRefreshChanged)
     Q_PROPERTY(PresentationStyle Presentation READ Presentation WRITE setPresentation NOTIFY presentationChanged)
+    Q_PROPERTY(bool SideColumnCollapsed READ SideColumnCollapsed WRITE setSideColumnCollapsed NOTIFY
+                   sideColumnCollapsedChanged)
 
 public:
     /// A control as InitProperties() leaves it, with a new empty shared Plan.
@@ -272,6 +274,13 @@ public:
     PresentationStyle Presentation() const;
     /// Sets Presentation and redraws the view on show; values other than Classic and Modern are ignored.
     void setPresentation(PresentationStyle value);
+
+    /// False by default. True in Modern: the month calendar and the to-do list
+    /// step aside and the view takes the whole width; the button at the right end
+    /// of the tab row ("SideToggle") switches it. Classic ignores it.
+    bool SideColumnCollapsed() const;
+    /// Sets SideColumnCollapsed and lays the children out again.
+    void setSideColumnCollapsed(bool value);
 
     /// False by default: the host calls Refresh() after changing Plan's records.
     /// True: the control redraws once per turn of the event loop after records
@@ -452,6 +461,7 @@ signals:
     void autoRefreshChanged(bool value);  ///< AutoRefresh was assigned.
     /// Presentation was assigned.
     void presentationChanged(dayvex::zntDayvex::PresentationStyle value);
+    void sideColumnCollapsedChanged(bool value); ///< SideColumnCollapsed was assigned.
     /// Another appointment or to-do is selected, or none is.
     void selectionChanged();
 

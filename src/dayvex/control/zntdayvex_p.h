@@ -17,6 +17,7 @@
 
 class QAction;
 class QLabel;
+class QToolButton;
 class QMenu;
 class QTabBar;
 class QTimer;
@@ -144,6 +145,12 @@ public:
     bool m_captionsApplied = false; // the language texts are on the menus and lists
     bool m_autoRefresh = false;
     int m_presentation = 0; // a zntDayvex::PresentationStyle
+    bool m_sideCollapsed = false;
+    // Lays the children out as a resize does.
+    void relayOut();
+    // The caption above the view: the view's, cut to its place in Modern.
+    QString m_caption = QStringLiteral("Wendesday 30");
+    void showCaption();
     // The Modern grid keeps DayStartTime at its top until the user scrolls it.
     bool m_pinnedToDayStart = true;
     bool m_scrollingToDayStart = false;
@@ -175,6 +182,7 @@ public:
     MonthCalendar *m_calendar = nullptr;
     QTabBar *m_tipoVis = nullptr;
     QLabel *m_thisDay = nullptr;
+    QToolButton *m_sideToggle = nullptr;
     StatusLine *m_statusBar = nullptr;
     DetailPane *m_frShowApp = nullptr;
     QTimer *m_timer = nullptr;

@@ -1,5 +1,6 @@
 #include "controllayout.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace dayvex {
@@ -15,7 +16,7 @@ ResizeAction resizeAction(double width, double height)
     return ResizeAction::LayOut;
 }
 
-ControlLayout layOutControl(double W, double H, const LayoutDesign &d, bool modern)
+ControlLayout layOutControl(double W, double H, const LayoutDesign &d, bool modern, bool sideCollapsed)
 {
     ControlLayout l;
     l.statusFirstPanel = W - 2980;
@@ -34,6 +35,20 @@ ControlLayout layOutControl(double W, double H, const LayoutDesign &d, bool mode
     l.tipoVis = {d.tabsLeft, d.tabsTop, l.thisDay.left - d.tabsLeft - 30, d.tabsHeight};
     l.tabWidth = qint32(std::trunc((l.tipoVis.width - 160) / 3));
     l.tabCaptions = l.tabWidth >= 1000;
+    if (!modern)
+        return l;
+
+    if (sideCollapsed) {
+        l.sideShown = false;
+        l.lista.width = W - d.listaLeft;
+    }
+    // The toggle is square, at the right end of the view's tab row; the caption before it.
+    l.sideToggle = {l.lista.right() - d.tabsHeight, d.tabsTop, d.tabsHeight, d.tabsHeight};
+    l.thisDay.left = std::max(d.tabsLeft, l.sideToggle.left - d.thisDayWidth);
+    l.thisDay.width = l.sideToggle.left - l.thisDay.left;
+    l.tipoVis.width = std::max(0.0, l.thisDay.left - d.tabsLeft - 30);
+    l.tabWidth = qint32(std::trunc((l.tipoVis.width - 160) / 3));
+    l.tabCaptions = l.tabWidth >= d.tabCaptionWidth;
     return l;
 }
 

@@ -49,6 +49,8 @@ struct LayoutDesign
     double thisDayTop = 60;
     double thisDayHeight = 300;
     double statusHeight = 400;
+    // Modern: the width a tab needs for its caption.
+    double tabCaptionWidth = 1000;
 };
 
 struct ControlLayout
@@ -63,12 +65,19 @@ struct ControlLayout
     TwipsRect tipoVis;
     qint32 tabWidth = 0; // wide enough for any screen
     bool tabCaptions = false;           // false: the tabs show empty captions
+    // Modern: the button that collapses the side column, at the right end of the
+    // tab row; empty in Classic. sideShown: the calendar and the to-do list show.
+    TwipsRect sideToggle;
+    bool sideShown = true;
 };
 
 // modern: the calendar shows two months only while the view keeps 70% of the
 // width, so that the view gets the larger share; otherwise from 12,000 twips on.
+// sideCollapsed (Modern only): the calendar and the to-do list give their width
+// to the view. In Modern the caption gives way only to the toggle, the tabs take
+// what is left, and their captions need only design.tabCaptionWidth.
 DAYVEX_CORE_EXPORT ControlLayout layOutControl(double width, double height, const LayoutDesign &design,
-                                          bool modern = false);
+                                          bool modern = false, bool sideCollapsed = false);
 
 // Width of the day column in the day view, and of each day column in the week view.
 DAYVEX_CORE_EXPORT double dayViewColumnWidth(double listaWidth);

@@ -254,6 +254,8 @@ void AgendaGrid::setModern(bool on)
     horizontalHeader()->setDefaultAlignment(on ? Qt::AlignHCenter | Qt::AlignTop : Qt::AlignCenter);
     for (AppointmentBox *bar : m_bars)
         bar->setModern(on);
+    for (const Day &day : m_lists)
+        day.list->setModern(on);
     if (!on)
         showAllDay({});
     for (AppointmentBox *box : m_boxes)
@@ -290,6 +292,7 @@ void AgendaGrid::placeSegments(qint16 step, int workStart, int workEnd)
     m_workStart = workStart;
     m_workEnd = workEnd;
     m_markers.clear();
+    fitHeadings();
     // First the strip: its height moves the viewport that the boxes are placed on.
     placeAllDay();
     if (rowCount() == 0)
@@ -529,10 +532,31 @@ void AgendaGrid::setHeadingRow(bool on)
 
 void AgendaGrid::setWeekHeading(const QStringList &days)
 {
+    m_headings = days;
     QStringList labels{QStringLiteral(" "), QStringLiteral(" ")};
     labels << days;
     m_cells->setHorizontalHeaderLabels(labels);
+    m_shortHeadings = false;
     markTodayHeading();
+}
+
+void AgendaGrid::fitHeadings()
+{
+    if (!m_modern || !hasHeadingRow() || m_headings.isEmpty())
+        return;
+    // Every heading whole, or every one as its day's number: the row reads alike.
+    QFont font = horizontalHeader()->font();
+    font.setBold(true);
+    const QFontMetrics metrics(font);
+    bool fits = true;
+    for (int i = 0; i < m_headings.size() && 2 + i < columnCount(); ++i)
+        fits = fits && metrics.horizontalAdvance(m_headings[i]) + 6 <= columnWidth(2 + i);
+    if (fits != m_shortHeadings)
+        return;
+    m_shortHeadings = !fits;
+    for (int i = 0; i < m_headings.size() && 2 + i < columnCount(); ++i)
+        if (QStandardItem *heading = horizontalHeaderItem(2 + i))
+            heading->setText(fits ? m_headings[i] : m_headings[i].section(QLatin1Char(' '), -1));
 }
 
 void AgendaGrid::markTodayHeading()
@@ -686,6 +710,7 @@ AgendaGrid::Day &AgendaGrid::dayListAt(int index)
     if (size_t(index) == m_lists.size()) {
         auto *list = new DayList(index, viewport());
         list->hide();
+        list->setModern(m_modern);
         // One selected line across all days.
         connect(list, &DayList::pressed, this, [this](DayList *pressed) {
             for (const Day &day : m_lists) {

@@ -154,6 +154,8 @@ private:
     bool showsTimeRows(const std::vector<SlotLabel> &labels) const;
     void setTwipsWidth(int column, double twips);
     void placeAllDay();
+    // Modern: the headings shortened to the day's number when a column is too narrow for them.
+    void fitHeadings();
     void paintAllDay(QPainter &painter, const QRect &rect);
     void allDayClicked(const QPoint &pos);
 
@@ -176,6 +178,8 @@ private:
     qint16 m_step = 30;
 
     int m_headingHeight = 0;
+    QStringList m_headings;
+    bool m_shortHeadings = false;
     QWidget *m_strip = nullptr;
     std::vector<AppointmentBox *> m_bars;
     int m_barCount = 0;

@@ -110,7 +110,27 @@ int DayList::hiddenLines() const
         return 0;
     const int rowHeight = qMax(1, sizeHintForRow(0));
     const int first = qMax(0, indexAt(QPoint(0, 0)).row());
-    return linesBelow(count(), first, viewport()->height() / rowHeight);
+    const int rows = viewport()->height() / rowHeight;
+    const int below = linesBelow(count(), first, rows);
+    // The "+N more" line takes the place of the last line in view.
+    return m_modern && below > 0 && rows > 0 ? below + 1 : below;
+}
+
+void DayList::setModern(bool on)
+{
+    m_modern = on;
+    viewport()->update();
+}
+
+QRect DayList::moreLine() const
+{
+    if (!m_modern || count() == 0 || hiddenLines() == 0)
+        return {};
+    const int rowHeight = qMax(1, sizeHintForRow(0));
+    const int rows = viewport()->height() / rowHeight;
+    if (rows == 0)
+        return {};
+    return QRect(0, (rows - 1) * rowHeight, viewport()->width(), rowHeight);
 }
 
 void DayList::mousePressEvent(QMouseEvent *event)
@@ -121,6 +141,10 @@ void DayList::mousePressEvent(QMouseEvent *event)
 
 void DayList::mouseReleaseEvent(QMouseEvent *event)
 {
+    if (event->button() == Qt::LeftButton && moreLine().contains(event->position().toPoint())) {
+        emit moreClicked(this);
+        return;
+    }
     QListView::mouseReleaseEvent(event);
     m_gestures->mouseReleased(event);
 }
@@ -149,6 +173,15 @@ void DayList::paintEvent(QPaintEvent *event)
     if (hidden == 0)
         return;
     QPainter painter(viewport());
+    if (m_modern) {
+        const QRect more = moreLine();
+        // Over the part of a line that would show below it too.
+        painter.fillRect(more.adjusted(0, 0, 0, viewport()->height()), palette().color(QPalette::Base));
+        painter.setPen(palette().color(QPalette::Link));
+        painter.drawText(more.adjusted(3, 0, -3, 0), Qt::AlignLeft | Qt::AlignVCenter,
+                         tr("+%n more", nullptr, hidden));
+        return;
+    }
     const QString mark = plusMark(hidden);
     QRect box = painter.fontMetrics().boundingRect(mark).adjusted(-3, 0, 3, 0);
     box.moveBottomRight(viewport()->rect().bottomRight());

@@ -63,7 +63,15 @@ public:
     // Clicks, double clicks, right clicks, Delete and Enter on the list.
     ItemGestures *gestures() const { return m_gestures; }
 
+    // Modern: a cell that cannot show every line ends with a "+N more" line in
+    // place of its last one, and a click on it asks for the whole day.
+    void setModern(bool on);
+    // Where the "+N more" line stands, in viewport pixels; null when every line shows.
+    QRect moreLine() const;
+
 signals:
+    // Modern: the "+N more" line was clicked.
+    void moreClicked(dayvex::DayList *list);
     // A mouse button went down over line (-1 for none).
     void pressed(dayvex::DayList *list, int line);
 
@@ -80,6 +88,7 @@ private:
     int m_index;
     DayLines *m_lines;
     ItemGestures *m_gestures = nullptr;
+    bool m_modern = false;
 };
 
 } // namespace dayvex

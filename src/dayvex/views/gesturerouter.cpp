@@ -103,6 +103,8 @@ void GestureRouter::watchDayList(DayList *list)
         m_selection.pressedListIndex = pressed->index();
         m_selection.pressedLineIndex = line;
     });
+    connect(list, &DayList::moreClicked, this,
+            [this](DayList *more) { runFromUser([&] { m_host.openDay(m_grid->dayListDate(more->index())); }); });
     const ItemGestures *gestures = list->gestures();
     connect(gestures, &ItemGestures::clicked, this,
             [this, list] { runFromUser([&] { showDayListDetails(list->index()); }); });
