@@ -143,7 +143,8 @@ int screenshots(DemoWindow &window, const QDir &dir)
     alarmTimer->start(0);
     settle(300);
     for (QWidget *popup : QApplication::topLevelWidgets()) {
-        if (popup->objectName() == QLatin1String("frmPromemoria") && popup->isVisible())
+        const QString name = popup->objectName();
+        if ((name == QLatin1String("frmPromemoria") || name == QLatin1String("frmReminders")) && popup->isVisible())
             return save(window, dir, "reminder.png") ? 0 : 1; // the pop-up stands over the window
     }
     std::fprintf(stderr, "no reminder opened\n");

@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QTreeWidget>
 
 #include <stdexcept>
 
@@ -197,6 +198,63 @@ private slots:
         QCOMPARE(m_offered.size(), AlarmScan::MaxNewPopUpsPerTick);
         zntDayvexPrivate::get(&*m_control)->scanAlarms(); // the open ten are passed on, ten more open
         QCOMPARE(popups().size(), 2 * AlarmScan::MaxNewPopUpsPerTick);
+    }
+
+    // Modern: one window lists every due reminder, whatever their number, and
+    // its buttons raise the pop-up's per-alarm events.
+    void modernWindow()
+    {
+        m_control->setPresentation(zntDayvex::Modern);
+        for (int i = 1; i <= 25; ++i)
+            addAppointment(QString::number(i), at(2000, 12, 3, 9, 0).addMinutes(i));
+        QStringList changes;
+        connect(m_control.get(), &zntDayvex::AlarmChange, this,
+                [&changes](std::shared_ptr<Schedule> &mSca) { changes << mSca->Key; });
+        AlarmScan &scan = *zntDayvexPrivate::get(&*m_control)->m_alarmScan;
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QVERIFY(popups().isEmpty());
+        RemindersWindow *window = scan.remindersWindow();
+        QVERIFY(window && window->isVisible());
+        auto *lines = window->findChild<QTreeWidget *>("lstReminders");
+        QCOMPARE(lines->topLevelItemCount(), 25);
+        QCOMPARE(lines->topLevelItem(0)->text(0), "Riunione 1");
+        QCOMPARE(lines->topLevelItem(0)->text(2), "59 minutes ago");
+        QCOMPARE(m_offered.size(), 25);
+        QCOMPARE(m_sound->played.size(), 1);
+        zntDayvexPrivate::get(&*m_control)->scanAlarms(); // listed: offered with the window, no sound
+        QCOMPARE(m_forms.mid(25), QList<QWidget *>(25, window));
+        QCOMPARE(m_sound->played.size(), 1);
+
+        lines->setCurrentItem(lines->topLevelItem(1));
+        window->snoozeChosen(15);
+        QCOMPARE(changes, QStringList{"2"});
+        QCOMPARE(m_data->Schedules()->Item("2")->ReminderDate.value(), now().addMinutes(15).value());
+        QVERIFY(!window->lists("S2"));
+
+        // Never over a dialog that waits for the user.
+        QDialog modal(m_control.get());
+        modal.setModal(true);
+        modal.show();
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QVERIFY(!window->isVisible());
+        modal.hide();
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QVERIFY(window->isVisible());
+
+        // A record gone under its line: the line goes, the others get their answer.
+        m_data->Schedules()->Remove("3");
+        lines->topLevelItem(1)->setSelected(true);
+        lines->topLevelItem(2)->setSelected(true);
+        window->dismissChosen();
+        QCOMPARE(changes, QStringList({"2", "4"}));
+        QCOMPARE(m_data->Schedules()->Item("4")->ReminderDate.value(), 0.0);
+
+        // Closing by the frame snoozes the rest for the chosen time.
+        window->close();
+        QCOMPARE(changes.size(), 2 + 22);
+        QCOMPARE(m_data->Schedules()->Item("25")->ReminderDate.value(), now().addMinutes(5).value());
+        zntDayvexPrivate::get(&*m_control)->scanAlarms();
+        QVERIFY(!window->isVisible());
     }
 
     void failingTick_data()

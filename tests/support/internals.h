@@ -38,6 +38,7 @@
 #include <dayvex/reminders/remindersound.h>
 #include <dayvex/reminders/soundplayback.h>
 #include <dayvex/reminders/reminderpopup.h>
+#include <dayvex/reminders/reminderswindow.h>
 #include <dayvex/reminders/alarmscan.h>
 
 #include <dayvex/layout/timegrid.h>

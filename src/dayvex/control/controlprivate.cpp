@@ -165,6 +165,14 @@ void zntDayvexPrivate::loadLanguage()
 }
 QWidget *zntDayvexPrivate::reminderOwner() { return q; }
 
+void zntDayvexPrivate::openAlarmRecord(const Alarm &alarm)
+{
+    if (alarm.Key.startsWith(QLatin1Char('S')))
+        m_appointments->modify(alarm.AlarmEventKey);
+    else
+        m_todos->modify(alarm.AlarmEventKey);
+}
+
 void zntDayvexPrivate::createChildren()
 {
     m_tipoVis = new QTabBar(q);

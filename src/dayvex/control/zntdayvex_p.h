@@ -112,6 +112,7 @@ public:
     bool modernGestures() const override { return modern(); }
     bool modernReminders() const override { return modern(); }
     bool storesTrueEnd() const override { return modern(); }
+    void openAlarmRecord(const Alarm &alarm) override;
     void openDay(Date day) override;
     void runGestureCommand(Command command) override;
     void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) override;

@@ -2,6 +2,7 @@
 
 #include "reminderhost.h"
 #include "reminderpopup.h"
+#include "reminderswindow.h"
 #include "soundplayback.h"
 
 #include <dayvex/platform/error.h>
@@ -20,6 +21,11 @@ AlarmScan::AlarmScan(ReminderHost &host)
 AlarmScan::~AlarmScan()
 {
     *m_alive = false;
+}
+
+RemindersWindow *AlarmScan::remindersWindow() const
+{
+    return m_window;
 }
 
 QWidget *AlarmScan::openForm(const QString &key)
@@ -49,6 +55,18 @@ void AlarmScan::tick()
     if (!plan)
         return;
     const Date moment = now();
+    const bool modern = m_host.modernReminders();
+    if (!modern && m_window)
+        delete m_window; // its alarms, still due, come back as pop-ups
+    bool listed = false;
+    // However the tick ends, the window drops what is no longer due and plays once for what is new.
+    const auto settle = qScopeGuard([this, alive, moment, &listed] {
+        if (!*alive || !m_window)
+            return;
+        m_window->update(moment);
+        if (listed && reminderSound().hasOutputDevice())
+            reminderSound().play(m_host.ReminderSoundFile());
+    });
     // The list as the tick found it: a handler may rebuild it meanwhile.
     const std::shared_ptr<Alarms> list = plan->Alarms();
     const std::vector<std::shared_ptr<Alarm>> alarms(list->begin(), list->end());
@@ -58,7 +76,8 @@ void AlarmScan::tick()
         if (!(due <= moment.value()) || due == 0.0 || alarm->Showing)
             continue;
         m_failingAlarm = alarm->Key;
-        QWidget *form = openForm(alarm->Key);
+        QWidget *form = modern ? (m_window && m_window->lists(alarm->Key) ? m_window.data() : nullptr)
+                               : openForm(alarm->Key);
         const bool onScreen = form != nullptr;
         const BeforeAnswer answer = m_host.raiseReminderAlarm(alarm, form);
         if (!*alive || answer.Cancel)
@@ -75,6 +94,12 @@ void AlarmScan::tick()
         }
         if (m_host.DisableReminderPopUp() || onScreen)
             continue;
+        if (modern) {
+            if (!m_window)
+                m_window = new RemindersWindow(m_host, m_host.reminderOwner());
+            listed = m_window->add(*alarm) || listed;
+            continue;
+        }
         auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, m_host.settings().DateFormat, m_host.language()),
                                         m_host.reminderOwner());
         popup->showNear(m_host.reminderOwner(), opened);

@@ -2,6 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 
+#include <QPointer>
 #include <QSet>
 
 #include <memory>
@@ -12,11 +13,15 @@ class QWidget;
 namespace dayvex {
 
 class ReminderHost;
+class RemindersWindow;
 
 // One tick of the alarm timer: each due alarm, in list order, is offered to the
 // host (ReminderAlarm); unless the host stops the tick, takes the reminder over
 // or pop-ups are off, it gets a reminder pop-up and the reminder sound. An alarm
 // whose pop-up is open is offered again, with the pop-up, and gets no second one.
+// In Modern the due alarms are lines of one reminders window instead, which is
+// offered as the alarm's form once the alarm is listed, and the sound plays once
+// a tick that lists new ones.
 class AlarmScan
 {
 public:
@@ -36,6 +41,8 @@ public:
 
     // The open pop-up (a visible top-level widget) whose "Tag" is key, exactly.
     static QWidget *openForm(const QString &key);
+    // Modern's reminders window; null before the first due alarm.
+    RemindersWindow *remindersWindow() const;
 
 private:
     ReminderHost &m_host;
@@ -44,6 +51,7 @@ private:
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
     QString m_failingAlarm; // the alarm of the error last logged
     QSet<QString> m_reported;
+    QPointer<RemindersWindow> m_window;
 };
 
 } // namespace dayvex

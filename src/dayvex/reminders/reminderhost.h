@@ -28,6 +28,8 @@ public:
     // Modern: a pop-up closed by its frame snoozes; otherwise the alarm stays due.
     virtual bool modernReminders() const = 0;
     virtual QString ReminderSoundFile() const = 0;
+    // Opens the record of an alarm in its editor, as Modify does.
+    virtual void openAlarmRecord(const Alarm &alarm) = 0;
 
     virtual BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) = 0;
     virtual void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) = 0;

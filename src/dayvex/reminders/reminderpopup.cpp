@@ -118,19 +118,24 @@ void ReminderPopup::moveAlarm(bool again)
     const std::unique_ptr<ReminderPopup, void (*)(ReminderPopup *)> closing(this, [](ReminderPopup *popup) {
         popup->close();
     });
-    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
-    const std::shared_ptr<Alarm> alarm = plan ? plan->Alarms()->find(alarmKey()) : nullptr;
+    dayvex::moveAlarm(m_host, alarmKey(), again ? now().addMinutes(5) : Date());
+}
+
+void moveAlarm(ReminderHost &host, const QString &alarmKey, Date when)
+{
+    const std::shared_ptr<DayvexData> plan = host.editedPlan();
+    const std::shared_ptr<Alarm> alarm = plan ? plan->Alarms()->find(alarmKey) : nullptr;
     if (!alarm)
         return; // the list was rebuilt meanwhile
-    alarm->AlarmDateTime = again ? now().addMinutes(5) : Date();
+    alarm->AlarmDateTime = when;
     if (alarm->Key.startsWith(QLatin1Char('S'))) {
         std::shared_ptr<Schedule> appointment = plan->Schedules()->Item(alarm->AlarmEventKey);
         appointment->ReminderDate = alarm->AlarmDateTime;
-        m_host.RaiseAlarmChange(appointment);
+        host.RaiseAlarmChange(appointment);
     } else {
         std::shared_ptr<ToDo> todo = plan->ToDoS()->Item(alarm->AlarmEventKey);
         todo->ReminderDate = alarm->AlarmDateTime;
-        m_host.RaiseToDoAlarmChange(todo);
+        host.RaiseToDoAlarmChange(todo);
     }
 }
 

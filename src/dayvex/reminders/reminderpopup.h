@@ -27,6 +27,11 @@ struct ReminderText
 ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat,
                           const LanguageTable &language);
 
+// Moves a due alarm and its record's reminder to when (the empty date: no more
+// reminders) and tells the host, as each reminder window's buttons do. Nothing
+// happens for an alarm the list no longer holds; a gone record throws Error 5.
+void moveAlarm(ReminderHost &host, const QString &alarmKey, Date when);
+
 // frmPromemoria: a small window over every other window that shows one due
 // alarm, with "remind me in 5 minutes" and "don't remind anymore". Its "Tag"
 // property is its alarm's key, by which the scan finds it. It deletes itself
