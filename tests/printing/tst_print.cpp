@@ -26,15 +26,29 @@ QImage firstPage(const QString &pdf)
 #endif
 }
 
+bool near(QRgb a, QRgb b)
+{
+    return qAbs(qRed(a) - qRed(b)) < 12 && qAbs(qGreen(a) - qGreen(b)) < 12 && qAbs(qBlue(a) - qBlue(b)) < 12;
+}
+
 int pixelsLike(const QImage &image, QRgb colour)
 {
     int count = 0;
     for (int y = 0; y < image.height(); ++y)
         for (int x = 0; x < image.width(); ++x)
-            count += qAbs(qRed(image.pixel(x, y)) - qRed(colour)) < 12
-                     && qAbs(qGreen(image.pixel(x, y)) - qGreen(colour)) < 12
-                     && qAbs(qBlue(image.pixel(x, y)) - qBlue(colour)) < 12;
+            count += near(image.pixel(x, y), colour);
     return count;
+}
+
+// Where the pixels of colour are on image.
+QRect extentOf(const QImage &image, QRgb colour)
+{
+    QRect extent;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (near(image.pixel(x, y), colour))
+                extent |= QRect(x, y, 1, 1);
+    return extent;
 }
 
 } // namespace
@@ -53,11 +67,13 @@ private slots:
 
     void views_data()
     {
-        columns<int, QPageLayout::Orientation>("view", "orientation");
-        QTest::newRow("day") << int(PrintedView::Day) << QPageLayout::Portrait;
-        QTest::newRow("week") << int(PrintedView::Week) << QPageLayout::Landscape;
-        QTest::newRow("month") << int(PrintedView::Month) << QPageLayout::Landscape;
-        QTest::newRow("to-dos") << int(PrintedView::ToDoList) << QPageLayout::Portrait;
+        columns<int, QPageLayout::Orientation, bool>("view", "orientation", "modern");
+        QTest::newRow("day") << int(PrintedView::Day) << QPageLayout::Portrait << false;
+        QTest::newRow("week") << int(PrintedView::Week) << QPageLayout::Landscape << false;
+        QTest::newRow("month") << int(PrintedView::Month) << QPageLayout::Landscape << false;
+        QTest::newRow("to-dos") << int(PrintedView::ToDoList) << QPageLayout::Portrait << false;
+        QTest::newRow("day, modern") << int(PrintedView::Day) << QPageLayout::Portrait << true;
+        QTest::newRow("week, modern") << int(PrintedView::Week) << QPageLayout::Landscape << true;
     }
 
     void views()
@@ -69,6 +85,15 @@ private slots:
         data.Schedules()->Add("1", "Rossi", at(2027, 3, 3, 10, 0), at(2027, 3, 3, 13, 0), "", "", "", "Green meeting",
                               "Sala A", Date(), QString(), 0x00C000);
         data.ToDoS()->Add("1", "", "Call the bank", "", at(2027, 3, 5, 9, 0), 1, "Casa", false, Date(), Date());
+        QFETCH(bool, modern);
+        if (modern) {
+            // blue at 02:00, before the working day; a red trip over Wednesday and Thursday
+            data.Schedules()->Add("2", "Rossi", at(2027, 3, 3, 2, 0), at(2027, 3, 3, 3, 0), "", "", "", "Flight", "",
+                                  Date(), QString(), 0xC00000);
+            data.Schedules()->Add("3", "Rossi", at(2027, 3, 3), at(2027, 3, 3, 12, 0), "", "", "", "Trip", "", Date(),
+                                  QString(), 0x0000C0);
+            data.Schedules()->Item("3")->EndDate = at(2027, 3, 5);
+        }
 
         QTemporaryDir dir;
         // DAYVEX_KEEP_PRINTS=1 keeps the PDFs to look at.
@@ -85,6 +110,7 @@ private slots:
             PrintOptions options;
             options.view = PrintedView(view);
             options.shown = at(2027, 3, 3);
+            options.modern = modern;
             pages = printAgenda(pdf, data, options);
         }
         QCOMPARE(pages, 1);
@@ -108,6 +134,16 @@ private slots:
             QVERIFY2(green > 100, qPrintable(QString::number(green)));
         else
             QCOMPARE(green, 0); // the month lists lines, the to-do list has no colours
+        if (!modern)
+            return;
+        // The early flight on the page, above the green box; the trip a bar above
+        // both, two days wide in the week.
+        const QRect flight = extentOf(page, qRgb(0, 0, 0xc0)), meeting = extentOf(page, qRgb(0, 0xc0, 0)),
+                    trip = extentOf(page, qRgb(0xc0, 0, 0));
+        QVERIFY(flight.isValid() && meeting.isValid() && trip.isValid());
+        QVERIFY(trip.bottom() < flight.top() && flight.bottom() < meeting.top());
+        if (view == int(PrintedView::Week))
+            QVERIFY2(trip.width() > 1.7 * meeting.width(), qPrintable(QString("%1 %2").arg(trip.width()).arg(meeting.width())));
     }
 
     void toDoListBreaksOverPages()

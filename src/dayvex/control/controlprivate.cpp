@@ -393,6 +393,7 @@ int zntDayvexPrivate::print(QPrinter *printer, int view)
     options.dayEnd = shared.DayEndTime;
     options.step = shared.DayStepMinutes;
     options.multiUser = shared.MultiUserEnabled;
+    options.modern = modern();
     options.dayFirst = dayFirst();
     options.dateFormat = shared.DateFormat;
     return printAgenda(*printer, *plan, options, language());

@@ -38,6 +38,14 @@ const QString &AgendaEntry::line() const
     return m_line;
 }
 
+QStringList AgendaEntry::modernLines() const
+{
+    QStringList lines{description.trimmed(), times()};
+    if (!m_place.trimmed().isEmpty())
+        lines << m_place.trimmed();
+    return lines;
+}
+
 const QString &AgendaEntry::dates() const
 {
     if (m_dates.isNull())

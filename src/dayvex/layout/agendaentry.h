@@ -4,6 +4,7 @@
 #include <dayvex/platform/date.h>
 
 #include <QString>
+#include <QStringList>
 
 namespace dayvex {
 
@@ -28,6 +29,8 @@ public:
     const QString &times() const;
     // The appointment line: times, owner, place | contact | description.
     const QString &line() const;
+    // The lines of a Modern box: what it is about, when, where; none for an empty field.
+    QStringList modernLines() const;
     // Start and end in the date format, joined by "-".
     const QString &dates() const;
     const QString &place() const { return m_place; }

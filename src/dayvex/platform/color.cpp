@@ -44,4 +44,11 @@ QColor oleColor(quint32 value, const QPalette &palette)
     return QColor(int(value & 0xFF), int((value >> 8) & 0xFF), int((value >> 16) & 0xFF));
 }
 
+QColor contrastingText(const QColor &background)
+{
+    const QColor rgb = background.toRgb();
+    const double luminance = 0.2126 * rgb.redF() + 0.7152 * rgb.greenF() + 0.0722 * rgb.blueF();
+    return luminance < 0.5 ? Qt::white : Qt::black;
+}
+
 } // namespace dayvex

@@ -11,6 +11,9 @@ namespace dayvex {
 // value, or 0x800000nn for system colour nn, taken from the palette.
 DAYVEX_CORE_EXPORT QColor oleColor(quint32 value, const QPalette &palette);
 
+// Black or white, whichever stands out more against background (by its luminance).
+DAYVEX_CORE_EXPORT QColor contrastingText(const QColor &background);
+
 // The system colours the views use.
 namespace SystemColor {
 constexpr quint32 ButtonFace = 0x8000000F;

@@ -9,6 +9,7 @@
 #include <dayvex/platform/format.h>
 #include <dayvex/layout/agendaentry.h>
 #include <dayvex/layout/appointmentorder.h>
+#include <dayvex/layout/modernlayout.h>
 #include <dayvex/layout/textfit.h>
 #include <dayvex/layout/timegrid.h>
 #include <dayvex/layout/todoorder.h>
@@ -56,7 +57,10 @@ public:
         switch (m_options.view) {
         case PrintedView::Day:
         case PrintedView::Week:
-            printTimeGrid(m_options.view == PrintedView::Week);
+            if (m_options.modern)
+                printModernGrid(m_options.view == PrintedView::Week);
+            else
+                printTimeGrid(m_options.view == PrintedView::Week);
             break;
         case PrintedView::Month:
             printMonth();
@@ -217,6 +221,152 @@ private:
         }
     }
 
+    // A Modern box: the subject in bold, then the times and the place, as many lines as fit.
+    void drawModernBox(const QRectF &box, const AgendaEntry &entry, double points)
+    {
+        const QColor fill = entry.color != 0 ? oleColor(quint32(entry.color), QPalette())
+                                             : QColor(0xff, 0xff, 0xdc);
+        m_painter.setPen(QPen(QColor(0x80, 0x80, 0x80), 10));
+        m_painter.setBrush(fill);
+        m_painter.drawRoundedRect(box, 30, 30);
+        m_painter.setBrush(Qt::NoBrush);
+        m_painter.setPen(contrastingText(fill));
+        const QRectF inner = box.adjusted(CellPadding, 10, -CellPadding, -10);
+        m_painter.save();
+        m_painter.setClipRect(inner);
+        double y = inner.top();
+        const QStringList lines = entry.modernLines();
+        for (int i = 0; i < lines.size(); ++i) {
+            const QFont font = paperFont(points, i == 0);
+            const QFontMetricsF metrics(font, &m_device);
+            if (i > 0 && y + metrics.height() > inner.bottom() + 1)
+                break;
+            m_painter.setFont(font);
+            m_painter.drawText(QPointF(inner.left(), y + metrics.ascent()),
+                               metrics.elidedText(lines[i], Qt::ElideRight, inner.width()));
+            y += metrics.lineSpacing();
+        }
+        m_painter.restore();
+    }
+
+    void printModernGrid(bool week)
+    {
+        const int view = week ? 2 : 1;
+        startPage(rangeHeading(view));
+        const DateRange range = viewRange(view, m_options.shown, m_options.dayFirst);
+        const int days = week ? 7 : 1;
+        const qint16 step = m_options.step > 0 ? m_options.step : qint16(30);
+        const auto minuteOf = [](const QString &text, int fallback) {
+            const std::optional<Date> time = parseDate(text);
+            return time ? time->minuteOfDay() : fallback;
+        };
+        const int workStart = minuteOf(m_options.dayStart, 8 * 60);
+        const int workEnd = std::max(workStart + step, minuteOf(m_options.dayEnd, 20 * 60));
+
+        std::vector<std::shared_ptr<Schedule>> timed = appointmentsOverlapping(*m_data.Schedules(), range);
+        std::vector<AgendaEntry> wholeDays;
+        std::vector<DateRange> spans;
+        std::erase_if(timed, [&](const std::shared_ptr<Schedule> &s) {
+            if (!coversWholeDays(s->StartDate, s->EndDate))
+                return false;
+            wholeDays.emplace_back(*s, m_options.multiUser, m_options.dateFormat);
+            spans.push_back({s->StartDate, s->EndDate});
+            return true;
+        });
+        const std::vector<DaySegment> segments = daySegments(timed, range.from, days, step / 2);
+        // Paper does not scroll: the grid reaches out to every appointment, in whole steps.
+        int first = workStart;
+        int last = workEnd;
+        for (const DaySegment &part : segments) {
+            first = std::min(first, part.startMinute / step * step);
+            last = std::max(last, std::min(1440, (part.endMinute + step - 1) / step * step));
+        }
+
+        const QRectF area = contentRect();
+        const double headingHeight = 300;
+        const QFont barFont = paperFont(8);
+        const double barHeight = QFontMetricsF(barFont, &m_device).height() + 60;
+        const AllDayLayout strip = stackAllDay(spans, range.from, days, 4);
+        const double stripTop = area.top() + headingHeight;
+        const double gridTop = stripTop + strip.rows * barHeight + (strip.rows > 0 ? 40 : 0);
+        const double minuteHeight = (area.bottom() - gridTop) / double(last - first);
+        const double dayLeft = HourColumn + MinuteColumn;
+        const double dayWidth = (area.width() - dayLeft) / days;
+        const auto yOf = [&](int minute) { return gridTop + (minute - first) * minuteHeight; };
+
+        // Off-hours shading, the rows and the columns.
+        const QColor offHours(0xf0, 0xf0, 0xf0);
+        if (first < workStart)
+            m_painter.fillRect(QRectF(dayLeft, yOf(first), area.width() - dayLeft, yOf(workStart) - yOf(first)), offHours);
+        if (last > workEnd)
+            m_painter.fillRect(QRectF(dayLeft, yOf(workEnd), area.width() - dayLeft, yOf(last) - yOf(workEnd)), offHours);
+        const double rowPoints = qBound(5.0, step * minuteHeight / 20 * 0.55, 9.0);
+        for (int minute = first; minute <= last; minute += step) {
+            const bool hour = minute % 60 == 0;
+            m_painter.setPen(QPen(QColor(0xb0, 0xb0, 0xb0), hour ? 10 : 5));
+            m_painter.drawLine(QPointF(hour ? 0 : HourColumn, yOf(minute)), QPointF(area.right(), yOf(minute)));
+            if (minute == last)
+                break;
+            m_painter.setPen(Qt::black);
+            m_painter.setFont(paperFont(rowPoints, hour));
+            m_painter.drawText(QRectF(0, yOf(minute), (hour ? HourColumn : dayLeft) - CellPadding, step * minuteHeight),
+                               Qt::AlignRight | Qt::AlignTop,
+                               hour ? QString::number(minute / 60) : QStringLiteral("%1").arg(minute % 60, 2, 10, QLatin1Char('0')));
+        }
+        m_painter.setPen(QPen(QColor(0xb0, 0xb0, 0xb0), 8));
+        for (int d = 0; d <= days; ++d)
+            m_painter.drawLine(QPointF(dayLeft + d * dayWidth, area.top()), QPointF(dayLeft + d * dayWidth, area.bottom()));
+        m_painter.setPen(Qt::black);
+        m_painter.setFont(paperFont(9, true));
+        const QStringList headings = weekHeadings(range.from);
+        for (int d = 0; d < days; ++d)
+            m_painter.drawText(QRectF(dayLeft + d * dayWidth, area.top(), dayWidth, headingHeight), Qt::AlignCenter,
+                               headings.value(d));
+
+        // Whole days above the grid, then the boxes side by side in each day.
+        for (const AllDayBar &bar : strip.bars)
+            if (!bar.hidden)
+                drawModernBox(QRectF(dayLeft + bar.firstDay * dayWidth + 20, stripTop + bar.row * barHeight + 10,
+                                     (bar.lastDay - bar.firstDay + 1) * dayWidth - 40, barHeight - 20),
+                              wholeDays[size_t(bar.appointment)], 7);
+        m_painter.setFont(barFont);
+        for (int d = 0; d < int(strip.hidden.size()); ++d)
+            if (strip.hidden[size_t(d)] > 0)
+                m_painter.drawText(QRectF(dayLeft + d * dayWidth, stripTop + (strip.rows - 1) * barHeight, dayWidth, barHeight),
+                                   Qt::AlignCenter, QStringLiteral("+%1").arg(strip.hidden[size_t(d)]));
+        const double boxPoints = qBound(5.0, step * minuteHeight / 20 * 0.45, 8.0);
+        const int readable = int(QFontMetricsF(paperFont(boxPoints), &m_device).averageCharWidth() * 6);
+        for (int d = 0; d < days; ++d) {
+            std::vector<DaySegment> dayParts;
+            for (const DaySegment &part : segments)
+                if (part.day == d)
+                    dayParts.push_back(part);
+            const DayColumnGeometry geometry{int(dayLeft + d * dayWidth) + 20, int(dayWidth) - 40,
+                                             yOf(0), minuteHeight};
+            const ColumnLayout layout = packColumns(dayParts, readableColumns(geometry.width, readable));
+            for (size_t i = 0; i < dayParts.size(); ++i) {
+                const ColumnPlace &place = layout.places[i];
+                if (!place.hidden)
+                    drawModernBox(segmentRect(geometry, dayParts[i].startMinute, dayParts[i].endMinute, place.column,
+                                              place.span, place.columns),
+                                  AgendaEntry(*timed[size_t(dayParts[i].appointment)], m_options.multiUser,
+                                              m_options.dateFormat),
+                                  boxPoints);
+            }
+            for (const OverflowMarker &marker : layout.markers) {
+                const QRect rect = segmentRect(geometry, marker.startMinute, marker.endMinute, marker.column, 1,
+                                               marker.columns);
+                m_painter.setPen(QPen(QColor(0x80, 0x80, 0x80), 10));
+                m_painter.setBrush(QColor(0xe8, 0xe8, 0xe8));
+                m_painter.drawRoundedRect(rect, 30, 30);
+                m_painter.setBrush(Qt::NoBrush);
+                m_painter.setPen(Qt::black);
+                m_painter.setFont(paperFont(boxPoints, true));
+                m_painter.drawText(rect, Qt::AlignHCenter | Qt::AlignTop, QStringLiteral("+%1").arg(marker.count));
+            }
+        }
+    }
+
     void printMonth()
     {
         startPage(rangeHeading(3));
@@ -231,11 +381,22 @@ private:
         const double lineHeight = QFontMetricsF(lineFont, &m_device).lineSpacing();
 
         std::vector<std::vector<QString>> lines(size_t(Weeks * 7));
-        for (const AgendaEntry &entry : entriesIn(3)) {
-            const MonthCell cell = monthCellOf(entry.start, from);
-            if (cell.week >= 0 && cell.week < Weeks)
-                lines[size_t(cell.week * 7 + cell.column - 2)].push_back(
-                    formatDate(entry.start, QStringLiteral("hh:mm")) + QLatin1Char(' ') + entry.description);
+        if (m_options.modern) {
+            // Each appointment on every day it touches, over all six weeks.
+            const std::vector<std::shared_ptr<Schedule>> shown
+                = appointmentsOverlapping(*m_data.Schedules(), {from, from.addDays(Weeks * 7)});
+            for (const DaySegment &part : daySegments(shown, from, Weeks * 7, 1)) {
+                const Schedule &s = *shown[size_t(part.appointment)];
+                lines[size_t(part.day)].push_back(formatDate(s.StartDate, QStringLiteral("hh:mm")) + QLatin1Char(' ')
+                                                  + s.Description);
+            }
+        } else {
+            for (const AgendaEntry &entry : entriesIn(3)) {
+                const MonthCell cell = monthCellOf(entry.start, from);
+                if (cell.week >= 0 && cell.week < Weeks)
+                    lines[size_t(cell.week * 7 + cell.column - 2)].push_back(
+                        formatDate(entry.start, QStringLiteral("hh:mm")) + QLatin1Char(' ') + entry.description);
+            }
         }
         for (int week = 0; week < Weeks; ++week) {
             for (int day = 0; day < 7; ++day) {
@@ -260,7 +421,8 @@ private:
                                        metrics.elidedText(day_lines[size_t(i)], Qt::ElideRight, caption.width()));
                 if (below > 0)
                     m_painter.drawText(QPointF(caption.left(), caption.bottom() + 40 + (drawn + 1) * lineHeight - metrics.descent()),
-                                       QStringLiteral("+%1").arg(int(day_lines.size()) - drawn));
+                                       m_options.modern ? QStringLiteral("+%1 more").arg(int(day_lines.size()) - drawn)
+                                                        : QStringLiteral("+%1").arg(int(day_lines.size()) - drawn));
             }
         }
     }

@@ -31,6 +31,12 @@ struct DAYVEX_EXPORT PrintOptions
     bool dayFirst = true;                           ///< Whether dateFormat writes the day before the month.
     QString dateFormat = QStringLiteral("dd/mm/yyyy"); ///< How dates are written in headings and to-dos.
     bool showDoneToDos = true;                      ///< Whether the to-do list includes to-dos that are done.
+    /// As the Modern presentation draws them: the day and week grids from the
+    /// earliest to the latest appointment (at least dayStart to dayEnd, the hours
+    /// outside shaded), every appointment at its true times on each day it
+    /// touches, overlaps side by side, whole days in a strip above; the month
+    /// lists an appointment on every day it touches.
+    bool modern = false;
 };
 
 /// Draws the view on the device's pages (a QPrinter or a QPdfWriter), on the

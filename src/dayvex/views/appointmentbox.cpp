@@ -64,22 +64,6 @@ QFont boldOf(QFont font)
     return font;
 }
 
-// The lines of a Modern box: what it is about, when, where; no line for an empty field.
-QStringList modernLines(const AgendaEntry &entry)
-{
-    QStringList lines{entry.description.trimmed(), entry.times()};
-    if (!entry.place().trimmed().isEmpty())
-        lines << entry.place().trimmed();
-    return lines;
-}
-
-// Black or white, whichever stands out more against background.
-QColor contrastingText(const QColor &background)
-{
-    const QColor rgb = background.toRgb();
-    const double luminance = 0.2126 * rgb.redF() + 0.7152 * rgb.greenF() + 0.0722 * rgb.blueF();
-    return luminance < 0.5 ? Qt::white : Qt::black;
-}
 } // namespace
 
 const FittedText &AppointmentBox::shownText()
@@ -87,7 +71,7 @@ const FittedText &AppointmentBox::shownText()
     if (m_modern && m_fittedFor != size()) {
         const QRect area = textArea();
         const int spacing = QFontMetrics(font()).lineSpacing();
-        const QStringList all = modernLines(m_entry);
+        const QStringList all = m_entry.modernLines();
         const int room = qMax(1, area.height() / qMax(1, spacing));
         m_fitted = FittedText();
         m_lines.clear();
@@ -150,7 +134,7 @@ bool AppointmentBox::event(QEvent *event)
         return QWidget::event(event);
     if (m_modern) {
         // The whole text and the owner, always: a Modern box leaves fields out.
-        QStringList full = modernLines(m_entry);
+        QStringList full = m_entry.modernLines();
         if (!m_entry.owner().trimmed().isEmpty())
             full << m_entry.owner().trimmed();
         QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), full.join(QLatin1Char('\n')), this);
