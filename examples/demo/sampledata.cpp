@@ -51,7 +51,7 @@ void fillSampleData(DayvexData &data, const QDate &day)
     }
 
     // What only the Modern presentation pictures truly: an overnight shift, a trip
-    // of three days and an appointment before the working day. Add cuts an end at
+    // of three days, an appointment before the working day and a whole day. Add cuts an end at
     // an earlier clock time to one step, so the true ends are set after it.
     auto span = [&](const QDate &d, int hour, int minute, const QDateTime &end, const char *what) {
         add(d, hour, minute, 30);
@@ -62,6 +62,7 @@ void fillSampleData(DayvexData &data, const QDate &day)
     span(day.addDays(1), 22, 0, QDateTime(day.addDays(2), QTime(6, 0)), "Turno di notte");
     span(day.addDays(2), 9, 0, QDateTime(day.addDays(4), QTime(17, 0)), "Trasferta a Milano");
     span(day.addDays(-1), 2, 38, QDateTime(day.addDays(-1), QTime(3, 30)), "Volo in partenza");
+    span(day.addDays(1), 0, 0, QDateTime(day.addDays(2), QTime(0, 0)), "Giornata di formazione");
 
     // One reminder falls due a minute after start: its pop-up shows what reminders look like.
     const Date soon = Date::fromDateTime(now().toDateTime().addSecs(60));

@@ -3,7 +3,12 @@
 #include <dayvextest.h>
 
 #include <QApplication>
+#include <QHeaderView>
+#include <QLabel>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QTabBar>
 #include <QTimer>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -41,27 +46,89 @@ private slots:
         QTest::qWait(200);
     }
 
-    // The demo as it starts by default: the working day fills the grid, and no
-    // box covers another or is cut off by the viewport's sides.
-    void modernWeekFillsTheGrid()
+    // The demo as it starts by default, at a small, a common and the whole
+    // screen's size (run again at a device pixel ratio of 2): the view has the
+    // larger share, the working day fills the grid, no box or bar covers
+    // another, and no caption, heading or box is cut by its place.
+    void modernFillsTheWindow_data()
     {
+        columns<QSize>("size");
+        QTest::newRow("800x600") << QSize(800, 600);
+        QTest::newRow("1280x800") << QSize(1280, 800);
+        const QSize screen = QGuiApplication::primaryScreen()->size();
+        QTest::addRow("%dx%d", screen.width(), screen.height()) << screen;
+    }
+
+    void modernFillsTheWindow()
+    {
+        QFETCH(QSize, size);
         m_window.reset(); // it saves its presentation as it closes
         m_settings->remove("demo/modern");
-        open();
-        QCOMPARE(m_window->control()->Presentation(), zntDayvex::Modern);
+        m_window = std::make_unique<DemoWindow>(*m_settings);
+        m_window->resize(size);
+        m_window->showEventsIfRoom();
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QTest::qWait(200);
+        zntDayvex *control = m_window->control();
+        QCOMPARE(control->Presentation(), zntDayvex::Modern);
+        // The week after the demo's day, with its trip, whole day and night shift.
+        control->setStartDay(QDate(2026, 11, 24));
+        QTest::qWait(50);
         AgendaGrid *grid = lista();
-        QVERIFY(grid->rowAt(0) >= 15 && grid->rowAt(0) <= 16);
+        QVERIFY(grid->width() * 2 > control->width());
+        QCOMPARE(grid->rowAt(0), 16);
         QVERIFY(grid->rowHeight(0) * 24 >= grid->viewport()->height() * 85 / 100);
-        std::vector<QRect> drawn;
+        int days = 0;
+        for (int column = 2; column < grid->columnCount(); ++column)
+            days += grid->columnWidth(column);
+        QVERIFY(days + grid->columnWidth(0) + grid->columnWidth(1) >= grid->viewport()->width() * 85 / 100);
+
+        const auto noneCovers = [](const std::vector<QRect> &drawn, const QRect &within) {
+            for (size_t i = 0; i < drawn.size(); ++i) {
+                QVERIFY(within.contains(drawn[i]));
+                for (size_t j = i + 1; j < drawn.size(); ++j)
+                    QVERIFY(!drawn[i].intersects(drawn[j]));
+            }
+        };
+        std::vector<QRect> boxes, bars;
         for (int i = 0; i < grid->boxCount(); ++i)
             if (grid->box(i)->isVisible())
-                drawn.push_back(grid->box(i)->geometry());
-        QVERIFY(!drawn.empty());
-        for (size_t i = 0; i < drawn.size(); ++i) {
-            QVERIFY(drawn[i].left() >= 0 && drawn[i].right() < grid->viewport()->width());
-            for (size_t j = i + 1; j < drawn.size(); ++j)
-                QVERIFY(!drawn[i].intersects(drawn[j]));
+                boxes.push_back(grid->box(i)->geometry().intersected(grid->viewport()->rect().adjusted(0, -10000, 0, 10000)));
+        for (int i = 0; i < grid->allDayBarCount(); ++i)
+            if (grid->allDayBar(i)->isVisible())
+                bars.push_back(grid->allDayBar(i)->geometry());
+        QVERIFY(!boxes.empty() && !bars.empty());
+        noneCovers(boxes, QRect(0, -100000, grid->viewport()->width(), 200000));
+        noneCovers(bars, grid->allDayStrip()->rect());
+
+        // The captions: the tabs', the view's and the day headings, each whole in its place.
+        auto *tabs = control->findChild<QTabBar *>("TipoVis");
+        for (int tab = 0; tab < tabs->count(); ++tab) {
+            QVERIFY(!tabs->tabText(tab).isEmpty());
+            QVERIFY(tabs->fontMetrics().horizontalAdvance(tabs->tabText(tab)) < tabs->tabRect(tab).width());
         }
+        auto *caption = control->findChild<QLabel *>("ThisDay");
+        QVERIFY(caption->fontMetrics().horizontalAdvance(caption->text()) <= caption->width());
+        QVERIFY(caption->geometry().left() >= tabs->geometry().right());
+        QFont bold = grid->horizontalHeader()->font();
+        bold.setBold(true);
+        for (int column = 2; column < grid->columnCount(); ++column)
+            QVERIFY(QFontMetrics(bold).horizontalAdvance(grid->horizontalHeaderItem(column)->text())
+                    < grid->columnWidth(column));
+        // Collapsed, the side column gives the view the whole width.
+        control->setSideColumnCollapsed(true);
+        QVERIFY(!control->findChild<QWidget *>("Calendar")->isVisible());
+        QCOMPARE(grid->width(), control->width());
+        control->setSideColumnCollapsed(false);
+        QVERIFY(control->findChild<QWidget *>("Calendar")->isVisible());
+        QCOMPARE(grid->rowAt(0), 16); // through every relayout, until the user scrolls
+        grid->verticalScrollBar()->triggerAction(QAbstractSlider::SliderPageStepAdd);
+        const int scrolled = grid->rowAt(0);
+        QVERIFY(scrolled > 16);
+        m_window->resize(size - QSize(0, 40));
+        QTest::qWait(100);
+        QVERIFY2(qAbs(grid->rowAt(0) - scrolled) <= 2, qPrintable(QString("%1 %2").arg(scrolled).arg(grid->rowAt(0))));
     }
 
     void cleanup()

@@ -205,11 +205,13 @@ void zntDayvexPrivate::createChildren()
     QObject::connect(m_calendar, &MonthCalendar::selectionChanged, q,
             [this] { runFromUser([this] { onCalendarSelectionChanged(); }); });
     // The boxes follow the rows they stand on.
-    QObject::connect(m_lista->verticalScrollBar(), &QScrollBar::valueChanged, q, [this] {
-        if (!m_scrollingToDayStart && !m_inResize)
-            m_pinnedToDayStart = false;
-        runFromUser([this] { drawView(selectedTab()); });
-    });
+    QObject::connect(m_lista->verticalScrollBar(), &QScrollBar::valueChanged, q,
+                     [this] { runFromUser([this] { drawView(selectedTab()); }); });
+    // Only the user's own scrolling lets go of the working day's start: a value
+    // the scroll bar clamps while the rows change height is none of theirs.
+    QObject::connect(m_lista->verticalScrollBar(), &QScrollBar::actionTriggered, q,
+                     [this] { m_pinnedToDayStart = false; });
+    QObject::connect(m_lista, &AgendaGrid::keyboardMoved, q, [this] { m_pinnedToDayStart = false; });
     QObject::connect(m_lista, &AgendaGrid::viewportResized, q, [this] { runFromUser([this] { drawView(selectedTab()); }); });
 
     m_statusBar = new StatusLine(*m_settings, q);
@@ -585,7 +587,6 @@ void zntDayvexPrivate::drawView(int view)
         m_lista->stretchRows(qMax(1, (to - from + step - 1) / step));
         if (m_pinnedToDayStart && m_lista->isVisible() && m_lista->rowCount() > 0) {
             // The working day from the grid's top, through every resize, until the user scrolls.
-            const QScopedValueRollback<bool> ours(m_scrollingToDayStart, true);
             m_lista->scrollTo(m_lista->model()->index(qMin(from / step, m_lista->rowCount() - 1), 0),
                               QAbstractItemView::PositionAtTop);
         }

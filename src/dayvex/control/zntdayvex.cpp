@@ -378,10 +378,14 @@ void zntDayvex::resizeEvent(QResizeEvent *event)
     case ResizeAction::LayOut:
         break;
     }
+    // Modern keeps the rows the user scrolled to through the rebuild.
+    const int scrolled = d->m_lista->verticalScrollBar()->value();
     d->layOutChildren();
     // A complete pass rebuilds the selected view from scratch.
     d->m_currentView = zntPlanShowDefault;
     d->runFromUser([this] { d->selectView(); });
+    if (d->modern() && !d->m_pinnedToDayStart)
+        d->m_lista->verticalScrollBar()->setValue(scrolled);
     d->m_inResize = false;
 }
 

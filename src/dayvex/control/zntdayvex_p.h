@@ -154,7 +154,6 @@ public:
     void showCaption();
     // The Modern grid keeps DayStartTime at its top until the user scrolls it.
     bool m_pinnedToDayStart = true;
-    bool m_scrollingToDayStart = false;
     bool modern() const { return m_presentation == zntDayvex::Modern; }
     // Lays the views out again after Presentation changed.
     void applyPresentation();
