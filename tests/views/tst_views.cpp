@@ -104,6 +104,9 @@ private slots:
             addAppointment(*m_data, QString("crowd%1").arg(i), at(QDate(2000, 12, 2), 10), 60);
         m_control->Refresh();
         QCOMPARE(grid->overflowMarkers().size(), size_t(1));
+        m_control->Refresh(zntPlanShowMonth);
+        QVERIFY(grid->overflowMarkers().empty()); // the week's markers go with its boxes
+        m_control->Refresh(zntPlanShowWeek);
         QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, grid->overflowMarkers().front().rect.center());
         QCOMPARE(m_control->CurrentView(), qint16(zntPlanShowDay));
         QCOMPARE(m_control->StartDay(), at(2000, 12, 2));

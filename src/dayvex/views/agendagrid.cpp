@@ -726,6 +726,7 @@ AgendaGrid::Day &AgendaGrid::dayListAt(int index)
 
 void AgendaGrid::clearItems()
 {
+    m_markers.clear();
     for (int i = 0; i < m_boxCount; ++i)
         m_boxes[size_t(i)]->hide();
     for (int i = 0; i < m_listCount; ++i)
