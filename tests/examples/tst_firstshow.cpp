@@ -116,6 +116,12 @@ private slots:
         for (int column = 2; column < grid->columnCount(); ++column)
             QVERIFY(QFontMetrics(bold).horizontalAdvance(grid->horizontalHeaderItem(column)->text())
                     < grid->columnWidth(column));
+        // The to-do list's projects whole, while they take no more than two fifths of it.
+        auto *todos = m_window->findChild<ToDoGrid *>("DaFare");
+        const int project = todos->columnWidth(ToDoGrid::ProjectColumn);
+        for (int row = 0; row < todos->rowCount(); ++row)
+            QVERIFY(todos->fontMetrics().horizontalAdvance(todos->cellText(row, ToDoGrid::ProjectColumn)) < project
+                    || project == todos->viewport()->width() * 2 / 5);
         // Collapsed, the side column gives the view the whole width.
         control->setSideColumnCollapsed(true);
         QVERIFY(!control->findChild<QWidget *>("Calendar")->isVisible());

@@ -124,7 +124,7 @@ void ToDoGrid::fill(const ToDoS &todos, const QStringList &captions)
     setColumnHidden(0, true);
     setColumnWidth(PriorityColumn, scale.toPixels(300));
     setColumnWidth(ProjectColumn, scale.toPixels(700));
-    sizeDescription();
+    sizeColumns();
     selectionModel()->clear();
 }
 
@@ -132,19 +132,30 @@ void ToDoGrid::setStretchDescription(bool on)
 {
     m_stretch = on;
     horizontalHeader()->setStretchLastSection(on);
-    sizeDescription();
+    sizeColumns();
 }
 
-void ToDoGrid::sizeDescription()
+void ToDoGrid::sizeColumns()
 {
-    if (!m_stretch && model()->columnCount() > DescriptionColumn)
+    if (model()->columnCount() <= DescriptionColumn)
+        return;
+    if (!m_stretch) {
         setColumnWidth(DescriptionColumn, qMax(0, width() - TwipsScale::of(this).toPixels(1000)));
+        return;
+    }
+    // The priority and the project as wide as their texts, the project at most
+    // two fifths of the list: the description has the rest.
+    const auto needed = [this](int column) {
+        return qMax(sizeHintForColumn(column), horizontalHeader()->sectionSizeHint(column));
+    };
+    setColumnWidth(PriorityColumn, needed(PriorityColumn));
+    setColumnWidth(ProjectColumn, qMin(needed(ProjectColumn), viewport()->width() * 2 / 5));
 }
 
 void ToDoGrid::resizeEvent(QResizeEvent *event)
 {
     ViewGrid::resizeEvent(event);
-    sizeDescription();
+    sizeColumns();
 }
 
 QString ToDoGrid::keyAt(int row) const

@@ -91,7 +91,7 @@ private:
     ToDoListModel *m_rows;
     QPoint m_lastMove;
     bool m_stretch = false;
-    void sizeDescription();
+    void sizeColumns();
 };
 
 } // namespace dayvex
