@@ -31,6 +31,22 @@ class tst_QtApi : public QObject
 private slots:
     void init() { resetSharedSettings(); }
 
+    // A queued connection to an event loses the answers: said once per event, never for a direct one.
+    void queuedConnectionToAnEvent()
+    {
+#ifndef DAYVEX_CHECK_CONNECTIONS
+        QSKIP("built without the connection check (Qt's private headers, qt6-base-private-dev, missing)");
+#endif
+        zntDayvex control;
+        const QRegularExpression warning("ScheduleAdded.*queued connection");
+        QTest::ignoreMessage(QtWarningMsg, warning);
+        connect(&control, &zntDayvex::ScheduleAdded, this, [](std::shared_ptr<Schedule> &) {}, Qt::QueuedConnection);
+        QTest::failOnWarning(QRegularExpression("queued connection"));
+        connect(&control, &zntDayvex::ScheduleAdded, this, [](std::shared_ptr<Schedule> &) {}, Qt::QueuedConnection);
+        connect(&control, &zntDayvex::ScheduleChanged, this, [](std::shared_ptr<Schedule> &) {});
+        connect(&control, &zntDayvex::currentViewChanged, this, [](qint16) {}, Qt::QueuedConnection);
+    }
+
     // The saved properties and the ones a form can set are the same list, so a
     // property added to one is not forgotten in the other.
     void designablePropertiesAreTheSavedOnes()

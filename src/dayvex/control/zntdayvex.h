@@ -470,6 +470,11 @@ protected:
     bool event(QEvent *event) override;
     /// Lays the children out in the control's size and redraws the view on show.
     void resizeEvent(QResizeEvent *event) override;
+    /// The events hand their answers back through reference parameters, which
+    /// only a direct connection can: in a build with DAYVEX_CHECK_CONNECTIONS a
+    /// queued or blocking-queued connection to one of them is warned of once, in
+    /// the "dayvex" logging category. Otherwise it does nothing.
+    void connectNotify(const QMetaMethod &signal) override;
 
 private:
     friend class zntDayvexPrivate;

@@ -13,6 +13,8 @@
 #include <dayvex/views/gesturerouter.h>
 
 #include <functional>
+#include <QSet>
+
 #include <memory>
 
 class QAction;
@@ -147,6 +149,8 @@ public:
     bool m_autoRefresh = false;
     int m_presentation = 0; // a zntDayvex::PresentationStyle
     bool m_sideCollapsed = false;
+    // The events already warned of for a queued connection.
+    QSet<int> m_warnedQueued;
     // Lays the children out as a resize does.
     void relayOut();
     // The caption above the view: the view's, cut to its place in Modern.
