@@ -1,5 +1,6 @@
 #include <dayvextest.h>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCalendarWidget>
 #include <QContextMenuEvent>
@@ -404,6 +405,75 @@ private slots:
         QCOMPARE(calendar->selectedDate(), QDate(2000, 11, 29));
         QTest::keyClick(lista(), Qt::Key_Right);
         QCOMPARE(calendar->selectedDate(), QDate(2000, 11, 30));
+    }
+
+    // Modern's keys, pressed in the grid or the to-do list, against a host that
+    // vetoes every command; Classic leaves them to the grid.
+    void modernKeys_data()
+    {
+        columns<bool, bool, QKeySequence, int, Date, QStringList>("modern", "inToDos", "keys", "view", "startDay",
+                                                                  "events");
+        const Date sunday = at(2000, 12, 3);
+        QTest::newRow("Ctrl+3: month") << true << false << QKeySequence("Ctrl+3") << 3 << sunday << QStringList{};
+        QTest::newRow("Ctrl+1 in the to-dos: day") << true << true << QKeySequence("Ctrl+1") << 1 << sunday
+                                                   << QStringList{};
+        QTest::newRow("Page Down: next week") << true << false << QKeySequence("PgDown") << 2 << at(2000, 12, 10)
+                                              << QStringList{};
+        QTest::newRow("Ctrl+3, Page Up: last month") << true << false << QKeySequence("Ctrl+3, PgUp") << 3
+                                                     << at(2000, 11, 3) << QStringList{};
+        QTest::newRow("Page Up, Ctrl+T: today") << true << false << QKeySequence("PgUp, Ctrl+T") << 2 << today()
+                                                << QStringList{};
+        QTest::newRow("Ctrl+N, vetoed") << true << false << QKeySequence("Ctrl+N") << 2 << sunday
+                                        << QStringList{"BeforeScheduleAdd"};
+        // A new to-do asks with the "change" event, as the menu's entry does.
+        QTest::newRow("Ctrl+Shift+N, vetoed") << true << false << QKeySequence("Ctrl+Shift+N") << 2 << sunday
+                                              << QStringList{"BeforeTodoChange"};
+        QTest::newRow("Space, vetoed") << true << true << QKeySequence("Space") << 2 << sunday
+                                       << QStringList{"BeforeTodoSetComplete"};
+        QTest::newRow("Insert, vetoed") << true << true << QKeySequence("Ins") << 2 << sunday
+                                        << QStringList{"BeforeTodoChange"};
+        QTest::newRow("classic: Ctrl+3") << false << false << QKeySequence("Ctrl+3") << 2 << sunday << QStringList{};
+        QTest::newRow("classic: Space") << false << true << QKeySequence("Space") << 2 << sunday << QStringList{};
+    }
+
+    void modernKeys()
+    {
+        QFETCH(bool, modern);
+        QFETCH(bool, inToDos);
+        QFETCH(QKeySequence, keys);
+        m_data->ToDoS()->Add("t1", {}, "Call", {}, Date(), 1, "P", false, Date(), Date());
+        m_control->setPresentation(modern ? zntDayvex::Modern : zntDayvex::Classic);
+        m_control->Refresh(zntPlanShowWeek);
+        QWidget *target = inToDos ? static_cast<QWidget *>(daFare()) : lista();
+        if (inToDos)
+            daFare()->setCurrentCell(0, 3);
+        QApplication::setActiveWindow(m_control.get());
+        target->setFocus();
+        m_host.log.clear();
+        for (int i = 0; i < keys.count(); ++i)
+            QTest::keySequence(target, QKeySequence(keys[i]));
+        QTEST(int(m_control->CurrentView()), "view");
+        QTEST(m_control->StartDay().datePart(), "startDay");
+        QTEST(m_host.log, "events");
+        QVERIFY(!m_data->ToDoS()->Item("t1")->Done);
+    }
+
+    // Every part a reader can reach has a name; boxes and cells say what and when.
+    void accessibleNames()
+    {
+        addAppointment(*m_data, "Dentist", at(QDate(2000, 11, 28), 9), 30);
+        m_data->Schedules()->Item("Dentist")->Place = "Via Roma 3";
+        m_data->ToDoS()->Add("t1", {}, "Call the bank", {}, Date(), 2, "Casa", true, Date(), Date());
+        m_control->Refresh(zntPlanShowWeek);
+        QAccessibleInterface *box = QAccessible::queryAccessibleInterface(lista()->box(0));
+        QCOMPARE(box->text(QAccessible::Name), "Dentist, Tuesday 28 November, 09:00 to 09:30, Via Roma 3");
+        QAccessibleInterface *cell = QAccessible::queryAccessibleInterface(lista())->tableInterface()->cellAt(3, 4);
+        QCOMPARE(cell->text(QAccessible::Name), "Wednesday 29 November, 09:30");
+        QAccessibleInterface *todo = QAccessible::queryAccessibleInterface(daFare())->tableInterface()->cellAt(0, 3);
+        QCOMPARE(todo->text(QAccessible::Name), "Call the bank, priority 2, Casa, done");
+        m_control->Refresh(zntPlanShowMonth);
+        cell = QAccessible::queryAccessibleInterface(lista())->tableInterface()->cellAt(0, 3);
+        QCOMPARE(cell->text(QAccessible::Name), "Tuesday 28 November 2000, 1 appointment");
     }
 
     void monthSelection()

@@ -82,6 +82,7 @@ void zntDayvexPrivate::applyPresentation()
     m_lista->setModern(modern());
     m_daFare->setStretchDescription(modern());
     m_pinnedToDayStart = true;
+    applyShortcuts();
     // The share of the width changes with the presentation.
     relayOut();
     runFromUser([this] {
@@ -263,6 +264,7 @@ void zntDayvexPrivate::applyMenuCaptions()
     m_mnModifica->setText(language().text(Text::mnuChangeAppointment));
     m_mnModificaAttivita->setText(language().text(Text::mnuChangeToDo));
     m_mnuAttivitaCompleta->setText(language().text(Text::mnuDoneToDo));
+    applyShortcuts();
 }
 
 // ---- events ----

@@ -26,6 +26,7 @@ void zntDayvexPrivate::runGestureCommand(Command command)
     case Command::NewToDo: entry = m_mnNuovaAttivita; break;
     case Command::ModifyToDo: entry = m_mnModificaAttivita; break;
     case Command::DeleteToDo: entry = m_mnEliminaAttivita; break;
+    case Command::MarkToDoDone: entry = m_mnuAttivitaCompleta; break;
     }
     // A gesture runs the command even when the menu last showed the entry disabled.
     emit entry->triggered(entry->isChecked());

@@ -84,6 +84,7 @@ zntDayvex::zntDayvex(QWidget *parent)
     d->createMenus();
     d->m_gestures = std::make_unique<GestureRouter>(*d, this, d->m_lista, d->m_daFare, d->m_frShowApp);
     d->connectCommands();
+    d->createShortcuts();
     // A control made by code generated from a form gets no other call before the
     // form's assignments, which must land on a freshly initialised control.
     InitProperties();

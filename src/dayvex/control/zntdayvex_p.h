@@ -16,6 +16,7 @@
 #include <QSet>
 
 #include <memory>
+#include <vector>
 
 class QAction;
 class QLabel;
@@ -149,6 +150,12 @@ public:
     bool m_autoRefresh = false;
     int m_presentation = 0; // a zntDayvex::PresentationStyle
     bool m_sideCollapsed = false;
+    // Modern's keyboard: the actions of the control's shortcuts, enabled in Modern only.
+    std::vector<QAction *> m_shortcuts;
+    void createShortcuts();
+    void applyShortcuts();
+    // The previous (-1) or next (1) day, week or month, as the view shows.
+    void movePeriod(int direction);
     // The events already warned of for a queued connection.
     QSet<int> m_warnedQueued;
     // Lays the children out as a resize does.

@@ -11,6 +11,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QKeyEvent>
+#include <QLocale>
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
@@ -116,6 +117,26 @@ private:
     AgendaGrid *m_grid;
 };
 
+// The cells, which tell a screen reader the slot's time and day or the date's day and appointments.
+class AgendaCells : public QStandardItemModel
+{
+public:
+    AgendaCells(int rows, int columns, AgendaGrid *grid)
+        : QStandardItemModel(rows, columns, grid)
+        , m_grid(grid)
+    {
+    }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        if (role == Qt::AccessibleTextRole && index.isValid())
+            return m_grid->cellDescription(index.row(), index.column());
+        return QStandardItemModel::data(index, role);
+    }
+
+private:
+    AgendaGrid *m_grid;
+};
+
 // The all-day strip: a surface whose drawing and clicks the grid handles, as it does its boxes'.
 class AllDayStrip : public QWidget
 {
@@ -149,7 +170,7 @@ private:
 
 AgendaGrid::AgendaGrid(QWidget *parent)
     : ViewGrid(parent)
-    , m_cells(new QStandardItemModel(0, 3, this))
+    , m_cells(new AgendaCells(0, 3, this))
 {
     setObjectName(QStringLiteral("Lista"));
     setModel(m_cells);
@@ -622,6 +643,28 @@ bool AgendaGrid::showsTimeRows(const std::vector<SlotLabel> &labels) const
     return true;
 }
 
+QString AgendaGrid::cellDescription(int row, int column) const
+{
+    const QLocale locale;
+    if (const std::optional<Date> date = monthCellDate(row, column)) {
+        int count = 0;
+        for (int i = 0; i < m_listCount; ++i)
+            if (m_lists[size_t(i)].day == *date)
+                count += m_lists[size_t(i)].list->count();
+        return tr("%1, %2").arg(locale.toString(date->toDate(), QStringLiteral("dddd d MMMM yyyy")),
+                                count == 1 ? tr("1 appointment") : tr("%1 appointments").arg(count));
+    }
+    const SlotLabel label = rowLabel(row);
+    if (label.hour.isEmpty() && label.minutes.isEmpty())
+        return item(row, column) ? item(row, column)->text() : QString();
+    const QString time = label.hour.rightJustified(2, QLatin1Char('0')) + QLatin1Char(':')
+                         + (label.minutes.isEmpty() ? QStringLiteral("00") : label.minutes);
+    if (column < 2 || m_days <= 0 || !m_firstDay.isValid())
+        return time;
+    return tr("%1, %2").arg(locale.toString(m_firstDay.addDays(column - 2).toDate(), QStringLiteral("dddd d MMMM")),
+                            time);
+}
+
 SlotLabel AgendaGrid::rowLabel(int row) const
 {
     const auto cell = [this, row](int column) {
@@ -762,6 +805,7 @@ void AgendaGrid::showDayLists(std::vector<AgendaEntry> entries, const std::vecto
             ++last;
         Day &list = dayListAt(m_listCount++);
         list.day = day;
+        list.list->setAccessibleName(QLocale().toString(day.toDate(), QStringLiteral("dddd d MMMM")));
         list.list->setEntries({std::make_move_iterator(first), std::make_move_iterator(last)});
         first = last;
     }

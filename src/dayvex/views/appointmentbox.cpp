@@ -2,19 +2,53 @@
 
 #include <dayvex/platform/color.h>
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QLocale>
 #include <QToolTip>
 
+#include <cmath>
+
 namespace dayvex {
+
+namespace {
+// A box is read by what it shows, made when the reader asks: a redraw names nothing.
+class BoxAccessible : public QAccessibleWidget
+{
+public:
+    explicit BoxAccessible(AppointmentBox *box)
+        : QAccessibleWidget(box, QAccessible::Button)
+    {
+    }
+    QString text(QAccessible::Text t) const override
+    {
+        if (t == QAccessible::Name)
+            return static_cast<const AppointmentBox *>(widget())->accessibleText();
+        return QAccessibleWidget::text(t);
+    }
+};
+
+QAccessibleInterface *boxAccessible(const QString &className, QObject *object)
+{
+    if (className == QLatin1String("dayvex::AppointmentBox") && object->isWidgetType())
+        return new BoxAccessible(static_cast<AppointmentBox *>(object));
+    return nullptr;
+}
+} // namespace
 
 AppointmentBox::AppointmentBox(QWidget *parent)
     : QWidget(parent)
 {
+    static const bool installed = [] {
+        QAccessible::installFactory(boxAccessible);
+        return true;
+    }();
+    Q_UNUSED(installed);
     setObjectName(QStringLiteral("txApp"));
     setFont(boxFont());
     setFocusPolicy(Qt::ClickFocus);
@@ -44,6 +78,22 @@ void AppointmentBox::setEntry(const AgendaEntry &entry)
                                     : palette().color(QPalette::ToolTipBase);
     if (isVisible() && parentWidget())
         parentWidget()->update(geometry());
+}
+
+QString AppointmentBox::accessibleText() const
+{
+    if (!m_entry.start.isValid() || !std::isfinite(m_entry.start.value()))
+        return m_entry.description.trimmed();
+    const QLocale locale;
+    const QDateTime start = m_entry.start.toDateTime();
+    QStringList parts{m_entry.description.trimmed(), locale.toString(start.date(), QStringLiteral("dddd d MMMM")),
+                      tr("%1 to %2").arg(start.toString(QStringLiteral("HH:mm")),
+                                         m_entry.end.isValid() && std::isfinite(m_entry.end.value())
+                                             ? m_entry.end.toDateTime().toString(QStringLiteral("HH:mm"))
+                                             : QString())};
+    if (!m_entry.place().trimmed().isEmpty())
+        parts << m_entry.place().trimmed();
+    return parts.join(QStringLiteral(", "));
 }
 
 QRect AppointmentBox::textArea() const

@@ -42,6 +42,9 @@ public:
     // Clicks, double clicks, right clicks, Delete and Enter on the box.
     ItemGestures *gestures() const { return m_gestures; }
 
+    // What a screen reader says of the box: subject, day, start and end, place.
+    QString accessibleText() const;
+
 protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;

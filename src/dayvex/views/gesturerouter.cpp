@@ -69,6 +69,18 @@ GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *gr
         if (!m_selection.toDoKey.isEmpty())
             m_host.runGestureCommand(Command::DeleteToDo);
     });
+    // Modern: Space marks the row done (a done one stays so), Insert adds one, as the menu's entries do.
+    connect(m_todos, &ToDoGrid::spacePressed, this, [this](int row) {
+        if (!m_host.modernGestures() || m_todos->isDone(row))
+            return;
+        select(ViewSelection::Kind::ToDo, m_todos->keyAt(row));
+        if (!m_selection.toDoKey.isEmpty())
+            m_host.runGestureCommand(Command::MarkToDoDone);
+    });
+    connect(m_todos, &ToDoGrid::insertPressed, this, [this] {
+        if (m_host.modernGestures())
+            m_host.runGestureCommand(Command::NewToDo);
+    });
 
     connect(m_pane, &DetailPane::clicked, this, [this] {
         // The pane stands over the to-do list when it shows a to-do.

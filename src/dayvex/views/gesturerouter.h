@@ -24,7 +24,8 @@ class ToDoGrid;
 class GestureHost
 {
 public:
-    enum class Command { NewAppointment, ModifyAppointment, DeleteAppointment, NewToDo, ModifyToDo, DeleteToDo };
+    enum class Command { NewAppointment, ModifyAppointment, DeleteAppointment, NewToDo, ModifyToDo, DeleteToDo,
+                         MarkToDoDone };
 
     virtual ~GestureHost() = default;
     virtual bool menusDisabled() const = 0;

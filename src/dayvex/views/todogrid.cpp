@@ -1,5 +1,9 @@
 #include "todogrid.h"
 
+#include <QLocale>
+
+#include <cmath>
+
 #include <dayvex/platform/twips.h>
 #include <dayvex/model/todos.h>
 #include <dayvex/views/cachedtextdelegate.h>
@@ -28,7 +32,7 @@ void ToDoListModel::fill(const ToDoS &todos, const QStringList &headings)
     rows.reserve(order.size());
     for (int index : order) {
         const ToDo &todo = *todos.Item(index + 1);
-        rows.push_back({todo.Key, todo.Project, todo.ShortDesc, todo.Priority, todo.Done});
+        rows.push_back({todo.Key, todo.Project, todo.ShortDesc, todo.Priority, todo.Done, todo.DueTo});
     }
     // As many rows as before: new data for the same rows, which the view can
     // paint without laying out the table again.
@@ -80,6 +84,16 @@ QVariant ToDoListModel::data(const QModelIndex &index, int role) const
         }
     case Qt::ForegroundRole:
         return row.done ? DoneColor : QColor(Qt::black);
+    case Qt::AccessibleTextRole: {
+        // What the grey of a done row tells the eye, in words for a reader.
+        QStringList parts{row.shortDesc, tr("priority %1").arg(row.priority)};
+        if (!row.project.isEmpty())
+            parts << row.project;
+        if (row.due.isValid() && !row.due.isEmpty() && std::isfinite(row.due.value()))
+            parts << tr("due %1").arg(QLocale().toString(row.due.toDateTime(), QStringLiteral("dddd d MMMM HH:mm")));
+        parts << (row.done ? tr("done") : tr("to do"));
+        return parts.join(QStringLiteral(", "));
+    }
     default:
         return {};
     }
@@ -201,6 +215,14 @@ void ToDoGrid::keyPressEvent(QKeyEvent *event)
     }
     if (event->key() == Qt::Key_Delete && currentRow() >= 0) {
         emit deletePressed(currentRow());
+        return;
+    }
+    if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier && currentRow() >= 0) {
+        emit spacePressed(currentRow());
+        return;
+    }
+    if (event->key() == Qt::Key_Insert) {
+        emit insertPressed();
         return;
     }
     ViewGrid::keyPressEvent(event);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <dayvex/platform/date.h>
+
 #include <dayvex/dayvex_export.h>
 
 #include <dayvex/views/viewgrid.h>
@@ -39,6 +41,7 @@ private:
         QString shortDesc;
         qint16 priority = 0;
         bool done = false;
+        Date due;
     };
     std::vector<Row> m_rows;
     QStringList m_headings;
@@ -80,6 +83,9 @@ signals:
     // Enter or Return, and Delete, on the current row.
     void enterPressed(int row);
     void deletePressed(int row);
+    // Space on the current row, and Insert.
+    void spacePressed(int row);
+    void insertPressed();
 
 protected:
     void mouseMoveEvent(QMouseEvent *event) override;
