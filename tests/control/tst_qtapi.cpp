@@ -1,7 +1,5 @@
 #include <dayvextest.h>
 
-#include <dayvex/control/propertytable.h>
-
 #include <QAbstractItemModelTester>
 #include <QLabel>
 #include <QScopeGuard>
@@ -11,8 +9,6 @@
 #include <QVBoxLayout>
 
 namespace {
-AgendaGrid *lista(zntDayvex *control) { return zntDayvexPrivate::get(control)->m_lista; }
-
 std::shared_ptr<DayvexData> planWithVisit()
 {
     auto plan = std::make_shared<DayvexData>();
@@ -45,65 +41,6 @@ private slots:
         connect(&control, &zntDayvex::ScheduleAdded, this, [](std::shared_ptr<Schedule> &) {}, Qt::QueuedConnection);
         connect(&control, &zntDayvex::ScheduleChanged, this, [](std::shared_ptr<Schedule> &) {});
         connect(&control, &zntDayvex::currentViewChanged, this, [](qint16) {}, Qt::QueuedConnection);
-    }
-
-    // The saved properties and the ones a form can set are the same list, so a
-    // property added to one is not forgotten in the other.
-    void designablePropertiesAreTheSavedOnes()
-    {
-        QStringList saved, designable;
-        for (const ControlProperty &row : controlProperties())
-            saved << row.name;
-        const QMetaObject &meta = zntDayvex::staticMetaObject;
-        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
-            if (meta.property(i).isDesignable())
-                designable << meta.property(i).name();
-        saved.sort();
-        designable.sort();
-        QCOMPARE(designable, saved);
-    }
-
-    void notifySignals_data()
-    {
-        columns<QByteArray, QVariant, bool>("name", "value", "accepted");
-        QTest::newRow("start time") << QByteArray("DayStartTime") << QVariant("07:30") << true;
-        QTest::newRow("start time refused") << QByteArray("DayStartTime") << QVariant("25:99") << false;
-        QTest::newRow("step") << QByteArray("DayStepMinutes") << QVariant(15) << true;
-        QTest::newRow("step refused") << QByteArray("DayStepMinutes") << QVariant(3) << false;
-        QTest::newRow("day") << QByteArray("StartDay") << QVariant(QDate(2027, 3, 1)) << true;
-        QTest::newRow("alarms") << QByteArray("GlobalAlarmsEnable") << QVariant(false) << true;
-        QTest::newRow("owner") << QByteArray("DefaultOwner") << QVariant("Rossi") << true;
-        QTest::newRow("menus") << QByteArray("DisableMenu") << QVariant(true) << true;
-    }
-
-    void notifySignals()
-    {
-        QFETCH(QByteArray, name);
-        QFETCH(QVariant, value);
-        QFETCH(bool, accepted);
-        zntDayvex control;
-        const QMetaProperty property = control.metaObject()->property(control.metaObject()->indexOfProperty(name));
-        QSignalSpy notified(&control, property.notifySignal());
-        QSignalSpy changed(&control, &zntDayvex::PropertyChanged);
-        if (!accepted)
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(name + " refuses"));
-        property.write(&control, value);
-        QCOMPARE(notified.size(), accepted ? 1 : 0);
-        QCOMPARE(changed.size(), accepted ? 1 : 0);
-        if (accepted)
-            QCOMPARE(notified.at(0).at(0), value);
-    }
-
-    void currentViewChanged()
-    {
-        zntDayvex control;
-        control.resize(900, 600);
-        QSignalSpy spy(&control, &zntDayvex::currentViewChanged);
-        control.Refresh(zntPlanShowMonth);
-        control.Refresh(zntPlanShowMonth);
-        control.Refresh(zntPlanShowDay);
-        QCOMPARE(spy.size(), 2);
-        QCOMPARE(spy.at(1).at(0).value<qint16>(), qint16(zntPlanShowDay));
     }
 
     // select() brings the record on show; the English commands act on it, and on
@@ -168,11 +105,9 @@ private slots:
         auto control = shownControl(plan, at(2027, 1, 4));
         control->resize(control->minimumSizeHint());
         QVERIFY(control->select("8"));
-        const AgendaGrid *grid = lista(control.get());
+        const AgendaGrid *grid = agendaGrid(control.get());
         QCOMPARE(grid->boxCount(), 2);
-        for (int i = 0; i < grid->boxCount(); ++i)
-            if (grid->box(i)->entry().key == "8")
-                QVERIFY(grid->box(i)->isVisible() && grid->viewport()->rect().contains(grid->box(i)->geometry()));
+        QVERIFY(boxOf(grid, "8")->isVisible() && grid->viewport()->rect().contains(boxOf(grid, "8")->geometry()));
     }
 
     // With state kept per instance, a second control touches nothing of the
@@ -182,16 +117,13 @@ private slots:
         setInstancesShareState(false);
         const auto shareAgain = qScopeGuard([] { setInstancesShareState(true); });
         QTemporaryDir dir;
-        QFile language(dir.filePath("it.txt"));
-        QVERIFY(language.open(QIODevice::WriteOnly));
-        language.write("[International]\n" + languageKey(Text::Day).toUtf8() + "=Giorno\n");
-        language.close();
+        const QString language = writeFile(dir.filePath("it.txt"), "[International]\n" + languageKey(Text::Day).toUtf8() + "=Giorno\n");
 
         auto plan = planWithVisit();
         zntDayvex first;
         first.setPlan(plan);
         first.setDayStepMinutes(15);
-        first.setLanguageFileName(language.fileName());
+        first.setLanguageFileName(language);
         first.setStartDay(at(2027, 5, 12));
         first.resize(1000, 640);
         first.show();
@@ -246,17 +178,17 @@ private slots:
         visit.Key = "2";
         plan->Schedules()->Add(visit);
         plan->Schedules()->Remove("2");
-        QCOMPARE(lista(control.get())->boxCount(), 0);
+        QCOMPARE(agendaGrid(control.get())->boxCount(), 0);
         QVERIFY(announced.wait());
         QCOMPARE(announced.size(), 1);
-        QCOMPARE(lista(control.get())->boxCount(), autoRefresh ? 1 : 0);
+        QCOMPARE(agendaGrid(control.get())->boxCount(), autoRefresh ? 1 : 0);
 
         // A field changed in place is announced by the host.
         plan->Schedules()->Item("1")->Description = "Controllo";
         plan->markChanged();
         QVERIFY(announced.wait());
         if (autoRefresh)
-            QCOMPARE(lista(control.get())->box(0)->entry().description, QString("Controllo"));
+            QCOMPARE(agendaGrid(control.get())->box(0)->entry().description, QString("Controllo"));
     }
 
     // A host's policy answers before the signal, whose handler sees and may overrule it.

@@ -13,21 +13,14 @@ using namespace dayvex;
 
 namespace {
 
-// What the property editor shows and what a form sets, in the order of a form.
+// What a form sets that the views depend on, in the order of a form.
 const QList<std::pair<QByteArray, QVariant>> &formValues()
 {
     static const QList<std::pair<QByteArray, QVariant>> values{
-        {"DisableReminderPopUp", true},
-        {"DisableMenu", true},
         {"DayStartTime", QStringLiteral("06:00")},
         {"DayEndTime", QStringLiteral("07:30")}, // before the default start of 08:00
         {"DayStepMinutes", 15},
         {"StartDay", QDate(2027, 3, 1)},
-        {"MultiUserEnabled", false},
-        {"ContactCodeEnabled", false},
-        {"ReminderSoundFile", QStringLiteral("/usr/share/sounds/ding.wav")},
-        {"DefaultOwner", QStringLiteral("Rossi")},
-        {"GlobalAlarmsEnable", false},
         {"LanguageFileName", QStringLiteral("missing-language.txt")},
     };
     return values;

@@ -168,19 +168,6 @@ private slots:
         QVERIFY2(visible >= 6, "the six appointments of the day, at least");
     }
 
-    void overlappingAppointmentsSideBySide()
-    {
-        // 09:00-10:30 and 09:30-10:30 on the day on show.
-        AppointmentBox *first = box("1");
-        AppointmentBox *second = box("2");
-        QVERIFY(first && second);
-        QVERIFY(first->isVisible() && second->isVisible());
-        // Each box is 10 twips wider than its share: neighbours meet on one frame line at most.
-        QVERIFY2(first->geometry().intersected(second->geometry()).width() <= 1, "the two boxes cover each other");
-        QCOMPARE(first->y(), lista()->rowViewportPosition(2));
-        QVERIFY(first->x() < second->x());
-    }
-
     void todoColumnsHaveTheirWidths()
     {
         auto *todos = m_window->findChild<ToDoGrid *>("DaFare");
@@ -195,7 +182,7 @@ private slots:
     {
         zntDayvex *control = m_window->control();
         auto *pane = control->findChild<DetailPane *>("frShowApp");
-        AppointmentBox *shown = box("3");
+        AppointmentBox *shown = boxOf(lista(), "3");
         QVERIFY(shown && shown->isVisible());
 
         QTest::mouseClick(shown, Qt::LeftButton, {}, QPoint(5, 5));
@@ -215,11 +202,9 @@ private slots:
         // A double click opens the editor; the release that ends it does not bring the pane back.
         bool editorOpened = false;
         QTimer::singleShot(100, this, [&editorOpened] {
-            for (QWidget *window : QApplication::topLevelWidgets()) {
-                if (window->objectName() == "frmAppuntamento" && window->isVisible()) {
-                    editorOpened = true;
-                    QTest::mouseClick(window->findChild<QPushButton *>("Fine"), Qt::LeftButton);
-                }
+            if (QDialog *editor = EditorDriver::openForm("frmAppuntamento")) {
+                editorOpened = true;
+                press(editor, "Fine");
             }
         });
         QTest::mouseDClick(shown, Qt::LeftButton, {}, QPoint(5, 5));
@@ -247,14 +232,6 @@ private slots:
 
 private:
     AgendaGrid *lista() const { return m_window->findChild<AgendaGrid *>("Lista"); }
-    AppointmentBox *box(const QString &key) const
-    {
-        for (int i = 0; i < lista()->boxCount(); ++i) {
-            if (lista()->box(i)->entry().key == key)
-                return lista()->box(i);
-        }
-        return nullptr;
-    }
 
     // Sunday 22 November 2026, 14:10: the sample's appointments are on that day.
     const QDateTime m_now{QDate(2026, 11, 22), QTime(14, 10)};

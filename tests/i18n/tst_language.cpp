@@ -3,7 +3,6 @@
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/platform/inireader.h>
 
-#include <QFile>
 #include <QTemporaryDir>
 
 #ifdef Q_OS_UNIX
@@ -103,18 +102,9 @@ private slots:
     }
 
 private:
-    QString write(const QString &name, const QByteArray &bytes);
+    QString write(const QString &name, const QByteArray &bytes) { return writeFile(m_dir.filePath(name), bytes); }
     QTemporaryDir m_dir;
 };
-
-QString tst_Language::write(const QString &name, const QByteArray &bytes)
-{
-    const QString path = m_dir.filePath(name);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
-        qFatal("cannot write %s", qPrintable(path));
-    return path;
-}
 
 QTEST_GUILESS_MAIN(tst_Language)
 #include "tst_language.moc"

@@ -70,21 +70,12 @@ private slots:
         QCOMPARE(measure("not in the text"), metrics.horizontalAdvance("not in the text"));
     }
 
-    void linesBelow_data()
-    {
-        columns<int, int, int, int>("count", "first", "rows", "below");
-        QTest::newRow("all shown") << 3 << 0 << 4 << 0;
-        QTest::newRow("two below") << 6 << 0 << 4 << 2;
-        QTest::newRow("scrolled to the end") << 6 << 2 << 4 << 0;
-        QTest::newRow("no whole row") << 3 << 0 << 0 << 3;
-    }
-
     void linesBelow()
     {
-        QFETCH(int, count);
-        QFETCH(int, first);
-        QFETCH(int, rows);
-        QTEST(dayvex::linesBelow(count, first, rows), "below");
+        QCOMPARE(dayvex::linesBelow(3, 0, 4), 0); // all shown
+        QCOMPARE(dayvex::linesBelow(6, 0, 4), 2);
+        QCOMPARE(dayvex::linesBelow(6, 2, 4), 0); // scrolled to the end
+        QCOMPARE(dayvex::linesBelow(3, 0, 0), 3); // no whole row
     }
 
     void nowLine_data()
@@ -111,21 +102,14 @@ private slots:
             QVERIFY(qAbs(*line - offset) < 1e-6);
     }
 
-    void paneBeside_data()
-    {
-        columns<QRectF, QRectF>("item", "pane");
-        const QRectF room(0, 0, 8000, 6000);
-        // a pane of 3000 x 1500 in a grid of 8000 x 6000 twips
-        QTest::newRow("right of the box") << QRectF(1000, 2000, 1500, 600) << QRectF(2500, 2000, 3000, 1500);
-        QTest::newRow("left where the right is short") << QRectF(6000, 2000, 1500, 600) << QRectF(3000, 2000, 3000, 1500);
-        QTest::newRow("up from the bottom") << QRectF(1000, 5500, 1500, 300) << QRectF(2500, 4500, 3000, 1500);
-        QTest::newRow("over a box as wide as the grid") << QRectF(0, 0, 8000, 600) << QRectF(0, 0, 3000, 1500);
-    }
-
     void paneBeside()
     {
-        QFETCH(QRectF, item);
-        QTEST(detail::besideItem(item, QSizeF(3000, 1500), QRectF(0, 0, 8000, 6000)), "pane");
+        // a pane of 3000 x 1500 in a grid of 8000 x 6000 twips
+        const auto pane = [](const QRectF &item) { return detail::besideItem(item, QSizeF(3000, 1500), QRectF(0, 0, 8000, 6000)); };
+        QCOMPARE(pane(QRectF(1000, 2000, 1500, 600)), QRectF(2500, 2000, 3000, 1500)); // right of the box
+        QCOMPARE(pane(QRectF(6000, 2000, 1500, 600)), QRectF(3000, 2000, 3000, 1500)); // left, the right being short
+        QCOMPARE(pane(QRectF(1000, 5500, 1500, 300)), QRectF(2500, 4500, 3000, 1500)); // up from the bottom
+        QCOMPARE(pane(QRectF(0, 0, 8000, 600)), QRectF(0, 0, 3000, 1500)); // over a box as wide as the grid
     }
 
     void paneAboveList()

@@ -67,62 +67,52 @@ private slots:
         QVERIFY(popups().isEmpty()); // the pop-ups go with their control
     }
 
-    void dueAlarms_data()
+    // A tick offers each due alarm to the host in due order and, unless the host
+    // takes it over or pop-ups are off, opens its pop-up with a sound; a cancel ends the tick.
+    void oneTick_data()
     {
-        columns<Date, bool, bool>("due", "showing", "fires");
-        QTest::newRow("now") << Date::fromDateTime(Now) << false << true;
-        QTest::newRow("an hour ago") << at(2000, 12, 3, 9, 0) << false << true;
-        QTest::newRow("a minute from now") << at(2000, 12, 3, 10, 1, 30) << false << false;
-        QTest::newRow("empty date") << Date(0.0) << false << false;
-        QTest::newRow("marked showing") << at(2000, 12, 3, 9, 0) << true << false;
+        // answer: 0 none, 1 cancel, 2 the host snoozes it an hour and takes it over
+        columns<Date, bool, int, bool, QStringList, int>("due", "showing", "answer", "popUpsOff", "offered", "opened");
+        const Date nine = at(2000, 12, 3, 9, 0);
+        const QStringList both{"S1", "T7"}, toDo{"T7"}; // the to-do's alarm is due at 09:30
+        QTest::newRow("now") << Date::fromDateTime(Now) << false << 0 << false << QStringList{"T7", "S1"} << 2;
+        QTest::newRow("an hour ago") << nine << false << 0 << false << both << 2;
+        QTest::newRow("a minute from now") << at(2000, 12, 3, 10, 1, 30) << false << 0 << false << toDo << 1;
+        QTest::newRow("empty date") << Date(0.0) << false << 0 << false << toDo << 1;
+        QTest::newRow("marked showing") << nine << true << 0 << false << toDo << 1;
+        QTest::newRow("cancel ends the tick") << nine << false << 1 << false << QStringList{"S1"} << 0;
+        QTest::newRow("taken over") << nine << false << 2 << false << both << 0;
+        QTest::newRow("pop-ups off") << nine << false << 0 << true << both << 0;
     }
 
-    void dueAlarms()
+    void oneTick()
     {
         QFETCH(Date, due);
         QFETCH(bool, showing);
-        QFETCH(bool, fires);
+        QFETCH(int, answer);
+        QFETCH(bool, popUpsOff);
+        QFETCH(QStringList, offered);
+        QFETCH(int, opened);
         addAppointment("1", Date());
-        m_data->Alarms()->Add("S1", "S", "1", due, false, "S1")->Showing = showing;
-        zntDayvexPrivate::get(&*m_control)->scanAlarms();
-        QCOMPARE(m_offered, fires ? QStringList{"S1"} : QStringList{});
-        QCOMPARE(popups().size(), fires ? 1 : 0);
-        QCOMPARE(m_sound->played, fires ? QStringList{"ding.wav"} : QStringList{});
-    }
-
-    void cancelEndsTheTick()
-    {
-        addAppointment("1", at(2000, 12, 3, 9, 0));
-        addAppointment("2", at(2000, 12, 3, 9, 30));
-        m_answer = [](std::shared_ptr<Alarm> &, bool &, bool &Cancel) { Cancel = true; };
-        zntDayvexPrivate::get(&*m_control)->scanAlarms();
-        QCOMPARE(m_offered, QStringList{"S1"});
-        QVERIFY(popups().isEmpty());
-    }
-
-    void popUpsOff()
-    {
-        addAppointment("1", at(2000, 12, 3, 9, 0));
         addToDo(at(2000, 12, 3, 9, 0));
-        m_control->setDisableReminderPopUp(true);
-        zntDayvexPrivate::get(&*m_control)->scanAlarms();
-        zntDayvexPrivate::get(&*m_control)->scanAlarms();
-        QCOMPARE(m_offered, QStringList({"S1", "T7", "S1", "T7"}));
-        QVERIFY(popups().isEmpty());
-        QVERIFY(m_sound->played.isEmpty());
-    }
-
-    void hostTakesItOver()
-    {
-        addAppointment("1", at(2000, 12, 3, 9, 0));
-        m_answer = [](std::shared_ptr<Alarm> &alrm, bool &ExternalHandled, bool &) {
-            alrm->AlarmDateTime = alrm->AlarmDateTime.addMinutes(60);
-            ExternalHandled = true;
+        m_data->Alarms()->Add("S1", "S", "1", due, false, "S1")->Showing = showing;
+        m_control->setDisableReminderPopUp(popUpsOff);
+        m_answer = [answer](std::shared_ptr<Alarm> &alrm, bool &ExternalHandled, bool &Cancel) {
+            Cancel = answer == 1;
+            ExternalHandled = answer == 2;
+            if (ExternalHandled)
+                alrm->AlarmDateTime = alrm->AlarmDateTime.addMinutes(60);
         };
         zntDayvexPrivate::get(&*m_control)->scanAlarms();
-        QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(2000, 12, 3, 10, 0).value());
-        QVERIFY(popups().isEmpty());
-        QVERIFY(m_sound->played.isEmpty());
+        QCOMPARE(m_offered, offered);
+        QCOMPARE(popups().size(), opened);
+        QCOMPARE(m_sound->played, QStringList(opened, "ding.wav"));
+        if (answer == 2) // the record follows the alarm the host moved
+            QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(2000, 12, 3, 10, 0).value());
+        if (popUpsOff) { // none marked showing: all offered again
+            zntDayvexPrivate::get(&*m_control)->scanAlarms();
+            QCOMPARE(m_offered, offered + offered);
+        }
     }
 
     void openPopUpIsPassedOn()
@@ -329,14 +319,8 @@ private slots:
         auto le16 = [](quint16 v) { return QByteArray(reinterpret_cast<const char *>(&v), 2); };
         wav += le32(36 + 8000) + "WAVE" + "fmt " + le32(16) + le16(1) + le16(1) + le32(8000) + le32(8000) + le16(1)
                + le16(8) + "data" + le32(8000) + QByteArray(8000, char(128));
-        QFile good(dir.filePath("one.wav"));
-        QVERIFY(good.open(QIODevice::WriteOnly) && good.write(wav) == wav.size());
-        good.close();
-        QCOMPARE(wavDurationMs(good.fileName()), 1000);
-        QFile broken(dir.filePath("broken.wav"));
-        QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("RIFF....WAVEfmt ") > 0);
-        broken.close();
-        QCOMPARE(wavDurationMs(broken.fileName()), -1);
+        QCOMPARE(wavDurationMs(writeFile(dir.filePath("one.wav"), wav)), 1000);
+        QCOMPARE(wavDurationMs(writeFile(dir.filePath("broken.wav"), "RIFF....WAVEfmt ")), -1);
         QCOMPARE(wavDurationMs(dir.filePath("missing.wav")), -1);
     }
 

@@ -7,6 +7,7 @@
 #include <dayvex/platform/error.h>
 
 #include <QDateTime>
+#include <QFile>
 #include <QMetaProperty>
 #include <QTest>
 
@@ -65,6 +66,15 @@ QString fieldsOf(const Record &record)
                                                                       : value.toString());
     }
     return out.join('|');
+}
+
+// Writes bytes to path, whole, and gives the path back.
+inline QString writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(path));
+    return path;
 }
 
 #ifdef QT_WIDGETS_LIB
@@ -215,6 +225,18 @@ public:
         QObject::connect(c, &zntDayvex::ValidateToDo, c, validate<ToDo>("ValidateToDo"));
     }
 };
+
+inline AgendaGrid *agendaGrid(const QWidget *control) { return control->findChild<AgendaGrid *>("Lista"); }
+inline ToDoGrid *toDoGrid(const QWidget *control) { return control->findChild<ToDoGrid *>("DaFare"); }
+
+// The box of the appointment with key among the grid's, or null.
+inline AppointmentBox *boxOf(const AgendaGrid *grid, const QString &key)
+{
+    for (int i = 0; i < grid->boxCount(); ++i)
+        if (grid->box(i)->entry().key == key)
+            return grid->box(i);
+    return nullptr;
+}
 
 template <typename Widget>
 Widget *field(QWidget *form, const char *name)
