@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QComboBox>
 #include <QTreeWidget>
 
 #include <stdexcept>
@@ -216,7 +217,8 @@ private slots:
         QCOMPARE(m_sound->played.size(), 1);
 
         lines->setCurrentItem(lines->topLevelItem(1));
-        window->snoozeChosen(15);
+        window->findChild<QComboBox *>("cbSnooze")->setCurrentIndex(2); // 15 minutes
+        QTest::keyClick(window, Qt::Key_Escape);
         QCOMPARE(changes, QStringList{"2"});
         QCOMPARE(m_data->Schedules()->Item("2")->ReminderDate.value(), now().addMinutes(15).value());
         QVERIFY(!window->lists("S2"));
@@ -239,10 +241,10 @@ private slots:
         QCOMPARE(changes, QStringList({"2", "4"}));
         QCOMPARE(m_data->Schedules()->Item("4")->ReminderDate.value(), 0.0);
 
-        // Closing by the frame snoozes the rest for the chosen time.
+        // Closing by the frame snoozes the rest for the time still chosen.
         window->close();
         QCOMPARE(changes.size(), 2 + 22);
-        QCOMPARE(m_data->Schedules()->Item("25")->ReminderDate.value(), now().addMinutes(5).value());
+        QCOMPARE(m_data->Schedules()->Item("25")->ReminderDate.value(), now().addMinutes(15).value());
         zntDayvexPrivate::get(&*m_control)->scanAlarms();
         QVERIFY(!window->isVisible());
     }

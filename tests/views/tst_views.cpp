@@ -403,29 +403,34 @@ private slots:
     // vetoes every command; Classic leaves them to the grid.
     void modernKeys_data()
     {
-        columns<bool, bool, QKeySequence, int, Date, QStringList>("modern", "inToDos", "keys", "view", "startDay",
-                                                                  "events");
+        // row: the current cell's (Sunday's column) in the grid; selected: the key selected after
+        columns<bool, bool, QKeySequence, int, int, Date, QStringList, QString>("modern", "inToDos", "keys", "row",
+                                                                                "view", "startDay", "events",
+                                                                                "selected");
         const Date sunday = at(2000, 12, 3);
-        QTest::newRow("Ctrl+3: month") << true << false << QKeySequence("Ctrl+3") << 3 << sunday << QStringList{};
-        QTest::newRow("Ctrl+1 in the to-dos: day") << true << true << QKeySequence("Ctrl+1") << 1 << sunday
-                                                   << QStringList{};
-        QTest::newRow("Page Down: next week") << true << false << QKeySequence("PgDown") << 2 << at(2000, 12, 10)
-                                              << QStringList{};
-        QTest::newRow("Ctrl+3, Page Up: last month") << true << false << QKeySequence("Ctrl+3, PgUp") << 3
-                                                     << at(2000, 11, 3) << QStringList{};
-        QTest::newRow("Page Up, Ctrl+T: today") << true << false << QKeySequence("PgUp, Ctrl+T") << 2 << today()
-                                                << QStringList{};
-        QTest::newRow("Ctrl+N, vetoed") << true << false << QKeySequence("Ctrl+N") << 2 << sunday
-                                        << QStringList{"BeforeScheduleAdd"};
+        const QStringList none;
+        auto row = [&](const char *name, bool modern, bool inToDos, const char *keys, int cell, int view, Date day,
+                       const QStringList &events, const char *selected = "") {
+            QTest::newRow(name) << modern << inToDos << QKeySequence(keys) << cell << view << day << events
+                                << QString(selected);
+        };
+        row("Ctrl+3: month", true, false, "Ctrl+3", 30, 3, sunday, none);
+        row("Ctrl+1 in the to-dos: day", true, true, "Ctrl+1", 30, 1, sunday, none);
+        row("Page Down: next week", true, false, "PgDown", 30, 2, at(2000, 12, 10), none);
+        row("Ctrl+3, Page Up: last month", true, false, "Ctrl+3, PgUp", 30, 3, at(2000, 11, 3), none);
+        row("Page Up, Ctrl+T: today", true, false, "PgUp, Ctrl+T", 30, 2, today(), none);
+        row("Ctrl+N, vetoed", true, false, "Ctrl+N", 30, 2, sunday, {"BeforeScheduleAdd"});
         // A new to-do asks with the "change" event, as the menu's entry does.
-        QTest::newRow("Ctrl+Shift+N, vetoed") << true << false << QKeySequence("Ctrl+Shift+N") << 2 << sunday
-                                              << QStringList{"BeforeTodoChange"};
-        QTest::newRow("Space, vetoed") << true << true << QKeySequence("Space") << 2 << sunday
-                                       << QStringList{"BeforeTodoSetComplete"};
-        QTest::newRow("Insert, vetoed") << true << true << QKeySequence("Ins") << 2 << sunday
-                                        << QStringList{"BeforeTodoChange"};
-        QTest::newRow("classic: Ctrl+3") << false << false << QKeySequence("Ctrl+3") << 2 << sunday << QStringList{};
-        QTest::newRow("classic: Space") << false << true << QKeySequence("Space") << 2 << sunday << QStringList{};
+        row("Ctrl+Shift+N, vetoed", true, false, "Ctrl+Shift+N", 30, 2, sunday, {"BeforeTodoChange"});
+        row("Space, vetoed", true, true, "Space", 30, 2, sunday, {"BeforeTodoSetComplete"}, "t1");
+        row("Insert, vetoed", true, true, "Ins", 30, 2, sunday, {"BeforeTodoChange"});
+        row("Enter on a box, vetoed", true, false, "Return", 18, 2, sunday, {"BeforeScheduleChange"}, "a");
+        row("Delete on a box, vetoed", true, false, "Del", 19, 2, sunday, {"BeforeScheduleDelete"}, "a");
+        row("Enter on an empty slot", true, false, "Return", 30, 2, sunday, {"BeforeScheduleAdd"});
+        row("Ctrl+Down: the first appointment", true, false, "Ctrl+Down", 30, 2, sunday, none, "a");
+        row("classic: Ctrl+3", false, false, "Ctrl+3", 10, 2, sunday, none);
+        row("classic: Space", false, true, "Space", 10, 2, sunday, none);
+        row("classic: Enter on a box", false, false, "Return", 2, 2, sunday, none);
     }
 
     void modernKeys()
@@ -433,12 +438,16 @@ private slots:
         QFETCH(bool, modern);
         QFETCH(bool, inToDos);
         QFETCH(QKeySequence, keys);
+        QFETCH(int, row);
+        addAppointment(*m_data, "a", at(2000, 12, 3, 9, 0), 60);
         m_data->ToDoS()->Add("t1", {}, "Call", {}, Date(), 1, "P", false, Date(), Date());
         m_control->setPresentation(modern ? zntDayvex::Modern : zntDayvex::Classic);
         m_control->Refresh(zntPlanShowWeek);
         QWidget *target = inToDos ? static_cast<QWidget *>(daFare()) : lista();
         if (inToDos)
             daFare()->setCurrentCell(0, 3);
+        else
+            lista()->setCurrentCell(row, 8);
         QApplication::setActiveWindow(m_control.get());
         target->setFocus();
         m_host.log.clear();
@@ -447,7 +456,8 @@ private slots:
         QTEST(int(m_control->CurrentView()), "view");
         QTEST(m_control->StartDay().datePart(), "startDay");
         QTEST(m_host.log, "events");
-        QVERIFY(!m_data->ToDoS()->Item("t1")->Done);
+        QTEST(m_control->selectedKey(), "selected");
+        QVERIFY(!m_data->ToDoS()->Item("t1")->Done && m_data->Schedules()->find("a"));
     }
 
     // Every part a reader can reach has a name; boxes and cells say what and when.

@@ -11,6 +11,7 @@
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -219,6 +220,21 @@ void RemindersWindow::dismissChosen()
 void RemindersWindow::dismissAll()
 {
     act(listedAlarms(), Date());
+}
+
+void RemindersWindow::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Escape:
+        snoozeChosen(m_snoozeFor->currentData().toInt());
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        openChosen();
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+    }
 }
 
 void RemindersWindow::closeEvent(QCloseEvent *event)

@@ -44,6 +44,8 @@ public:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    // Esc snoozes the chosen lines for the time chosen; Enter opens the first.
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     void act(const QStringList &alarmKeys, Date when);

@@ -213,6 +213,18 @@ AgendaGrid::AgendaGrid(QWidget *parent)
 
 void AgendaGrid::keyPressEvent(QKeyEvent *event)
 {
+    if (m_modern) {
+        const bool control = event->modifiers() & Qt::ControlModifier;
+        if (control && (event->key() == Qt::Key_Down || event->key() == Qt::Key_Up)) {
+            emit appointmentStepped(event->key() == Qt::Key_Down ? 1 : -1);
+            return;
+        }
+        if (!control && currentIndex().isValid()
+            && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Delete)) {
+            emit cellKeyPressed(event->key());
+            return;
+        }
+    }
     const QModelIndex before = currentIndex();
     ViewGrid::keyPressEvent(event);
     if (currentIndex() != before)
@@ -257,6 +269,15 @@ void AgendaGrid::paintEvent(QPaintEvent *event)
         painter.setPen(palette().color(QPalette::ButtonText));
         painter.drawText(marker.rect, Qt::AlignHCenter | Qt::AlignTop, QStringLiteral("+%1").arg(marker.count));
     }
+}
+
+AppointmentBox *AgendaGrid::boxAtCell(int row, int column) const
+{
+    const QPoint middle = visualRect(model()->index(row, column)).center();
+    for (int i = 0; i < m_boxCount; ++i)
+        if (m_boxes[size_t(i)]->isVisible() && m_boxes[size_t(i)]->geometry().contains(middle))
+            return m_boxes[size_t(i)];
+    return nullptr;
 }
 
 std::optional<Date> AgendaGrid::markerDayAt(const QPoint &pos) const

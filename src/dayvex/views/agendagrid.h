@@ -109,6 +109,8 @@ public:
     void placeSegments(qint16 step, int workStart, int workEnd);
     // Row heights that let the working rows fill the viewport, down to what a line of text needs.
     void stretchRows(int workRows);
+    // The shown box over the middle of a cell, as the keyboard finds the appointment at the current cell.
+    AppointmentBox *boxAtCell(int row, int column) const;
     // The "+N" markers of the last placing: where each stands and how many boxes it stands for.
     struct Marker
     {
@@ -138,6 +140,10 @@ signals:
     void viewportResized();
     // The keyboard moved the current cell.
     void keyboardMoved();
+    // Enter or Delete on the current cell, and Ctrl+Down or Ctrl+Up (direction 1
+    // or -1) for the next or previous appointment in time.
+    void cellKeyPressed(int key);
+    void appointmentStepped(int direction);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

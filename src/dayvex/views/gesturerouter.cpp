@@ -1,5 +1,10 @@
 #include "gesturerouter.h"
 
+#include <QAccessible>
+#include <QScrollBar>
+
+#include <algorithm>
+
 #include "agendagrid.h"
 #include "appointmentbox.h"
 #include "daylist.h"
@@ -42,6 +47,9 @@ GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *gr
         m_selection.listaColumn = m_grid->currentColumn();
         runFromUser([this] { m_host.gridCellChosen(); });
     });
+    connect(m_grid, &AgendaGrid::cellKeyPressed, this, [this](int key) { runFromUser([&] { onCellKey(key); }); });
+    connect(m_grid, &AgendaGrid::appointmentStepped, this,
+            [this](int direction) { runFromUser([&] { stepAppointment(direction); }); });
     connect(m_grid, &AgendaGrid::boxCreated, this, [this](AppointmentBox *box) { watchBox(box); });
     connect(m_grid, &AgendaGrid::dayListCreated, this, [this](DayList *list) { watchDayList(list); });
 
@@ -167,6 +175,67 @@ void GestureRouter::onGridReleased(const QPoint &pos, Qt::MouseButton button, co
     // popup() returns at once: the redrawn day shows while the menu is open.
     if (button == Qt::RightButton && !m_host.menusDisabled())
         m_host.popUpAppointmentMenu(false, globalPos);
+}
+
+void GestureRouter::onCellKey(int key)
+{
+    const bool enter = key != Qt::Key_Delete;
+    const int row = m_grid->currentRow();
+    const int column = m_grid->currentColumn();
+    // The appointment at the cell: a box in the day and week views, the day's first line in the month.
+    QString held;
+    if (const std::optional<Date> day = m_grid->monthCellDate(row, column)) {
+        for (int i = 0; i < m_grid->dayListCount(); ++i)
+            if (m_grid->dayListDate(i) == *day && !m_grid->dayListEntries(i).empty())
+                held = m_grid->dayListEntries(i).front().key;
+    } else if (const AppointmentBox *box = m_grid->boxAtCell(row, column)) {
+        held = box->entry().key;
+    }
+    if (!held.isEmpty()) {
+        select(ViewSelection::Kind::Appointment, held);
+        m_host.runGestureCommand(enter ? Command::ModifyAppointment : Command::DeleteAppointment);
+    } else if (enter) {
+        // A new one over the cell, as the menu's entry proposes it.
+        m_host.gridCellChosen();
+        m_host.runGestureCommand(Command::NewAppointment);
+    }
+}
+
+void GestureRouter::stepAppointment(int direction)
+{
+    std::vector<AppointmentBox *> shown;
+    for (int i = 0; i < m_grid->boxCount(); ++i)
+        if (m_grid->box(i)->isVisible())
+            shown.push_back(m_grid->box(i));
+    if (shown.empty())
+        return;
+    // In time order, then left to right: the order a person reads the day in.
+    std::stable_sort(shown.begin(), shown.end(), [](const AppointmentBox *a, const AppointmentBox *b) {
+        if (a->entry().start != b->entry().start)
+            return a->entry().start < b->entry().start;
+        return a->x() < b->x();
+    });
+    auto at = std::find_if(shown.begin(), shown.end(), [this](const AppointmentBox *box) {
+        return box->entry().key == m_selection.appointmentKey;
+    });
+    if (at == shown.end())
+        at = direction > 0 ? shown.begin() : shown.end() - 1;
+    else if ((direction > 0 && at + 1 == shown.end()) || (direction < 0 && at == shown.begin()))
+        return;
+    else
+        at += direction;
+    AppointmentBox *box = *at;
+    // Out of sight, the grid scrolls to it as the user's own scrolling would.
+    const int rowHeight = qMax(1, m_grid->rowHeight(0));
+    if (box->y() < 0 || box->y() + rowHeight > m_grid->viewport()->height()) {
+        QScrollBar *bar = m_grid->verticalScrollBar();
+        bar->setSliderPosition(bar->value() + box->y() / rowHeight - 1);
+        bar->triggerAction(QAbstractSlider::SliderMove);
+    }
+    box->setFocus(Qt::TabFocusReason);
+    showBoxDetails(box);
+    QAccessibleEvent focused(box, QAccessible::Focus);
+    QAccessible::updateAccessibility(&focused);
 }
 
 void GestureRouter::showBoxDetails(AppointmentBox *box)

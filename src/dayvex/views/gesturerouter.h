@@ -69,6 +69,11 @@ private:
     void watchAppointmentGestures(const ItemGestures *gestures, std::function<bool()> select);
     void onGridReleased(const QPoint &pos, Qt::MouseButton button, const QPoint &globalPos);
     void showBoxDetails(AppointmentBox *box);
+    // Modern's keys in the grid: Enter opens the appointment at the current cell
+    // or proposes a new one there, Delete deletes it; a step selects the next or
+    // previous appointment in time.
+    void onCellKey(int key);
+    void stepAppointment(int direction);
     bool selectDayLine(int index);
     void showDayListDetails(int index);
     void showToDoDetails(int row);
