@@ -428,6 +428,7 @@ private slots:
         row("Delete on a box, vetoed", true, false, "Del", 19, 2, sunday, {"BeforeScheduleDelete"}, "a");
         row("Enter on an empty slot", true, false, "Return", 30, 2, sunday, {"BeforeScheduleAdd"});
         row("Ctrl+Down: the first appointment", true, false, "Ctrl+Down", 30, 2, sunday, none, "a");
+        row("Shift+F10 on a box: its menu", true, false, "Shift+F10", 18, 2, sunday, none, "a");
         row("classic: Ctrl+3", false, false, "Ctrl+3", 10, 2, sunday, none);
         row("classic: Space", false, true, "Space", 10, 2, sunday, none);
         row("classic: Enter on a box", false, false, "Return", 2, 2, sunday, none);

@@ -10,6 +10,8 @@
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPaintEvent>
+#include <QContextMenuEvent>
+#include <QCursor>
 #include <QKeyEvent>
 #include <QLocale>
 #include <QPainter>
@@ -214,6 +216,12 @@ AgendaGrid::AgendaGrid(QWidget *parent)
 void AgendaGrid::keyPressEvent(QKeyEvent *event)
 {
     if (m_modern) {
+        if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+            // The other menu key: what the menu key does.
+            QContextMenuEvent menu(QContextMenuEvent::Keyboard, QPoint(), QCursor::pos());
+            contextMenuEvent(&menu);
+            return;
+        }
         const bool control = event->modifiers() & Qt::ControlModifier;
         if (control && (event->key() == Qt::Key_Down || event->key() == Qt::Key_Up)) {
             emit appointmentStepped(event->key() == Qt::Key_Down ? 1 : -1);

@@ -167,6 +167,14 @@ void GestureRouter::onGridReleased(const QPoint &pos, Qt::MouseButton button, co
         }
     }
     const auto [row, column] = m_grid->cellAt(pos);
+    // The menu key over a box (a mouse there reaches the box): the box's menu, as its right click.
+    if (button == Qt::RightButton && m_host.modernGestures() && row >= 0 && column >= 0) {
+        if (const AppointmentBox *box = m_grid->boxAtCell(row, column)) {
+            select(ViewSelection::Kind::Appointment, box->entry().key);
+            m_host.popUpAppointmentMenu(true, globalPos);
+            return;
+        }
+    }
     if (row >= 0 && column >= 0)
         m_grid->setCurrentCell(row, column);
     m_selection.listaRow = m_grid->currentRow();

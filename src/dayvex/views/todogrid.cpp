@@ -9,6 +9,8 @@
 #include <dayvex/views/cachedtextdelegate.h>
 #include <dayvex/layout/todoorder.h>
 
+#include <QContextMenuEvent>
+#include <QCursor>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QKeyEvent>
@@ -215,6 +217,11 @@ void ToDoGrid::keyPressEvent(QKeyEvent *event)
     }
     if (event->key() == Qt::Key_Delete && currentRow() >= 0) {
         emit deletePressed(currentRow());
+        return;
+    }
+    if (m_stretch && event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+        QContextMenuEvent menu(QContextMenuEvent::Keyboard, QPoint(), QCursor::pos());
+        contextMenuEvent(&menu);
         return;
     }
     if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier && currentRow() >= 0) {
