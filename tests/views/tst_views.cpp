@@ -472,6 +472,8 @@ private slots:
         QCOMPARE(box->text(QAccessible::Name), "Dentist, Tuesday 28 November, 09:00 to 09:30, Via Roma 3");
         QAccessibleInterface *cell = QAccessible::queryAccessibleInterface(lista())->tableInterface()->cellAt(3, 4);
         QCOMPARE(cell->text(QAccessible::Name), "Wednesday 29 November, 09:30");
+        cell = QAccessible::queryAccessibleInterface(lista())->tableInterface()->cellAt(2, 3);
+        QCOMPARE(cell->text(QAccessible::Name), "Tuesday 28 November, 09:00, " + box->text(QAccessible::Name));
         QAccessibleInterface *todo = QAccessible::queryAccessibleInterface(daFare())->tableInterface()->cellAt(0, 3);
         QCOMPARE(todo->text(QAccessible::Name), "Call the bank, priority 2, Casa, done");
         m_control->Refresh(zntPlanShowMonth);

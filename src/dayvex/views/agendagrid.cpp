@@ -690,8 +690,13 @@ QString AgendaGrid::cellDescription(int row, int column) const
                          + (label.minutes.isEmpty() ? QStringLiteral("00") : label.minutes);
     if (column < 2 || m_days <= 0 || !m_firstDay.isValid())
         return time;
-    return tr("%1, %2").arg(locale.toString(m_firstDay.addDays(column - 2).toDate(), QStringLiteral("dddd d MMMM")),
-                            time);
+    // The slot, then what stands on it: a reader walking the cells hears the appointments too.
+    QStringList parts{locale.toString(m_firstDay.addDays(column - 2).toDate(), QStringLiteral("dddd d MMMM")), time};
+    const QRect cell = visualRect(model()->index(row, column));
+    for (int i = 0; i < m_boxCount; ++i)
+        if (m_boxes[size_t(i)]->isVisible() && m_boxes[size_t(i)]->geometry().intersects(cell))
+            parts << m_boxes[size_t(i)]->accessibleText();
+    return parts.join(QStringLiteral(", "));
 }
 
 SlotLabel AgendaGrid::rowLabel(int row) const

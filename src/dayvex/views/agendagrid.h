@@ -48,8 +48,8 @@ public:
 
     // Rebuilds the time rows, one per label.
     void setTimeRows(const std::vector<SlotLabel> &labels);
-    // What a screen reader hears of a cell: a slot's day and time, a month date
-    // with its count of appointments.
+    // What a screen reader hears of a cell: a slot's day and time and the
+    // appointments on it, a month date with its count of appointments.
     QString cellDescription(int row, int column) const;
     // What a row's time columns show; empty texts for a row without them.
     SlotLabel rowLabel(int row) const;
