@@ -464,6 +464,7 @@ private slots:
     // Every part a reader can reach has a name; boxes and cells say what and when.
     void accessibleNames()
     {
+
         addAppointment(*m_data, "Dentist", at(QDate(2000, 11, 28), 9), 30);
         m_data->Schedules()->Item("Dentist")->Place = "Via Roma 3";
         m_data->ToDoS()->Add("t1", {}, "Call the bank", {}, Date(), 2, "Casa", true, Date(), Date());
@@ -479,6 +480,20 @@ private slots:
         m_control->Refresh(zntPlanShowMonth);
         cell = QAccessible::queryAccessibleInterface(lista())->tableInterface()->cellAt(0, 3);
         QCOMPARE(cell->text(QAccessible::Name), "Tuesday 28 November 2000, 1 appointment");
+        // Last: with no reader active, a table keeps the cell interfaces it handed out.
+        QStringList unnamed;
+        std::function<void(QAccessibleInterface *, int)> walk = [&](QAccessibleInterface *node, int depth) {
+            if (!node || depth > 30)
+                return;
+            const QAccessible::State state = node->state();
+            if (state.focusable && !state.invisible && node->text(QAccessible::Name).trimmed().isEmpty())
+                unnamed << QString("%1 %2").arg(node->object() ? node->object()->metaObject()->className() : "?",
+                                                 node->object() ? node->object()->objectName() : "");
+            for (int i = 0; i < node->childCount(); ++i)
+                walk(node->child(i), depth + 1);
+        };
+        walk(QAccessible::queryAccessibleInterface(m_control.get()), 0);
+        QVERIFY2(unnamed.isEmpty(), qPrintable(unnamed.join(", ")));
     }
 
     void monthSelection()

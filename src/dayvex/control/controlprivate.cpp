@@ -195,7 +195,9 @@ void zntDayvexPrivate::createChildren()
     QObject::connect(m_sideToggle, &QToolButton::clicked, q, [this] { q->setSideColumnCollapsed(!m_sideCollapsed); });
 
     m_lista = new AgendaGrid(q);
+    m_lista->setAccessibleName(QObject::tr("Appointments"));
     m_daFare = new ToDoGrid(q);
+    m_daFare->setAccessibleName(QObject::tr("To do activities"));
 
     m_calendar = new MonthCalendar(q);
     m_calendar->setObjectName(QStringLiteral("Calendar"));

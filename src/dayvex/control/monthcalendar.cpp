@@ -17,6 +17,10 @@ MonthCalendar::MonthCalendar(QWidget *parent)
         month->setFirstDayOfWeek(Qt::Monday);
         month->setVerticalHeaderFormat(QCalendarWidget::NoVerticalHeader);
         month->setGridVisible(false);
+        // A reader names the month's days by their cells; the widget and its table by what they are.
+        month->setAccessibleName(tr("Month calendar"));
+        if (QWidget *days = month->findChild<QWidget *>(QStringLiteral("qt_calendar_calendarview")))
+            days->setAccessibleName(tr("Days of the month"));
         layout->addWidget(month);
         connect(month, &QCalendarWidget::clicked, this, [this, month](const QDate &date) {
             select(month);

@@ -675,7 +675,11 @@ bool AgendaGrid::showsTimeRows(const std::vector<SlotLabel> &labels) const
 QString AgendaGrid::cellDescription(int row, int column) const
 {
     const QLocale locale;
-    if (const std::optional<Date> date = monthCellDate(row, column)) {
+    // A month's list row is read as the date above it.
+    std::optional<Date> date = monthCellDate(row, column);
+    if (!date && row > 0 && m_days == 0)
+        date = monthCellDate(row - 1, column);
+    if (date) {
         int count = 0;
         for (int i = 0; i < m_listCount; ++i)
             if (m_lists[size_t(i)].day == *date)
