@@ -168,6 +168,20 @@ private:
     std::function<void(QPainter &, const QRect &)> m_paint;
     std::function<void(const QPoint &)> m_clicked;
 };
+// Paints the first count boxes that are shown and meet area, each at its place.
+void paintBoxes(QPainter &painter, const QRect &area, const std::vector<AppointmentBox *> &boxes, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        AppointmentBox *box = boxes[size_t(i)];
+        if (box->isHidden() || !area.intersects(box->geometry()))
+            continue;
+        painter.save();
+        painter.translate(box->pos());
+        painter.setFont(box->font());
+        box->paintBox(painter);
+        painter.restore();
+    }
+}
 } // namespace
 
 AgendaGrid::AgendaGrid(QWidget *parent)
@@ -258,16 +272,7 @@ void AgendaGrid::paintEvent(QPaintEvent *event)
         }
     }
     // The boxes over the cells, in drawing order.
-    for (int i = 0; i < m_boxCount; ++i) {
-        AppointmentBox *box = m_boxes[size_t(i)];
-        if (box->isHidden() || !event->rect().intersects(box->geometry()))
-            continue;
-        painter.save();
-        painter.translate(box->pos());
-        painter.setFont(box->font());
-        box->paintBox(painter);
-        painter.restore();
-    }
+    paintBoxes(painter, event->rect(), m_boxes, m_boxCount);
     for (const Marker &marker : m_markers) {
         if (!event->rect().intersects(marker.rect))
             continue;
@@ -482,16 +487,7 @@ void AgendaGrid::paintAllDay(QPainter &painter, const QRect &rect)
         painter.drawLine(x, 0, x, m_strip->height());
     }
     painter.drawLine(0, m_strip->height() - 1, m_strip->width(), m_strip->height() - 1);
-    for (int i = 0; i < m_barCount; ++i) {
-        AppointmentBox *bar = m_bars[size_t(i)];
-        if (bar->isHidden() || !rect.intersects(bar->geometry()))
-            continue;
-        painter.save();
-        painter.translate(bar->pos());
-        painter.setFont(bar->font());
-        bar->paintBox(painter);
-        painter.restore();
-    }
+    paintBoxes(painter, rect, m_bars, m_barCount);
     const auto drawMarker = [&](const QRect &area, const QString &text) {
         painter.setPen(palette().color(QPalette::Mid));
         painter.setBrush(palette().color(QPalette::Button));
