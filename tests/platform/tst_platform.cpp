@@ -1,4 +1,5 @@
 #include <dayvextest.h>
+#include <dayvex/platform/color.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/platform/keyedcollection.h>
 
@@ -216,6 +217,18 @@ private slots:
             QCOMPARE(date->toDateTime(), expected);
         else
             QVERIFY_THROWS_EXCEPTION(Error, dayvex::toDate(text, order));
+    }
+
+    // Box text on any colour reads at 4.5:1 at least; the ratio itself by two known pairs.
+    void textContrast()
+    {
+        QCOMPARE(qRound(contrastRatio(Qt::black, Qt::white) * 10), 210);
+        QCOMPARE(qRound(contrastRatio(QColor(0x77, 0x77, 0x77), Qt::white) * 100), 448);
+        for (int r = 0; r < 256; r += 17)
+            for (int g = 0; g < 256; g += 17)
+                for (int b = 0; b < 256; b += 17)
+                    QVERIFY2(contrastRatio(contrastingText(QColor(r, g, b)), QColor(r, g, b)) >= 4.5,
+                             qPrintable(QColor(r, g, b).name()));
     }
 
     void positionsAndKeys()

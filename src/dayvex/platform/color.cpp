@@ -1,5 +1,8 @@
 #include "color.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace dayvex {
 
 namespace {
@@ -44,11 +47,25 @@ QColor oleColor(quint32 value, const QPalette &palette)
     return QColor(int(value & 0xFF), int((value >> 8) & 0xFF), int((value >> 16) & 0xFF));
 }
 
+double relativeLuminance(const QColor &colour)
+{
+    const QColor rgb = colour.toRgb();
+    const auto linear = [](double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); };
+    return 0.2126 * linear(rgb.redF()) + 0.7152 * linear(rgb.greenF()) + 0.0722 * linear(rgb.blueF());
+}
+
+double contrastRatio(const QColor &a, const QColor &b)
+{
+    const double la = relativeLuminance(a);
+    const double lb = relativeLuminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
 QColor contrastingText(const QColor &background)
 {
-    const QColor rgb = background.toRgb();
-    const double luminance = 0.2126 * rgb.redF() + 0.7152 * rgb.greenF() + 0.0722 * rgb.blueF();
-    return luminance < 0.5 ? Qt::white : Qt::black;
+    // The one of the two that stands out more; the better of them always reaches 4.5:1.
+    return contrastRatio(background, Qt::white) > contrastRatio(background, Qt::black) ? QColor(Qt::white)
+                                                                                          : QColor(Qt::black);
 }
 
 } // namespace dayvex

@@ -11,7 +11,11 @@ namespace dayvex {
 // value, or 0x800000nn for system colour nn, taken from the palette.
 DAYVEX_CORE_EXPORT QColor oleColor(quint32 value, const QPalette &palette);
 
-// Black or white, whichever stands out more against background (by its luminance).
+// The relative luminance of a colour and the contrast ratio of two, as the
+// accessibility guidelines for the web define them (1:1 to 21:1).
+DAYVEX_CORE_EXPORT double relativeLuminance(const QColor &colour);
+DAYVEX_CORE_EXPORT double contrastRatio(const QColor &a, const QColor &b);
+// Black or white, whichever has the higher contrast ratio against background.
 DAYVEX_CORE_EXPORT QColor contrastingText(const QColor &background);
 
 // The system colours the views use.
