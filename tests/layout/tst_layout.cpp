@@ -33,46 +33,33 @@ class tst_Layout : public QObject
 {
     Q_OBJECT
 private slots:
-    void slotCount_data()
-    {
-        columns<QString, QString, int, int, QString, int>("start", "end", "step", "count", "storedStart", "storedStep");
-        QTest::newRow("defaults") << "08:00" << "20:00" << 30 << 25 << "08:00" << 30;
-        QTest::newRow("end off the step") << "08:00" << "20:10" << 30 << 26 << "08:00" << 30;
-        QTest::newRow("start after end") << "21:00" << "20:00" << 30 << 1 << "21:00" << 30;
-        QTest::newRow("equal") << "09:00" << "09:00" << 15 << 1 << "09:00" << 15;
-        QTest::newRow("no step") << "08:00" << "20:00" << 0 << 25 << "08:00" << 30;
-        QTest::newRow("bad start") << "25:99" << "09:00" << 30 << 3 << "08:00" << 30;
-    }
-
+    // The count of slots, then the start and step as slotCount leaves them.
     void slotCount()
     {
-        QFETCH(QString, start);
-        QFETCH(QString, end);
-        QFETCH(int, step);
-        qint16 s = qint16(step);
-        QTEST(dayvex::slotCount(start, end, s), "count");
-        QTEST(start, "storedStart");
-        QTEST(int(s), "storedStep");
-    }
-
-    void rows_data()
-    {
-        columns<QString, int, bool, int>("at", "step", "week", "row");
-        QTest::newRow("first slot") << "08:00" << 30 << false << 0;
-        QTest::newRow("on a slot") << "09:30" << 30 << false << 3;
-        QTest::newRow("week adds two") << "09:30" << 30 << true << 5;
-        QTest::newRow("before the day, cut toward zero") << "07:00" << 30 << false << -1;
-        QTest::newRow("late time pulled forward by 1450") << "19:45" << 30 << false << 24;
-        QTest::newRow("half a slot rounds up") << "08:15" << 30 << false << 1;
-        QTest::newRow("five-minute slots") << "16:20" << 5 << false << 101;
+        const auto slotsOf = [](QString start, QString end, int step) {
+            qint16 s = qint16(step);
+            const int count = dayvex::slotCount(start, end, s);
+            return QString("%1 %2 %3").arg(count).arg(start).arg(s);
+        };
+        QCOMPARE(slotsOf("08:00", "20:00", 30), "25 08:00 30");
+        QCOMPARE(slotsOf("08:00", "20:10", 30), "26 08:00 30"); // the end off the step
+        QCOMPARE(slotsOf("21:00", "20:00", 30), "1 21:00 30");  // the start after the end
+        QCOMPARE(slotsOf("09:00", "09:00", 15), "1 09:00 15");
+        QCOMPARE(slotsOf("08:00", "20:00", 0), "25 08:00 30"); // no step
+        QCOMPARE(slotsOf("25:99", "09:00", 30), "3 08:00 30"); // a bad start
     }
 
     void rows()
     {
-        QFETCH(QString, at);
-        QFETCH(int, step);
-        QFETCH(bool, week);
-        QTEST(timeRow(time(qPrintable(at)), time("08:00"), qint16(step), week), "row");
+        const auto row = [](const char *at, int step, bool week) {
+            return timeRow(time(at), time("08:00"), qint16(step), week);
+        };
+        QCOMPARE(row("08:00", 30, false), 0);
+        QCOMPARE(row("09:30", 30, true), 5); // the week adds two
+        QCOMPARE(row("07:00", 30, false), -1); // before the day, cut toward zero
+        QCOMPARE(row("19:45", 30, false), 24); // a late time pulled forward by 1450
+        QCOMPARE(row("08:15", 30, false), 1);  // half a slot rounds up
+        QCOMPARE(row("16:20", 5, false), 101);
     }
 
     void sideBySide_data()
@@ -211,24 +198,17 @@ private slots:
         QCOMPARE(entry.dates(), dates);
     }
 
-    void monthFirstCell_data()
-    {
-        columns<QDate, QDate>("shown", "firstCell");
-        // months starting on a Monday, midweek, late in the week and on a Sunday
-        QTest::newRow("Monday") << QDate(2026, 6, 15) << QDate(2026, 6, 1);
-        QTest::newRow("Wednesday") << QDate(2026, 4, 2) << QDate(2026, 3, 30);
-        QTest::newRow("Thursday") << QDate(2026, 1, 31) << QDate(2025, 12, 29);
-        QTest::newRow("Sunday, December 2000") << QDate(2000, 12, 3) << QDate(2000, 11, 27);
-    }
-
+    // Months starting on a Monday, midweek, late in the week and on a Sunday.
     void monthFirstCell()
     {
-        QFETCH(QDate, shown);
-        QFETCH(QDate, firstCell);
-        for (bool dayFirst : {true, false})
-            QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
-        const DateRange range = viewRange(3, Date::fromDate(shown), true);
-        QCOMPARE(range.to.toDate(), firstCell.addDays(35));
+        for (const auto &[shown, firstCell] : {std::pair{QDate(2026, 6, 15), QDate(2026, 6, 1)},
+                                               std::pair{QDate(2026, 4, 2), QDate(2026, 3, 30)},
+                                               std::pair{QDate(2026, 1, 31), QDate(2025, 12, 29)},
+                                               std::pair{QDate(2000, 12, 3), QDate(2000, 11, 27)}}) {
+            for (bool dayFirst : {true, false})
+                QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
+            QCOMPARE(viewRange(3, Date::fromDate(shown), true).to.toDate(), firstCell.addDays(35));
+        }
     }
 
     void hourRuns()

@@ -78,28 +78,16 @@ private slots:
         QCOMPARE(dayvex::linesBelow(3, 0, 0), 3); // no whole row
     }
 
-    void nowLine_data()
-    {
-        // offset: -1: no line
-        columns<Date, int, double>("now", "slotRows", "offset");
-        // 08:00 to 20:00 in 30-minute slots of 300 twips
-        QTest::newRow("day start") << at(2026, 11, 22, 8, 0) << 25 << 0.0;
-        QTest::newRow("a third into 14:00") << at(2026, 11, 22, 14, 10) << 25 << 12 * 300.0 + 100;
-        QTest::newRow("in the last slot") << at(2026, 11, 22, 20, 15) << 25 << 24 * 300.0 + 150;
-        QTest::newRow("before the day") << at(2026, 11, 22, 7, 59) << 25 << -1.0;
-        QTest::newRow("after the last slot") << at(2026, 11, 22, 20, 30) << 25 << -1.0;
-        QTest::newRow("no date") << Date(qQNaN()) << 25 << -1.0;
-    }
-
+    // 08:00 to 20:00 in 30-minute slots of 300 twips; -1 for no line.
     void nowLine()
     {
-        QFETCH(Date, now);
-        QFETCH(int, slotRows);
-        QFETCH(double, offset);
-        const std::optional<double> line = nowLineOffset(now, Date::fromTime(QTime(8, 0)), 30, slotRows, 300);
-        QCOMPARE(line.has_value(), offset >= 0);
-        if (line)
-            QVERIFY(qAbs(*line - offset) < 1e-6);
+        for (const auto &[now, offset] :
+             {std::pair{at(2026, 11, 22, 8, 0), 0.0}, std::pair{at(2026, 11, 22, 14, 10), 12 * 300.0 + 100},
+              std::pair{at(2026, 11, 22, 20, 15), 24 * 300.0 + 150}, std::pair{at(2026, 11, 22, 7, 59), -1.0},
+              std::pair{at(2026, 11, 22, 20, 30), -1.0}, std::pair{Date(qQNaN()), -1.0}}) {
+            const std::optional<double> line = nowLineOffset(now, Date::fromTime(QTime(8, 0)), 30, 25, 300);
+            QVERIFY2(qAbs(line.value_or(-1.0) - offset) < 1e-6, qPrintable(QString::number(now.value())));
+        }
     }
 
     void paneBeside()
