@@ -17,9 +17,6 @@ namespace {
 const QString AppointmentForm = "frmAppuntamento";
 const QString ToDoForm = QString::fromUtf8("frmAttività");
 const QColor Grey(0x80, 0x80, 0x80);
-
-// What the user does in the editor once it shows.
-enum class InEditor { Close, Save };
 } // namespace
 
 // The appointment and to-do commands and their editors, driven as a user and a host would.
@@ -63,26 +60,27 @@ private slots:
     void newRecord_data()
     {
         // reminder: of the new record, the zero date when none; an external appointment never gets one
-        columns<bool, bool, bool, InEditor, QStringList, Date>("isToDo", "cancel", "external", "inEditor", "events",
-                                                               "reminder");
+        // saved: in the editor, else closed there
+        columns<bool, bool, bool, bool, QStringList, Date>("isToDo", "cancel", "external", "saved", "events",
+                                                           "reminder");
         for (const bool todo : {false, true}) {
             const char *kind = todo ? "to-do" : "appointment";
             const QStringList asked{todo ? "BeforeTodoChange" : "BeforeScheduleAdd"}; // never BeforeTodoAdd
             const QStringList external = todo ? QStringList{"BeforeTodoChange", "TodoAdded", "ToDoChanged"}
                                               : QStringList{"BeforeScheduleAdd", "ScheduleAdded"};
-            QTest::addRow("%s, cancel", kind) << todo << true << false << InEditor::Close << asked << Date();
-            QTest::addRow("%s, cancel wins", kind) << todo << true << true << InEditor::Close << asked << Date();
-            QTest::addRow("%s, external", kind) << todo << false << true << InEditor::Close << external << Date();
-            QTest::addRow("%s, editor, closed", kind) << todo << false << false << InEditor::Close << asked << Date();
+            QTest::addRow("%s, cancel", kind) << todo << true << false << false << asked << Date();
+            QTest::addRow("%s, cancel wins", kind) << todo << true << true << false << asked << Date();
+            QTest::addRow("%s, external", kind) << todo << false << true << false << external << Date();
+            QTest::addRow("%s, editor, closed", kind) << todo << false << false << false << asked << Date();
         }
-        QTest::newRow("to-do, external, reminded") << true << false << true << InEditor::Close
+        QTest::newRow("to-do, external, reminded") << true << false << true << false
                                                    << QStringList{"BeforeTodoChange", "TodoAdded", "ToDoChanged"}
                                                    << at(2000, 12, 10, 8);
         // Saved with "30": that long before the appointment's start, after the to-do's due time (18:00).
         QTest::newRow("appointment, editor, saved")
-            << false << false << false << InEditor::Save
+            << false << false << false << true
             << QStringList{"BeforeScheduleAdd", "ValidateSchedule", "ScheduleAdded"} << at(2000, 12, 3, 9);
-        QTest::newRow("to-do, editor, saved") << true << false << false << InEditor::Save
+        QTest::newRow("to-do, editor, saved") << true << false << false << true
                                               << QStringList{"BeforeTodoChange", "ValidateToDo", "TodoAdded"}
                                               << at(2000, 12, 11, 18, 30);
     }
@@ -90,11 +88,10 @@ private slots:
     void newRecord()
     {
         QFETCH(bool, isToDo);
-        QFETCH(InEditor, inEditor);
+        QFETCH(bool, saved);
         QFETCH(QStringList, events);
         QFETCH(Date, reminder);
         answerAsTheRowSays();
-        const bool save = inEditor == InEditor::Save;
         Date start, end;
         m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) {
             start = mSca->StartDate;
@@ -106,11 +103,11 @@ private slots:
             mToDo->ShortDesc = "Pranzo";
             mToDo->ReminderDate = reminder;
         };
-        m_driver.whenOpen(isToDo ? ToDoForm : AppointmentForm, [isToDo, save](QDialog *editor) {
+        m_driver.whenOpen(isToDo ? ToDoForm : AppointmentForm, [isToDo, saved](QDialog *editor) {
             QCOMPARE(static_cast<EditorForm *>(editor)->formKey(), QString(isToDo ? "NEW" : "NEW          "));
             if (!isToDo)
                 QVERIFY(!field<QPushButton>(editor, "Elimina")->isEnabled());
-            if (save) {
+            if (saved) {
                 if (isToDo) {
                     QTest::keyClicks(field<QLineEdit>(editor, "txDescBreve"), "Pranzo");
                     field<QDateEdit>(editor, "DatSca")->setDate(QDate(2000, 12, 11));
@@ -121,7 +118,7 @@ private slots:
                 }
                 field<QComboBox>(editor, "TempoPromemoria")->setCurrentText("30");
             }
-            press(editor, save ? "Salva" : "Fine");
+            press(editor, saved ? "Salva" : "Fine");
         });
         m_control->findChild<AgendaGrid *>("Lista")->setCurrentCell(3, 2); // the row that shows 9 and 30
         isToDo ? m_control->mnNuovaAttivita_Click() : m_control->mnNuovo_Click();
@@ -131,23 +128,21 @@ private slots:
         QVERIFY(!EditorDriver::openForm(isToDo ? ToDoForm : AppointmentForm));
         QCOMPARE(bool(m_data->Alarms()->find(isToDo ? "T3" : "S8")), reminder.value() != 0.0);
         const bool stored = events.size() > 1;
-        if (isToDo) {
-            QCOMPARE(bool(m_data->ToDoS()->find("3")), stored);
-            if (!stored)
-                return;
-            const std::shared_ptr<ToDo> todo = m_data->ToDoS()->Item("3");
-            QCOMPARE(todo->ShortDesc, "Pranzo");
-            QCOMPARE(todo->ReminderDate.value(), reminder.value());
-            QCOMPARE(m_host.announced, todo); // the host is handed the live record
-            QVERIFY(rowOf("3") >= 0);
-        } else {
+        QCOMPARE(isToDo ? bool(m_data->ToDoS()->find("3"))
+                        : m_data->Schedules()->Count() == 2 && m_data->Schedules()->find("8"), stored);
+        if (!isToDo) {
             QCOMPARE(start.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(9, 30))); // proposed by the row
             QCOMPARE(end.value(), start.value());
-            QCOMPARE(m_data->Schedules()->Count(), stored ? 2 : 1);
-            if (stored) {
-                QCOMPARE(m_data->Schedules()->Item("8")->Description, "Pranzo");
-                QCOMPARE(m_data->Schedules()->Item("8")->ReminderDate.value(), reminder.value());
-            }
+        }
+        if (!stored)
+            return;
+        const std::shared_ptr<ToDo> todo = m_data->ToDoS()->find("3");
+        const std::shared_ptr<Schedule> appointment = m_data->Schedules()->find("8");
+        QCOMPARE(isToDo ? todo->ShortDesc : appointment->Description, "Pranzo");
+        QCOMPARE((isToDo ? todo->ReminderDate : appointment->ReminderDate).value(), reminder.value());
+        if (isToDo) {
+            QCOMPARE(m_host.announced, todo); // the host is handed the live record
+            QVERIFY(rowOf("3") >= 0);
         }
     }
 
@@ -279,12 +274,9 @@ private slots:
         form->show();
         isToDo ? m_control->mnEliminaAttivita_Click() : m_control->mnElimina_Click();
         QTEST(m_driver.prompts, "prompts");
-        if (isToDo) {
-            QCOMPARE(!m_data->ToDoS()->find("1"), removed);
+        QCOMPARE(isToDo ? !m_data->ToDoS()->find("1") : !m_data->Schedules()->find("7"), removed);
+        if (isToDo)
             QCOMPARE(rowOf("1") < 0, removed);
-        } else {
-            QCOMPARE(!m_data->Schedules()->find("7"), removed);
-        }
         QCOMPARE(!m_data->Alarms()->find(isToDo ? "T1" : "S7"), removed);
         QCOMPARE(!form->isVisible(), removed);
         QCOMPARE(m_host.log.value(0), isToDo ? "BeforeTodoDelete" : "BeforeScheduleDelete");

@@ -2,14 +2,11 @@
 
 #include <dayvextest.h>
 
-#include <QApplication>
 #include <QHeaderView>
 #include <QLabel>
-#include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
 #include <QTabBar>
-#include <QTimer>
 #include <QSettings>
 #include <QTemporaryDir>
 

@@ -1,8 +1,4 @@
 #include <dayvextest.h>
-#include <dayvex/platform/format.h>
-#include <dayvex/views/detailpane.h>
-#include <dayvex/layout/textfit.h>
-#include <dayvex/layout/timegrid.h>
 
 namespace {
 // One unit per character, so that widths read as lengths.

@@ -61,7 +61,6 @@ private slots:
         QTest::newRow("mixed") << QStringList{"3", "10", "x"} << QStringList() << "11";
         QTest::newRow("leading numbers") << QStringList{"12abc", "7"} << QStringList() << "13";
         QTest::newRow("half to even") << QStringList{"2.5"} << QStringList() << "3";
-        QTest::newRow("only text") << QStringList{"a", "b"} << QStringList() << "1";
         QTest::newRow("exponent in any case") << QStringList{"1E2", "&h10"} << QStringList() << "101";
         QTest::newRow("largest removed") << QStringList{"3", "10", "x"} << QStringList{"10"} << "4";
         QTest::newRow("smaller removed") << QStringList{"3", "10"} << QStringList{"3"} << "11";

