@@ -12,33 +12,25 @@ class tst_TextFit : public QObject
 {
     Q_OBJECT
 private slots:
-    void fitLines_data()
-    {
-        columns<QString, double, int, QStringList, bool>("text", "width", "maxLines", "lines", "cut");
-        QTest::newRow("fits on one line") << "09:00-10:00 Sala A" << 20.0 << 3 << QStringList{"09:00-10:00 Sala A"} << false;
-        QTest::newRow("wraps at blanks") << "09:00-10:00 Sala A | Ferri" << 12.0 << 3
-                                         << QStringList{"09:00-10:00", "Sala A |", "Ferri"} << false;
-        QTest::newRow("whole lines, the last elided") << "09:00-10:00 Sala A | Ferri | Riunione" << 12.0 << 2
-                                                      << QStringList{"09:00-10:00", "Sala A | Fe…"} << true;
-        QTest::newRow("one line in a short box") << "13:00-14:30 Bianchi" << 8.0 << 1 << QStringList{"13:00-1…"} << true;
-        QTest::newRow("a word wider than the line") << "Pianificazione" << 6.0 << 3
-                                                    << QStringList{"Pianif", "icazio", "ne"} << false;
-        QTest::newRow("no room at all") << "abc" << 0.0 << 1 << QStringList{""} << true;
-        QTest::newRow("no lines") << "abc" << 10.0 << 0 << QStringList{} << true;
-        QTest::newRow("empty") << "" << 10.0 << 2 << QStringList{} << false;
-    }
-
     void fitLines()
     {
-        QFETCH(QString, text);
-        QFETCH(double, width);
-        QFETCH(int, maxLines);
-        QFETCH(QStringList, lines);
-        const FittedText fitted = dayvex::fitLines(text, width, maxLines, Chars);
-        QCOMPARE(fitted.lines, lines);
-        QTEST(fitted.cut, "cut");
-        for (const QString &line : fitted.lines)
-            QVERIFY(line.size() <= width);
+        const struct { const char *text; double width; int maxLines; QStringList lines; bool cut; } fits[] = {
+            {"09:00-10:00 Sala A", 20, 3, {"09:00-10:00 Sala A"}, false},
+            {"09:00-10:00 Sala A | Ferri", 12, 3, {"09:00-10:00", "Sala A |", "Ferri"}, false}, // wrapped at blanks
+            // whole lines, the last elided
+            {"09:00-10:00 Sala A | Ferri | Riunione", 12, 2, {"09:00-10:00", "Sala A | Fe…"}, true},
+            {"13:00-14:30 Bianchi", 8, 1, {"13:00-1…"}, true}, // one line in a short box
+            {"Pianificazione", 6, 3, {"Pianif", "icazio", "ne"}, false}, // a word wider than the line
+            {"abc", 0, 1, {""}, true}, // no room at all
+            {"abc", 10, 0, {}, true},
+            {"", 10, 2, {}, false}};
+        for (const auto &fit : fits) {
+            const FittedText fitted = dayvex::fitLines(fit.text, fit.width, fit.maxLines, Chars);
+            QCOMPARE(fitted.lines, fit.lines);
+            QCOMPARE(fitted.cut, fit.cut);
+            for (const QString &line : fitted.lines)
+                QVERIFY(line.size() <= fit.width);
+        }
     }
 
     void captionForms()
