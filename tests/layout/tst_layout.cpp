@@ -62,41 +62,30 @@ private slots:
         QCOMPARE(row("16:20", 5, false), 101);
     }
 
-    void sideBySide_data()
-    {
-        columns<QStringList, double, QList<double>, QList<double>>("boxes", "columnWidth", "lefts", "widths");
-        const QString nine = "09:00-10:00";
-        QTest::newRow("alone") << QStringList{nine} << 3000.0 << QList<double>{830} << QList<double>{3000};
-        QTest::newRow("three at once") << QStringList{nine, nine, nine} << 3000.0 << QList<double>{830, 1830, 2830}
-                                       << QList<double>{1010, 1010, 1010};
-        // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
-        // others but is not searched for itself, so only the later box is narrowed.
-        QTest::newRow("staggered") << QStringList{nine, "09:30-10:30", "10:30-11:00"} << 3000.0
-                                   << QList<double>{830, 830, 830} << QList<double>{3000, 1510, 3000};
-        // two boxes from 9:00 overlap in rows they both search
-        QTest::newRow("same start") << QStringList{"09:00-10:30", nine} << 3000.0 << QList<double>{830, 2330}
-                                    << QList<double>{1510, 1510};
-        // halves whatever the width
-        QTest::newRow("a wall of screens") << QStringList{nine, nine} << 2.0e6 << QList<double>{830, 1000830}
-                                           << QList<double>{1000010, 1000010};
-    }
-
+    // Each box's left and width, in twips.
     void sideBySide()
     {
-        QFETCH(QStringList, boxes);
-        QFETCH(double, columnWidth);
-        GridGeometry g = dayGrid();
-        g.colWidth[2] = columnWidth;
-        std::vector<BoxInput> inputs;
-        for (const QString &times : boxes)
-            inputs.push_back({times, 0});
-        QList<double> lefts, widths;
-        for (const BoxPlacement &box : placeBoxes(inputs, g)) {
-            lefts << box.left;
-            widths << box.width;
-        }
-        QTEST(lefts, "lefts");
-        QTEST(widths, "widths");
+        const auto placed = [](const QStringList &boxes, double columnWidth) {
+            GridGeometry g = dayGrid();
+            g.colWidth[2] = columnWidth;
+            std::vector<BoxInput> inputs;
+            for (const QString &times : boxes)
+                inputs.push_back({times, 0});
+            QList<double> got;
+            for (const BoxPlacement &box : placeBoxes(inputs, g))
+                got << box.left << box.width;
+            return got;
+        };
+        const QString nine = "09:00-10:00";
+        QCOMPARE(placed({nine}, 3000), QList<double>({830, 3000}));
+        QCOMPARE(placed({nine, nine, nine}, 3000), QList<double>({830, 1010, 1830, 1010, 2830, 1010}));
+        // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
+        // others but is not searched for itself, so only the later box is narrowed.
+        QCOMPARE(placed({nine, "09:30-10:30", "10:30-11:00"}, 3000), QList<double>({830, 3000, 830, 1510, 830, 3000}));
+        // two boxes from 9:00 overlap in rows they both search
+        QCOMPARE(placed({"09:00-10:30", nine}, 3000), QList<double>({830, 1510, 2330, 1510}));
+        // halves whatever the width, a wall of screens too
+        QCOMPARE(placed({nine, nine}, 2.0e6), QList<double>({830, 1000010, 1000830, 1000010}));
     }
 
     void boxHeights()
