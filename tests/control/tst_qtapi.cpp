@@ -45,55 +45,49 @@ private slots:
 
     // select() brings the record on show; the English commands act on it, and on
     // nothing but a warning once the host has removed it through the model.
-    void selectionAndCommands_data()
-    {
-        columns<bool>("todo");
-        QTest::newRow("appointment") << false;
-        QTest::newRow("to-do") << true;
-    }
-
     void selectionAndCommands()
     {
-        QFETCH(bool, todo);
-        auto plan = planWithVisit();
-        auto control = shownControl(plan, at(2027, 1, 4));
-        ScriptedHost host;
-        host.answer.ExternalHandled = true; // the host takes every command over: no editor, no prompt
-        host.listenTo(control.get());
-        QSignalSpy moved(control.get(), &zntDayvex::selectionChanged);
-        const auto kind = todo ? zntDayvex::SelectedKind::ToDo : zntDayvex::SelectedKind::Appointment;
-        const QString key = todo ? "9" : "7";
+        for (const bool todo : {false, true}) {
+            auto plan = planWithVisit();
+            auto control = shownControl(plan, at(2027, 1, 4));
+            ScriptedHost host;
+            host.answer.ExternalHandled = true; // the host takes every command over: no editor, no prompt
+            host.listenTo(control.get());
+            QSignalSpy moved(control.get(), &zntDayvex::selectionChanged);
+            const auto kind = todo ? zntDayvex::SelectedKind::ToDo : zntDayvex::SelectedKind::Appointment;
+            const QString key = todo ? "9" : "7";
 
-        QVERIFY(control->select(key, kind));
-        QCOMPARE(moved.size(), 1);
-        QCOMPARE(control->selectedKind(), kind);
-        QCOMPARE(control->selectedKey(), key);
-        if (!todo)
-            QCOMPARE(control->StartDay(), at(2027, 5, 12));
-        control->modifySelected();
-        QCOMPARE(host.log, todo ? QStringList({"BeforeTodoChange", "ToDoChanged"})
-                                : QStringList({"BeforeScheduleChange", "ScheduleChanged"}));
-        host.log.clear();
-        host.answer.Cancel = true;
-        control->deleteSelected();
-        QCOMPARE(host.log, QStringList{todo ? "BeforeTodoDelete" : "BeforeScheduleDelete"});
+            QVERIFY(control->select(key, kind));
+            QCOMPARE(moved.size(), 1);
+            QCOMPARE(control->selectedKind(), kind);
+            QCOMPARE(control->selectedKey(), key);
+            if (!todo)
+                QCOMPARE(control->StartDay(), at(2027, 5, 12));
+            control->modifySelected();
+            QCOMPARE(host.log, todo ? QStringList({"BeforeTodoChange", "ToDoChanged"})
+                                    : QStringList({"BeforeScheduleChange", "ScheduleChanged"}));
+            host.log.clear();
+            host.answer.Cancel = true;
+            control->deleteSelected();
+            QCOMPARE(host.log, QStringList{todo ? "BeforeTodoDelete" : "BeforeScheduleDelete"});
 
-        // Removed by the host behind the control's back: the commands only warn.
-        if (todo)
-            plan->ToDoS()->Remove("9");
-        else
-            plan->Schedules()->Remove("7");
-        host.log.clear();
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("selected record .* is gone"));
-        control->deleteSelected();
-        QVERIFY(host.log.isEmpty());
-        QCOMPARE(control->selectedKind(), zntDayvex::SelectedKind::None);
-        QCOMPARE(moved.size(), 2);
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no appointment or to-do is selected"));
-        control->modifySelected();
-        QVERIFY(host.log.isEmpty());
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("select: no "));
-        QVERIFY(!control->select(key, kind));
+            // Removed by the host behind the control's back: the commands only warn.
+            if (todo)
+                plan->ToDoS()->Remove("9");
+            else
+                plan->Schedules()->Remove("7");
+            host.log.clear();
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("selected record .* is gone"));
+            control->deleteSelected();
+            QVERIFY(host.log.isEmpty());
+            QCOMPARE(control->selectedKind(), zntDayvex::SelectedKind::None);
+            QCOMPARE(moved.size(), 2);
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no appointment or to-do is selected"));
+            control->modifySelected();
+            QVERIFY(host.log.isEmpty());
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("select: no "));
+            QVERIFY(!control->select(key, kind));
+        }
     }
 
     // A selected appointment late in the day is scrolled into a small grid's view.
@@ -155,40 +149,34 @@ private slots:
     }
 
     // The model's changes reach the control once per turn, and redraw it only with AutoRefresh.
-    void autoRefresh_data()
-    {
-        columns<bool>("autoRefresh");
-        QTest::newRow("off") << false;
-        QTest::newRow("on") << true;
-    }
-
     void autoRefresh()
     {
-        QFETCH(bool, autoRefresh);
-        auto plan = std::make_shared<DayvexData>();
-        auto control = shownControl(plan, at(2027, 5, 12));
-        control->setAutoRefresh(autoRefresh);
-        QSignalSpy announced(plan->changes(), &DataChanges::changed);
-        Schedule visit;
-        visit.Key = "1";
-        visit.Description = "Visita";
-        visit.setStart(QDateTime(QDate(2027, 5, 12), QTime(10, 0)));
-        visit.setEnd(QDateTime(QDate(2027, 5, 12), QTime(11, 0)));
-        plan->Schedules()->Add(visit);
-        visit.Key = "2";
-        plan->Schedules()->Add(visit);
-        plan->Schedules()->Remove("2");
-        QCOMPARE(agendaGrid(control.get())->boxCount(), 0);
-        QVERIFY(announced.wait());
-        QCOMPARE(announced.size(), 1);
-        QCOMPARE(agendaGrid(control.get())->boxCount(), autoRefresh ? 1 : 0);
+        for (const bool autoRefresh : {false, true}) {
+            auto plan = std::make_shared<DayvexData>();
+            auto control = shownControl(plan, at(2027, 5, 12));
+            control->setAutoRefresh(autoRefresh);
+            QSignalSpy announced(plan->changes(), &DataChanges::changed);
+            Schedule visit;
+            visit.Key = "1";
+            visit.Description = "Visita";
+            visit.setStart(QDateTime(QDate(2027, 5, 12), QTime(10, 0)));
+            visit.setEnd(QDateTime(QDate(2027, 5, 12), QTime(11, 0)));
+            plan->Schedules()->Add(visit);
+            visit.Key = "2";
+            plan->Schedules()->Add(visit);
+            plan->Schedules()->Remove("2");
+            QCOMPARE(agendaGrid(control.get())->boxCount(), 0);
+            QVERIFY(announced.wait());
+            QCOMPARE(announced.size(), 1);
+            QCOMPARE(agendaGrid(control.get())->boxCount(), autoRefresh ? 1 : 0);
 
-        // A field changed in place is announced by the host.
-        plan->Schedules()->Item("1")->Description = "Controllo";
-        plan->markChanged();
-        QVERIFY(announced.wait());
-        if (autoRefresh)
-            QCOMPARE(agendaGrid(control.get())->box(0)->entry().description, QString("Controllo"));
+            // A field changed in place is announced by the host.
+            plan->Schedules()->Item("1")->Description = "Controllo";
+            plan->markChanged();
+            QVERIFY(announced.wait());
+            if (autoRefresh)
+                QCOMPARE(agendaGrid(control.get())->box(0)->entry().description, QString("Controllo"));
+        }
     }
 
     // A host's policy answers before the signal, whose handler sees and may overrule it.

@@ -17,9 +17,6 @@ namespace {
 const QString AppointmentForm = "frmAppuntamento";
 const QString ToDoForm = QString::fromUtf8("frmAttività");
 const QColor Grey(0x80, 0x80, 0x80);
-
-// What the user does in the editor once it shows.
-enum class InEditor { Close, Save };
 } // namespace
 
 // The appointment and to-do commands and their editors, driven as a user and a host would.
@@ -59,59 +56,93 @@ private slots:
         QVERIFY(!QApplication::overrideCursor());
     }
 
-    void newAppointment_data()
+    // A new appointment ("8") or to-do ("3"), the Before event answered as the row says.
+    void newRecord_data()
     {
-        // added: as "8"; the editor's save sets a reminder
-        columns<bool, bool, QString, InEditor, QStringList, bool>("cancel", "external", "hostDescription", "inEditor",
-                                                                  "events", "added");
-        const QStringList before{"BeforeScheduleAdd"};
-        QTest::newRow("cancel") << true << false << "" << InEditor::Close << before << false;
-        QTest::newRow("cancel wins") << true << true << "Pranzo" << InEditor::Close << before << false;
-        QTest::newRow("external") << false << true << "Pranzo" << InEditor::Close
-                                  << QStringList{"BeforeScheduleAdd", "ScheduleAdded"} << true;
-        QTest::newRow("editor, saved") << false << false << "" << InEditor::Save
-                                       << QStringList{"BeforeScheduleAdd", "ValidateSchedule", "ScheduleAdded"} << true;
-        QTest::newRow("editor, closed") << false << false << "" << InEditor::Close << before << false;
+        // reminder: of the new record, the zero date when none; an external appointment never gets one
+        // saved: in the editor, else closed there
+        columns<bool, bool, bool, bool, QStringList, Date>("isToDo", "cancel", "external", "saved", "events",
+                                                           "reminder");
+        for (const bool todo : {false, true}) {
+            const char *kind = todo ? "to-do" : "appointment";
+            const QStringList asked{todo ? "BeforeTodoChange" : "BeforeScheduleAdd"}; // never BeforeTodoAdd
+            const QStringList external = todo ? QStringList{"BeforeTodoChange", "TodoAdded", "ToDoChanged"}
+                                              : QStringList{"BeforeScheduleAdd", "ScheduleAdded"};
+            QTest::addRow("%s, cancel", kind) << todo << true << false << false << asked << Date();
+            QTest::addRow("%s, cancel wins", kind) << todo << true << true << false << asked << Date();
+            QTest::addRow("%s, external", kind) << todo << false << true << false << external << Date();
+            QTest::addRow("%s, editor, closed", kind) << todo << false << false << false << asked << Date();
+        }
+        QTest::newRow("to-do, external, reminded") << true << false << true << false
+                                                   << QStringList{"BeforeTodoChange", "TodoAdded", "ToDoChanged"}
+                                                   << at(2000, 12, 10, 8);
+        // Saved with "30": that long before the appointment's start, after the to-do's due time (18:00).
+        QTest::newRow("appointment, editor, saved")
+            << false << false << false << true
+            << QStringList{"BeforeScheduleAdd", "ValidateSchedule", "ScheduleAdded"} << at(2000, 12, 3, 9);
+        QTest::newRow("to-do, editor, saved") << true << false << false << true
+                                              << QStringList{"BeforeTodoChange", "ValidateToDo", "TodoAdded"}
+                                              << at(2000, 12, 11, 18, 30);
     }
 
-    void newAppointment()
+    void newRecord()
     {
-        QFETCH(QString, hostDescription);
-        QFETCH(InEditor, inEditor);
-        QFETCH(bool, added);
+        QFETCH(bool, isToDo);
+        QFETCH(bool, saved);
+        QFETCH(QStringList, events);
+        QFETCH(Date, reminder);
         answerAsTheRowSays();
         Date start, end;
         m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) {
             start = mSca->StartDate;
             end = mSca->EndDate;
-            mSca->Description = hostDescription;
+            if (m_host.answer.ExternalHandled)
+                mSca->Description = "Pranzo";
         };
-        m_control->findChild<AgendaGrid *>("Lista")->setCurrentCell(3, 2); // the row that shows 9 and 30
-        m_driver.whenOpen(AppointmentForm, [inEditor](QDialog *editor) {
-            QCOMPARE(static_cast<AppointmentEditor *>(editor)->formKey(), "NEW          ");
-            QVERIFY(!field<QPushButton>(editor, "Elimina")->isEnabled());
-            if (inEditor == InEditor::Save) {
-                QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "  Pranzo ");
-                field<QCheckBox>(editor, "Promemoria")->setChecked(true);
-                field<QComboBox>(editor, "TempoPromemoria")->setCurrentText("15");
+        m_host.editToDo = [&](std::shared_ptr<ToDo> &mToDo) {
+            mToDo->ShortDesc = "Pranzo";
+            mToDo->ReminderDate = reminder;
+        };
+        m_driver.whenOpen(isToDo ? ToDoForm : AppointmentForm, [isToDo, saved](QDialog *editor) {
+            QCOMPARE(static_cast<EditorForm *>(editor)->formKey(), QString(isToDo ? "NEW" : "NEW          "));
+            if (!isToDo)
+                QVERIFY(!field<QPushButton>(editor, "Elimina")->isEnabled());
+            if (saved) {
+                if (isToDo) {
+                    QTest::keyClicks(field<QLineEdit>(editor, "txDescBreve"), "Pranzo");
+                    field<QDateEdit>(editor, "DatSca")->setDate(QDate(2000, 12, 11));
+                    field<QTimeEdit>(editor, "OraSca")->setTime(QTime(18, 0));
+                } else {
+                    QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "  Pranzo "); // stored trimmed
+                    field<QCheckBox>(editor, "Promemoria")->setChecked(true);
+                }
+                field<QComboBox>(editor, "TempoPromemoria")->setCurrentText("30");
             }
-            press(editor, inEditor == InEditor::Save ? "Salva" : "Fine");
+            press(editor, saved ? "Salva" : "Fine");
         });
-        m_control->mnNuovo_Click();
+        m_control->findChild<AgendaGrid *>("Lista")->setCurrentCell(3, 2); // the row that shows 9 and 30
+        isToDo ? m_control->mnNuovaAttivita_Click() : m_control->mnNuovo_Click();
 
-        QCOMPARE(start.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(9, 30))); // proposed by the row
-        QCOMPARE(end.value(), start.value());
-        QTEST(m_host.log, "events");
-        QCOMPARE(m_data->Schedules()->Count(), added ? 2 : 1);
+        QCOMPARE(m_host.log, events);
         QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
-        QVERIFY(!EditorDriver::openForm(AppointmentForm));
-        if (added)
-            QCOMPARE(m_data->Schedules()->Item("8")->Description, "Pranzo");
-        const bool reminded = inEditor == InEditor::Save;
-        QCOMPARE(bool(m_data->Alarms()->find("S8")), reminded);
-        if (reminded) {
-            const Schedule &stored = *m_data->Schedules()->Item("8");
-            QCOMPARE(stored.ReminderDate.value(), stored.StartDate.addMinutes(-15).value());
+        QVERIFY(!EditorDriver::openForm(isToDo ? ToDoForm : AppointmentForm));
+        QCOMPARE(bool(m_data->Alarms()->find(isToDo ? "T3" : "S8")), reminder.value() != 0.0);
+        const bool stored = events.size() > 1;
+        QCOMPARE(isToDo ? bool(m_data->ToDoS()->find("3"))
+                        : m_data->Schedules()->Count() == 2 && m_data->Schedules()->find("8"), stored);
+        if (!isToDo) {
+            QCOMPARE(start.toDateTime(), QDateTime(QDate(2000, 12, 3), QTime(9, 30))); // proposed by the row
+            QCOMPARE(end.value(), start.value());
+        }
+        if (!stored)
+            return;
+        const std::shared_ptr<ToDo> todo = m_data->ToDoS()->find("3");
+        const std::shared_ptr<Schedule> appointment = m_data->Schedules()->find("8");
+        QCOMPARE(isToDo ? todo->ShortDesc : appointment->Description, "Pranzo");
+        QCOMPARE((isToDo ? todo->ReminderDate : appointment->ReminderDate).value(), reminder.value());
+        if (isToDo) {
+            QCOMPARE(m_host.announced, todo); // the host is handed the live record
+            QVERIFY(rowOf("3") >= 0);
         }
     }
 
@@ -145,44 +176,74 @@ private slots:
         QTEST(stored.EndDate.toDateTime(), "stored");
     }
 
-    void modifyAppointment_data()
+    // Appointment 7 or to-do 1 changed; value: the description it ends with, or the to-do's priority,
+    // which an external host sets.
+    void modifyRecord_data()
     {
-        columns<bool, bool, QString, QStringList, qint32, QString>("cancel", "external", "hostDescription", "events",
-                                                                   "error", "description");
-        QTest::newRow("cancel") << true << false << "" << QStringList{"BeforeScheduleChange"} << 0 << "Riunione";
-        QTest::newRow("external") << false << true << "Cena" << QStringList{"BeforeScheduleChange", "ScheduleChanged"}
-                                  << 0 << "Cena";
-        QTest::newRow("external, blank") << false << true << "  " << QStringList{"BeforeScheduleChange"}
-                                         << qint32(0x8004000A) << "  ";
-        QTest::newRow("editor, saved blank")
-            << false << false << "" << QStringList{"BeforeScheduleChange", "ValidateSchedule", "ScheduleChanged"} << 0
-            << " ";
+        columns<bool, bool, bool, QStringList, qint32, QString>("isToDo", "cancel", "external", "events", "error",
+                                                                "value");
+        const QStringList appointment{"BeforeScheduleChange"}, todo{"BeforeTodoChange"};
+        QTest::newRow("appointment, cancel") << false << true << false << appointment << 0 << "Riunione";
+        QTest::newRow("appointment, external")
+            << false << false << true << appointment + QStringList{"ScheduleChanged"} << 0 << "Cena";
+        QTest::newRow("appointment, external, blank") << false << false << true << appointment << qint32(0x8004000A)
+                                                      << "  ";
+        QTest::newRow("appointment, editor, saved blank")
+            << false << false << false << appointment + QStringList{"ValidateSchedule", "ScheduleChanged"} << 0 << " ";
+        QTest::newRow("to-do, cancel") << true << true << false << todo << 0 << "2";
+        QTest::newRow("to-do, external") << true << false << true << todo + QStringList{"ToDoChanged"} << 0 << "7";
+        QTest::newRow("to-do, editor, saved")
+            << true << false << false << todo + QStringList{"ValidateToDo", "ToDoChanged"} << 0 << "5";
     }
 
-    void modifyAppointment()
+    void modifyRecord()
     {
-        QFETCH(QString, hostDescription);
+        QFETCH(bool, isToDo);
         QFETCH(QStringList, events);
+        QFETCH(QString, value);
         answerAsTheRowSays();
-        if (m_host.answer.ExternalHandled)
-            m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) { mSca->Description = hostDescription; };
-        m_driver.whenOpen(AppointmentForm, [](QDialog *editor) {
-            QCOMPARE(static_cast<AppointmentEditor *>(editor)->formKey(), "0000000000007");
-            QVERIFY(field<QPushButton>(editor, "Elimina")->isEnabled()); // an existing one can be deleted
-            field<QLineEdit>(editor, "DesApp")->clear();
-            field<QCheckBox>(editor, "Promemoria")->setChecked(false);
-            press(editor, "Salva");
-        });
-        const Raised error = raised([&] { m_control->mnModifica_Click(); });
-        QTEST(error.number, "error");
+        if (m_host.answer.ExternalHandled) {
+            m_host.editSchedule = [&](std::shared_ptr<Schedule> &mSca) { mSca->Description = value; };
+            m_host.editToDo = [&](std::shared_ptr<ToDo> &mToDo) { mToDo->Priority = value.toShort(); };
+        }
+        if (isToDo) {
+            m_driver.whenOpen(ToDoForm, [](QDialog *form) {
+                QCOMPARE(field<QLineEdit>(form, "txDescBreve")->text(), "Chiamare");
+                QCOMPARE(field<QPlainTextEdit>(form, "txDesLunga")->toPlainText(), "Il fornitore");
+                QVERIFY(field<QCheckBox>(form, "Promemoria")->isChecked());
+                QCOMPARE(field<QComboBox>(form, "TempoPromemoria")->currentText(), "30");
+                field<QComboBox>(form, "cbPriorità")->setCurrentText("5");
+                field<QCheckBox>(form, "ckDone")->setChecked(true);
+                press(form, "Salva");
+            });
+        } else {
+            m_driver.whenOpen(AppointmentForm, [](QDialog *editor) {
+                QCOMPARE(static_cast<AppointmentEditor *>(editor)->formKey(), "0000000000007");
+                QVERIFY(field<QPushButton>(editor, "Elimina")->isEnabled()); // an existing one can be deleted
+                field<QLineEdit>(editor, "DesApp")->clear();
+                field<QCheckBox>(editor, "Promemoria")->setChecked(false);
+                press(editor, "Salva");
+            });
+        }
+        QTEST(errorNumber([&] { isToDo ? m_control->mnModificaAttivita_Click() : m_control->mnModifica_Click(); }),
+              "error");
         QCOMPARE(m_host.log, events);
-        QTEST(appointment().Description, "description");
+        QTEST(isToDo ? QString::number(todo().Priority) : appointment().Description, "value");
         QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
-        const bool editorSaved = events.contains("ValidateSchedule");
-        // Saved without a reminder: the zero date and no alarm.
-        QCOMPARE(bool(m_data->Alarms()->find("S7")), !editorSaved);
-        if (editorSaved)
-            QCOMPARE(appointment().ReminderDate.value(), 0.0);
+        const bool saved = events.size() == 3;
+        if (isToDo) {
+            QCOMPARE(todo().Done, saved);
+            // Ticked done in the editor: done now, by the component's clock.
+            QCOMPARE(todo().DateDone.toDateTime(), saved ? QDateTime(QDate(2000, 12, 3), QTime(15, 0))
+                                                         : QDateTime(QDate(1899, 12, 30), QTime(0, 0)));
+            QCOMPARE(m_data->Alarms()->Item("T1")->AlarmDateTime.value(), todo().ReminderDate.value());
+            QTEST(list()->cellText(rowOf("1"), 1), "value"); // refilled
+        } else {
+            // Saved without a reminder: the zero date and no alarm.
+            QCOMPARE(bool(m_data->Alarms()->find("S7")), !saved);
+            if (saved)
+                QCOMPARE(appointment().ReminderDate.value(), 0.0);
+        }
     }
 
     void remove_data()
@@ -213,12 +274,9 @@ private slots:
         form->show();
         isToDo ? m_control->mnEliminaAttivita_Click() : m_control->mnElimina_Click();
         QTEST(m_driver.prompts, "prompts");
-        if (isToDo) {
-            QCOMPARE(!m_data->ToDoS()->find("1"), removed);
+        QCOMPARE(isToDo ? !m_data->ToDoS()->find("1") : !m_data->Schedules()->find("7"), removed);
+        if (isToDo)
             QCOMPARE(rowOf("1") < 0, removed);
-        } else {
-            QCOMPARE(!m_data->Schedules()->find("7"), removed);
-        }
         QCOMPARE(!m_data->Alarms()->find(isToDo ? "T1" : "S7"), removed);
         QCOMPARE(!form->isVisible(), removed);
         QCOMPARE(m_host.log.value(0), isToDo ? "BeforeTodoDelete" : "BeforeScheduleDelete");
@@ -472,98 +530,6 @@ private slots:
         QCOMPARE(todo().Done, done);
         QCOMPARE(todo().DateDone.value(), 0.0); // marking done leaves the day it was done alone
         QCOMPARE(list()->model()->index(rowOf("1"), 3).data(Qt::ForegroundRole).value<QColor>() == Grey, done);
-    }
-
-    void newToDo_data()
-    {
-        // reminder: of the new to-do "3"; the zero date when none is stored
-        columns<bool, bool, Date, InEditor, QStringList, Date>("cancel", "external", "hostReminder", "inEditor",
-                                                               "events", "reminder");
-        const QStringList asked{"BeforeTodoChange"}; // never BeforeTodoAdd
-        const QStringList external{"BeforeTodoChange", "TodoAdded", "ToDoChanged"};
-        QTest::newRow("cancel") << true << false << Date() << InEditor::Close << asked << Date();
-        QTest::newRow("external, reminded")
-            << false << true << at(2000, 12, 10, 8) << InEditor::Close << external << at(2000, 12, 10, 8);
-        QTest::newRow("external, no reminder") << false << true << Date() << InEditor::Close << external << Date();
-        // Due 18:00 with "30": reminded at 18:30, the lead time added.
-        QTest::newRow("editor, saved") << false << false << Date() << InEditor::Save
-                                       << QStringList{"BeforeTodoChange", "ValidateToDo", "TodoAdded"}
-                                       << at(2000, 12, 11, 18, 30);
-        QTest::newRow("editor, closed") << false << false << Date() << InEditor::Close << asked << Date();
-    }
-
-    void newToDo()
-    {
-        QFETCH(Date, hostReminder);
-        QFETCH(InEditor, inEditor);
-        QFETCH(QStringList, events);
-        QFETCH(Date, reminder);
-        answerAsTheRowSays();
-        m_host.editToDo = [&](std::shared_ptr<ToDo> &mToDo) {
-            mToDo->ShortDesc = "Dal gestionale";
-            mToDo->ReminderDate = hostReminder;
-        };
-        m_driver.whenOpen(ToDoForm, [inEditor](QDialog *form) {
-            QCOMPARE(static_cast<ToDoEditor *>(form)->formKey(), "NEW");
-            if (inEditor == InEditor::Save) {
-                QTest::keyClicks(field<QLineEdit>(form, "txDescBreve"), "Dal gestionale");
-                field<QDateEdit>(form, "DatSca")->setDate(QDate(2000, 12, 11));
-                field<QTimeEdit>(form, "OraSca")->setTime(QTime(18, 0));
-                field<QComboBox>(form, "TempoPromemoria")->setCurrentText("30");
-            }
-            press(form, inEditor == InEditor::Save ? "Salva" : "Fine");
-        });
-        m_control->mnNuovaAttivita_Click();
-
-        QCOMPARE(m_host.log, events);
-        QVERIFY(!zntDayvexPrivate::get(&*m_control)->commandInProgress());
-        const bool stored = events.size() > 1;
-        QCOMPARE(bool(m_data->ToDoS()->find("3")), stored);
-        QCOMPARE(bool(m_data->Alarms()->find("T3")), reminder.value() != 0.0);
-        if (!stored)
-            return;
-        const std::shared_ptr<ToDo> todo = m_data->ToDoS()->Item("3");
-        QCOMPARE(todo->ShortDesc, "Dal gestionale");
-        QCOMPARE(todo->ReminderDate.value(), reminder.value());
-        QCOMPARE(m_host.announced, todo); // the host is handed the live record
-        QVERIFY(rowOf("3") >= 0);
-    }
-
-    void modifyToDo_data()
-    {
-        columns<bool, bool, QStringList, int>("cancel", "external", "events", "priority");
-        QTest::newRow("cancel") << true << false << QStringList{"BeforeTodoChange"} << 2;
-        QTest::newRow("external") << false << true << QStringList{"BeforeTodoChange", "ToDoChanged"} << 7;
-        QTest::newRow("editor, saved") << false << false
-                                       << QStringList{"BeforeTodoChange", "ValidateToDo", "ToDoChanged"} << 5;
-    }
-
-    void modifyToDo()
-    {
-        QFETCH(QStringList, events);
-        QFETCH(int, priority);
-        answerAsTheRowSays();
-        if (m_host.answer.ExternalHandled)
-            m_host.editToDo = [](std::shared_ptr<ToDo> &mToDo) { mToDo->Priority = 7; };
-        m_driver.whenOpen(ToDoForm, [](QDialog *form) {
-            QCOMPARE(field<QLineEdit>(form, "txDescBreve")->text(), "Chiamare");
-            QCOMPARE(field<QPlainTextEdit>(form, "txDesLunga")->toPlainText(), "Il fornitore");
-            QVERIFY(field<QCheckBox>(form, "Promemoria")->isChecked());
-            QCOMPARE(field<QComboBox>(form, "TempoPromemoria")->currentText(), "30");
-            field<QComboBox>(form, "cbPriorità")->setCurrentText("5");
-            field<QCheckBox>(form, "ckDone")->setChecked(true);
-            press(form, "Salva");
-        });
-        m_control->mnModificaAttivita_Click();
-        QCOMPARE(m_host.log, events);
-        QCOMPARE(todo().Priority, qint16(priority));
-        const bool edited = events.contains("ValidateToDo");
-        QCOMPARE(todo().Done, edited);
-        // Ticked done in the editor: done now, by the component's clock.
-        QCOMPARE(todo().DateDone.toDateTime(), edited ? QDateTime(QDate(2000, 12, 3), QTime(15, 0))
-                                                      : QDateTime(QDate(1899, 12, 30), QTime(0, 0)));
-        QCOMPARE(m_data->Alarms()->Item("T1")->AlarmDateTime.value(), todo().ReminderDate.value());
-        QCOMPARE(list()->cellText(rowOf("1"), 1), QString::number(priority)); // refilled
     }
 
     void validateCancelAndOddPriority()

@@ -2,14 +2,11 @@
 
 #include <dayvextest.h>
 
-#include <QApplication>
 #include <QHeaderView>
 #include <QLabel>
-#include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
 #include <QTabBar>
-#include <QTimer>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -36,16 +33,6 @@ private slots:
         open();
     }
 
-    void open()
-    {
-        m_window.reset();
-        m_window = std::make_unique<DemoWindow>(*m_settings);
-        m_window->resize(1280, 760);
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-        QTest::qWait(200);
-    }
-
     // The demo as it starts by default, at a small, a common and the whole
     // screen's size (run again at a device pixel ratio of 2): the view has the
     // larger share, the working day fills the grid, no box or bar covers
@@ -64,12 +51,7 @@ private slots:
         QFETCH(QSize, size);
         m_window.reset(); // it saves its presentation as it closes
         m_settings->remove("demo/modern");
-        m_window = std::make_unique<DemoWindow>(*m_settings);
-        m_window->resize(size);
-        m_window->showEventsIfRoom();
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-        QTest::qWait(200);
+        open(size, true);
         zntDayvex *control = m_window->control();
         QCOMPARE(control->Presentation(), zntDayvex::Modern);
         // The week after the demo's day, with its trip, whole day and night shift.
@@ -231,6 +213,17 @@ private slots:
     }
 
 private:
+    void open(QSize size = QSize(1280, 760), bool showEvents = false)
+    {
+        m_window.reset();
+        m_window = std::make_unique<DemoWindow>(*m_settings);
+        m_window->resize(size);
+        if (showEvents)
+            m_window->showEventsIfRoom();
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QTest::qWait(200);
+    }
     AgendaGrid *lista() const { return m_window->findChild<AgendaGrid *>("Lista"); }
 
     // Sunday 22 November 2026, 14:10: the sample's appointments are on that day.

@@ -19,38 +19,27 @@ private slots:
         resetSharedSettings();
     }
 
-    void readValue_data()
-    {
-        columns<QByteArray, QString, QString, QString>("file", "section", "key", "expected");
-        const QByteArray windowsFile = "; language file\r\n[International]\r\n  Day = Giorno  \r\n"
-                                       "Week=\"Settimana \"\r\nMonth==Mese\r\n\r\n[Other]\r\nType=x\r\n";
-        QTest::newRow("blanks trimmed, CR LF") << windowsFile << "International" << "Day" << "Giorno";
-        QTest::newRow("names ignore case") << windowsFile << "INTERNATIONAL" << "dAY" << "Giorno";
-        QTest::newRow("quotes removed, inner blank kept") << windowsFile << "International" << "Week" << "Settimana ";
-        QTest::newRow("value after the first =") << windowsFile << "International" << "Month" << "=Mese";
-        QTest::newRow("key of another section") << windowsFile << "International" << "Type" << "default";
-        QTest::newRow("missing section") << windowsFile << "Missing" << "Day" << "default";
-        QTest::newRow("commented key") << QByteArray("[S]\n;Day=no\n") << "S" << "Day" << "default";
-        QTest::newRow("first section of a name wins") << QByteArray("[S]\nA=1\n[T]\n[s]\nA=2\nB=3\n") << "S" << "B"
-                                                      << "default";
-        QTest::newRow("cut at 254") << QByteArray("[S]\nLong=" + QByteArray(300, 'x') + "\n") << "S" << "Long"
-                                    << QString(254, 'x');
-        QTest::newRow("UTF-8 with BOM") << QByteArray("\xEF\xBB\xBF[S]\nToDo=Attivit\xC3\xA0\n") << "S" << "ToDo"
-                                        << QString::fromUtf8("Attività");
-        QTest::newRow("Windows-1252 bytes") << QByteArray("[S]\nToDo=Attivit\xE0 \x80 5\n") << "S" << "ToDo"
-                                            << QString::fromUtf8("Attività € 5");
-        QTest::newRow("mixed lines") << QByteArray("[S]\nA=Citt\xE0\nB=Citt\xC3\xA0\n") << "S" << "B"
-                                     << QString::fromUtf8("Città");
-        QTest::newRow("binary noise") << QByteArray("\x00\xFF\xFE[S\x00]\n\x01=\x02\n", 12) << "S" << "A" << "default";
-    }
-
     void readValue()
     {
-        QFETCH(QByteArray, file);
-        QFETCH(QString, section);
-        QFETCH(QString, key);
-        const QString path = write(QStringLiteral("test.ini"), file);
-        QTEST(IniReader::readValue(path, section, key, QStringLiteral("default")), "expected");
+        const QByteArray windowsFile = "; language file\r\n[International]\r\n  Day = Giorno  \r\n"
+                                       "Week=\"Settimana \"\r\nMonth==Mese\r\n\r\n[Other]\r\nType=x\r\n";
+        const struct { QByteArray file; const char *section, *key; QString expected; } values[] = {
+            {windowsFile, "International", "Day", "Giorno"}, // blanks trimmed, CR LF
+            {windowsFile, "INTERNATIONAL", "dAY", "Giorno"}, // names ignore case
+            {windowsFile, "International", "Week", "Settimana "}, // quotes removed, the inner blank kept
+            {windowsFile, "International", "Month", "=Mese"}, // the value after the first =
+            {windowsFile, "International", "Type", "default"}, // the key of another section
+            {windowsFile, "Missing", "Day", "default"},
+            {"[S]\n;Day=no\n", "S", "Day", "default"}, // a commented key
+            {"[S]\nA=1\n[T]\n[s]\nA=2\nB=3\n", "S", "B", "default"}, // the first section of a name wins
+            {"[S]\nLong=" + QByteArray(300, 'x') + "\n", "S", "Long", QString(254, 'x')}, // cut at 254
+            {"\xEF\xBB\xBF[S]\nToDo=Attivit\xC3\xA0\n", "S", "ToDo", QString::fromUtf8("Attività")}, // UTF-8, BOM
+            {"[S]\nToDo=Attivit\xE0 \x80 5\n", "S", "ToDo", QString::fromUtf8("Attività € 5")}, // Windows-1252
+            {"[S]\nA=Citt\xE0\nB=Citt\xC3\xA0\n", "S", "B", QString::fromUtf8("Città")}, // mixed lines
+            {QByteArray("\x00\xFF\xFE[S\x00]\n\x01=\x02\n", 12), "S", "A", "default"}}; // binary noise
+        for (const auto &value : values)
+            QCOMPARE(IniReader::readValue(write("test.ini", value.file), value.section, value.key, "default"),
+                     value.expected);
     }
 
     void unreadableFiles()

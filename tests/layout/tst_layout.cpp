@@ -33,85 +33,59 @@ class tst_Layout : public QObject
 {
     Q_OBJECT
 private slots:
-    void slotCount_data()
-    {
-        columns<QString, QString, int, int, QString, int>("start", "end", "step", "count", "storedStart", "storedStep");
-        QTest::newRow("defaults") << "08:00" << "20:00" << 30 << 25 << "08:00" << 30;
-        QTest::newRow("end off the step") << "08:00" << "20:10" << 30 << 26 << "08:00" << 30;
-        QTest::newRow("start after end") << "21:00" << "20:00" << 30 << 1 << "21:00" << 30;
-        QTest::newRow("equal") << "09:00" << "09:00" << 15 << 1 << "09:00" << 15;
-        QTest::newRow("no step") << "08:00" << "20:00" << 0 << 25 << "08:00" << 30;
-        QTest::newRow("bad start") << "25:99" << "09:00" << 30 << 3 << "08:00" << 30;
-    }
-
+    // The count of slots, then the start and step as slotCount leaves them.
     void slotCount()
     {
-        QFETCH(QString, start);
-        QFETCH(QString, end);
-        QFETCH(int, step);
-        qint16 s = qint16(step);
-        QTEST(dayvex::slotCount(start, end, s), "count");
-        QTEST(start, "storedStart");
-        QTEST(int(s), "storedStep");
-    }
-
-    void rows_data()
-    {
-        columns<QString, int, bool, int>("at", "step", "week", "row");
-        QTest::newRow("first slot") << "08:00" << 30 << false << 0;
-        QTest::newRow("on a slot") << "09:30" << 30 << false << 3;
-        QTest::newRow("week adds two") << "09:30" << 30 << true << 5;
-        QTest::newRow("before the day, cut toward zero") << "07:00" << 30 << false << -1;
-        QTest::newRow("late time pulled forward by 1450") << "19:45" << 30 << false << 24;
-        QTest::newRow("half a slot rounds up") << "08:15" << 30 << false << 1;
-        QTest::newRow("five-minute slots") << "16:20" << 5 << false << 101;
+        const auto slotsOf = [](QString start, QString end, int step) {
+            qint16 s = qint16(step);
+            const int count = dayvex::slotCount(start, end, s);
+            return QString("%1 %2 %3").arg(count).arg(start).arg(s);
+        };
+        QCOMPARE(slotsOf("08:00", "20:00", 30), "25 08:00 30");
+        QCOMPARE(slotsOf("08:00", "20:10", 30), "26 08:00 30"); // the end off the step
+        QCOMPARE(slotsOf("21:00", "20:00", 30), "1 21:00 30");  // the start after the end
+        QCOMPARE(slotsOf("09:00", "09:00", 15), "1 09:00 15");
+        QCOMPARE(slotsOf("08:00", "20:00", 0), "25 08:00 30"); // no step
+        QCOMPARE(slotsOf("25:99", "09:00", 30), "3 08:00 30"); // a bad start
     }
 
     void rows()
     {
-        QFETCH(QString, at);
-        QFETCH(int, step);
-        QFETCH(bool, week);
-        QTEST(timeRow(time(qPrintable(at)), time("08:00"), qint16(step), week), "row");
+        const auto row = [](const char *at, int step, bool week) {
+            return timeRow(time(at), time("08:00"), qint16(step), week);
+        };
+        QCOMPARE(row("08:00", 30, false), 0);
+        QCOMPARE(row("09:30", 30, true), 5); // the week adds two
+        QCOMPARE(row("07:00", 30, false), -1); // before the day, cut toward zero
+        QCOMPARE(row("19:45", 30, false), 24); // a late time pulled forward by 1450
+        QCOMPARE(row("08:15", 30, false), 1);  // half a slot rounds up
+        QCOMPARE(row("16:20", 5, false), 101);
     }
 
-    void sideBySide_data()
-    {
-        columns<QStringList, double, QList<double>, QList<double>>("boxes", "columnWidth", "lefts", "widths");
-        const QString nine = "09:00-10:00";
-        QTest::newRow("alone") << QStringList{nine} << 3000.0 << QList<double>{830} << QList<double>{3000};
-        QTest::newRow("three at once") << QStringList{nine, nine, nine} << 3000.0 << QList<double>{830, 1830, 2830}
-                                       << QList<double>{1010, 1010, 1010};
-        // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
-        // others but is not searched for itself, so only the later box is narrowed.
-        QTest::newRow("staggered") << QStringList{nine, "09:30-10:30", "10:30-11:00"} << 3000.0
-                                   << QList<double>{830, 830, 830} << QList<double>{3000, 1510, 3000};
-        // two boxes from 9:00 overlap in rows they both search
-        QTest::newRow("same start") << QStringList{"09:00-10:30", nine} << 3000.0 << QList<double>{830, 2330}
-                                    << QList<double>{1510, 1510};
-        // halves whatever the width
-        QTest::newRow("2560 pixels") << QStringList{nine, nine} << 36000.0 << QList<double>{830, 18830}
-                                     << QList<double>{18010, 18010};
-        QTest::newRow("a wall of screens") << QStringList{nine, nine} << 2.0e6 << QList<double>{830, 1000830}
-                                           << QList<double>{1000010, 1000010};
-    }
-
+    // Each box's left and width, in twips.
     void sideBySide()
     {
-        QFETCH(QStringList, boxes);
-        QFETCH(double, columnWidth);
-        GridGeometry g = dayGrid();
-        g.colWidth[2] = columnWidth;
-        std::vector<BoxInput> inputs;
-        for (const QString &times : boxes)
-            inputs.push_back({times, 0});
-        QList<double> lefts, widths;
-        for (const BoxPlacement &box : placeBoxes(inputs, g)) {
-            lefts << box.left;
-            widths << box.width;
-        }
-        QTEST(lefts, "lefts");
-        QTEST(widths, "widths");
+        const auto placed = [](const QStringList &boxes, double columnWidth) {
+            GridGeometry g = dayGrid();
+            g.colWidth[2] = columnWidth;
+            std::vector<BoxInput> inputs;
+            for (const QString &times : boxes)
+                inputs.push_back({times, 0});
+            QList<double> got;
+            for (const BoxPlacement &box : placeBoxes(inputs, g))
+                got << box.left << box.width;
+            return got;
+        };
+        const QString nine = "09:00-10:00";
+        QCOMPARE(placed({nine}, 3000), QList<double>({830, 3000}));
+        QCOMPARE(placed({nine, nine, nine}, 3000), QList<double>({830, 1010, 1830, 1010, 2830, 1010}));
+        // 9-10 and 9:30-10:30 share the 9:30 row. A box's own last row counts for the
+        // others but is not searched for itself, so only the later box is narrowed.
+        QCOMPARE(placed({nine, "09:30-10:30", "10:30-11:00"}, 3000), QList<double>({830, 3000, 830, 1510, 830, 3000}));
+        // two boxes from 9:00 overlap in rows they both search
+        QCOMPARE(placed({"09:00-10:30", nine}, 3000), QList<double>({830, 1510, 2330, 1510}));
+        // halves whatever the width, a wall of screens too
+        QCOMPARE(placed({nine, nine}, 2.0e6), QList<double>({830, 1000010, 1000830, 1000010}));
     }
 
     void boxHeights()
@@ -211,24 +185,17 @@ private slots:
         QCOMPARE(entry.dates(), dates);
     }
 
-    void monthFirstCell_data()
-    {
-        columns<QDate, QDate>("shown", "firstCell");
-        // months starting on a Monday, midweek, late in the week and on a Sunday
-        QTest::newRow("Monday") << QDate(2026, 6, 15) << QDate(2026, 6, 1);
-        QTest::newRow("Wednesday") << QDate(2026, 4, 2) << QDate(2026, 3, 30);
-        QTest::newRow("Thursday") << QDate(2026, 1, 31) << QDate(2025, 12, 29);
-        QTest::newRow("Sunday, December 2000") << QDate(2000, 12, 3) << QDate(2000, 11, 27);
-    }
-
+    // Months starting on a Monday, midweek, late in the week and on a Sunday.
     void monthFirstCell()
     {
-        QFETCH(QDate, shown);
-        QFETCH(QDate, firstCell);
-        for (bool dayFirst : {true, false})
-            QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
-        const DateRange range = viewRange(3, Date::fromDate(shown), true);
-        QCOMPARE(range.to.toDate(), firstCell.addDays(35));
+        for (const auto &[shown, firstCell] : {std::pair{QDate(2026, 6, 15), QDate(2026, 6, 1)},
+                                               std::pair{QDate(2026, 4, 2), QDate(2026, 3, 30)},
+                                               std::pair{QDate(2026, 1, 31), QDate(2025, 12, 29)},
+                                               std::pair{QDate(2000, 12, 3), QDate(2000, 11, 27)}}) {
+            for (bool dayFirst : {true, false})
+                QCOMPARE(dayvex::monthFirstCell(Date::fromDate(shown), dayFirst).toDate(), firstCell);
+            QCOMPARE(viewRange(3, Date::fromDate(shown), true).to.toDate(), firstCell.addDays(35));
+        }
     }
 
     void hourRuns()
@@ -319,33 +286,26 @@ private slots:
 
     // Modern: the view keeps at least 70% with two months, and the tab row
     // (tabs, caption, side toggle) stays in order within the view's width.
-    void modernShares_data()
-    {
-        columns<double, bool>("width", "collapsed");
-        for (double width : {6500.0, 9000.0, 12001.0, 20000.0, 25000.0, 60000.0}) {
-            QTest::addRow("%g", width) << width << false;
-            QTest::addRow("%g, collapsed", width) << width << true;
-        }
-    }
-
     void modernShares()
     {
-        QFETCH(double, width);
-        QFETCH(bool, collapsed);
         LayoutDesign design;
         design.tabCaptionWidth = 900;
-        const ControlLayout l = layOutControl(width, 9000, design, true, collapsed);
-        QCOMPARE(l.sideShown, !collapsed);
-        if (collapsed)
-            QCOMPARE(l.lista.width, width);
-        else
-            QCOMPARE(l.lista.width + l.calendar.width, width);
-        if (l.calendarMonths == 2)
-            QVERIFY(l.lista.width >= 0.7 * width);
-        QVERIFY(l.tipoVis.right() <= l.thisDay.left);
-        QCOMPARE(l.thisDay.right(), l.sideToggle.left);
-        QCOMPARE(l.sideToggle.right(), l.lista.right());
-        QCOMPARE(l.tabCaptions, l.tabWidth >= 900);
+        for (const double width : {6500.0, 9000.0, 12001.0, 20000.0, 25000.0, 60000.0}) {
+            for (const bool collapsed : {false, true}) {
+                const ControlLayout l = layOutControl(width, 9000, design, true, collapsed);
+                QCOMPARE(l.sideShown, !collapsed);
+                if (collapsed)
+                    QCOMPARE(l.lista.width, width);
+                else
+                    QCOMPARE(l.lista.width + l.calendar.width, width);
+                if (l.calendarMonths == 2)
+                    QVERIFY(l.lista.width >= 0.7 * width);
+                QVERIFY(l.tipoVis.right() <= l.thisDay.left);
+                QCOMPARE(l.thisDay.right(), l.sideToggle.left);
+                QCOMPARE(l.sideToggle.right(), l.lista.right());
+                QCOMPARE(l.tabCaptions, l.tabWidth >= 900);
+            }
+        }
     }
 
     void childrenFitTheControl()

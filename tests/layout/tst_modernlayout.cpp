@@ -64,41 +64,24 @@ private slots:
         }
     }
 
-    void daySegments_data()
-    {
-        columns<Date, Date, int, QList<int>>("start", "end", "days", "parts");
-        // parts: day, start minute, end minute for each part
-        QTest::newRow("overnight shift") << at(2027, 5, 10, 22, 0) << at(2027, 5, 11, 6, 0) << 7
-                                         << QList<int>{0, 1320, 1440, 1, 0, 360};
-        QTest::newRow("three-day trip") << at(2027, 5, 10, 9, 0) << at(2027, 5, 12, 17, 0) << 7
-                                        << QList<int>{0, 540, 1440, 1, 0, 1440, 2, 0, 1020};
-        QTest::newRow("early, at its time") << at(2027, 5, 10, 2, 38) << at(2027, 5, 10, 3, 30) << 1
-                                            << QList<int>{0, 158, 210};
-        QTest::newRow("late, at its time") << at(2027, 5, 10, 21, 30) << at(2027, 5, 10, 22, 30) << 1
-                                           << QList<int>{0, 1290, 1350};
-        QTest::newRow("begun before the view") << at(2027, 5, 9, 20, 0) << at(2027, 5, 10, 1, 0) << 1
-                                               << QList<int>{0, 0, 60};
-        QTest::newRow("ends at midnight") << at(2027, 5, 10, 23, 0) << at(2027, 5, 11) << 7
-                                          << QList<int>{0, 1380, 1440};
-        QTest::newRow("no length, lengthened") << at(2027, 5, 10, 12, 0) << at(2027, 5, 10, 12, 0) << 1
-                                               << QList<int>{0, 720, 735};
-        QTest::newRow("end before start") << at(2027, 5, 10, 23, 55) << at(2027, 5, 10, 8, 0) << 1
-                                          << QList<int>{0, 1425, 1440};
-        QTest::newRow("past the view") << at(2027, 5, 10, 22, 0) << at(2027, 5, 12, 6, 0) << 1
-                                       << QList<int>{0, 1320, 1440};
-        QTest::newRow("NaN") << Date(std::nan("")) << at(2027, 5, 10, 8, 0) << 1 << QList<int>{};
-    }
-
+    // Each part: its day, start minute and end minute.
     void daySegments()
     {
-        QFETCH(Date, start);
-        QFETCH(Date, end);
-        QFETCH(int, days);
-        QFETCH(QList<int>, parts);
-        QList<int> got;
-        for (const DaySegment &s : dayvex::daySegments({appointment(start, end)}, at(2027, 5, 10), days, 15))
-            got << s.day << s.startMinute << s.endMinute;
-        QCOMPARE(got, parts);
+        const auto parts = [](Date start, Date end, int days) {
+            QList<int> got;
+            for (const DaySegment &s : dayvex::daySegments({appointment(start, end)}, at(2027, 5, 10), days, 15))
+                got << s.day << s.startMinute << s.endMinute;
+            return got;
+        };
+        const auto may = [](int day, int hour, int minute = 0) { return at(2027, 5, day, hour, minute); };
+        QCOMPARE(parts(may(10, 9), may(12, 17), 7), QList<int>({0, 540, 1440, 1, 0, 1440, 2, 0, 1020})); // a trip
+        QCOMPARE(parts(may(10, 2, 38), may(10, 3, 30), 1), QList<int>({0, 158, 210}));
+        QCOMPARE(parts(may(9, 20), may(10, 1), 1), QList<int>({0, 0, 60}));        // begun before the view
+        QCOMPARE(parts(may(10, 23), may(11, 0), 7), QList<int>({0, 1380, 1440}));  // ends at midnight
+        QCOMPARE(parts(may(10, 12), may(10, 12), 1), QList<int>({0, 720, 735}));   // no length: lengthened
+        QCOMPARE(parts(may(10, 23, 55), may(10, 8), 1), QList<int>({0, 1425, 1440})); // the end before the start
+        QCOMPARE(parts(may(10, 22), may(12, 6), 1), QList<int>({0, 1320, 1440}));  // past the view
+        QCOMPARE(parts(Date(std::nan("")), may(10, 8), 1), QList<int>());
     }
 
     // A part widens over columns free for its whole span; a crowded group leaves
@@ -134,33 +117,24 @@ private slots:
         QCOMPARE(markers, marker);
     }
 
-    void wholeDays_data()
-    {
-        columns<Date, Date, bool, QList<int>>("start", "end", "whole", "bar");
-        // bar: first and last day of the week from 10 May 2027
-        QTest::newRow("one day") << at(2027, 5, 12) << at(2027, 5, 13) << true << QList<int>{2, 2};
-        QTest::newRow("trip, timed") << at(2027, 5, 14, 9, 0) << at(2027, 5, 16, 17, 0) << true << QList<int>{4, 6};
-        QTest::newRow("exactly 24 hours") << at(2027, 5, 10, 12, 0) << at(2027, 5, 11, 12, 0) << true
-                                          << QList<int>{0, 1};
-        QTest::newRow("overnight shift") << at(2027, 5, 10, 22, 0) << at(2027, 5, 11, 6, 0) << false
-                                         << QList<int>{0, 1};
-        QTest::newRow("begun the week before") << at(2027, 5, 1) << at(2027, 5, 12) << true << QList<int>{0, 1};
-        QTest::newRow("past the week") << at(2027, 5, 15) << at(2027, 5, 30) << true << QList<int>{5, 6};
-        QTest::newRow("no length at midnight") << at(2027, 5, 12) << at(2027, 5, 12) << false << QList<int>{2, 2};
-        QTest::newRow("NaN end") << at(2027, 5, 12) << Date(std::nan("")) << false << QList<int>{};
-    }
-
+    // Whole days or not (1 or 0), then the bar's first and last day of the week from 10 May 2027.
     void wholeDays()
     {
-        QFETCH(Date, start);
-        QFETCH(Date, end);
-        QFETCH(bool, whole);
-        QFETCH(QList<int>, bar);
-        QCOMPARE(coversWholeDays(start, end), whole);
-        QList<int> got;
-        for (const AllDayBar &b : stackAllDay({{start, end}}, at(2027, 5, 10), 7, 3).bars)
-            got << b.firstDay << b.lastDay;
-        QCOMPARE(got, bar);
+        const auto bar = [](Date start, Date end) {
+            QList<int> got{coversWholeDays(start, end)};
+            for (const AllDayBar &b : stackAllDay({{start, end}}, at(2027, 5, 10), 7, 3).bars)
+                got << b.firstDay << b.lastDay;
+            return got;
+        };
+        const auto may = [](int day, int hour = 0) { return at(2027, 5, day, hour); };
+        QCOMPARE(bar(may(12), may(13)), QList<int>({1, 2, 2}));
+        QCOMPARE(bar(may(14, 9), may(16, 17)), QList<int>({1, 4, 6})); // a trip, timed
+        QCOMPARE(bar(may(10, 12), may(11, 12)), QList<int>({1, 0, 1})); // exactly 24 hours
+        QCOMPARE(bar(may(10, 22), may(11, 6)), QList<int>({0, 0, 1}));  // an overnight shift
+        QCOMPARE(bar(may(1), may(12)), QList<int>({1, 0, 1}));           // begun the week before
+        QCOMPARE(bar(may(15), may(30)), QList<int>({1, 5, 6}));          // past the week
+        QCOMPARE(bar(may(12), may(12)), QList<int>({0, 2, 2}));          // no length, at midnight
+        QCOMPARE(bar(may(12), Date(std::nan(""))), QList<int>({0}));
     }
 
     // Random weeks of bars: none shares a day and a row with another, every bar is

@@ -1,8 +1,4 @@
 #include <dayvextest.h>
-#include <dayvex/platform/format.h>
-#include <dayvex/views/detailpane.h>
-#include <dayvex/layout/textfit.h>
-#include <dayvex/layout/timegrid.h>
 
 namespace {
 // One unit per character, so that widths read as lengths.
@@ -16,33 +12,25 @@ class tst_TextFit : public QObject
 {
     Q_OBJECT
 private slots:
-    void fitLines_data()
-    {
-        columns<QString, double, int, QStringList, bool>("text", "width", "maxLines", "lines", "cut");
-        QTest::newRow("fits on one line") << "09:00-10:00 Sala A" << 20.0 << 3 << QStringList{"09:00-10:00 Sala A"} << false;
-        QTest::newRow("wraps at blanks") << "09:00-10:00 Sala A | Ferri" << 12.0 << 3
-                                         << QStringList{"09:00-10:00", "Sala A |", "Ferri"} << false;
-        QTest::newRow("whole lines, the last elided") << "09:00-10:00 Sala A | Ferri | Riunione" << 12.0 << 2
-                                                      << QStringList{"09:00-10:00", "Sala A | Fe…"} << true;
-        QTest::newRow("one line in a short box") << "13:00-14:30 Bianchi" << 8.0 << 1 << QStringList{"13:00-1…"} << true;
-        QTest::newRow("a word wider than the line") << "Pianificazione" << 6.0 << 3
-                                                    << QStringList{"Pianif", "icazio", "ne"} << false;
-        QTest::newRow("no room at all") << "abc" << 0.0 << 1 << QStringList{""} << true;
-        QTest::newRow("no lines") << "abc" << 10.0 << 0 << QStringList{} << true;
-        QTest::newRow("empty") << "" << 10.0 << 2 << QStringList{} << false;
-    }
-
     void fitLines()
     {
-        QFETCH(QString, text);
-        QFETCH(double, width);
-        QFETCH(int, maxLines);
-        QFETCH(QStringList, lines);
-        const FittedText fitted = dayvex::fitLines(text, width, maxLines, Chars);
-        QCOMPARE(fitted.lines, lines);
-        QTEST(fitted.cut, "cut");
-        for (const QString &line : fitted.lines)
-            QVERIFY(line.size() <= width);
+        const struct { const char *text; double width; int maxLines; QStringList lines; bool cut; } fits[] = {
+            {"09:00-10:00 Sala A", 20, 3, {"09:00-10:00 Sala A"}, false},
+            {"09:00-10:00 Sala A | Ferri", 12, 3, {"09:00-10:00", "Sala A |", "Ferri"}, false}, // wrapped at blanks
+            // whole lines, the last elided
+            {"09:00-10:00 Sala A | Ferri | Riunione", 12, 2, {"09:00-10:00", "Sala A | Fe…"}, true},
+            {"13:00-14:30 Bianchi", 8, 1, {"13:00-1…"}, true}, // one line in a short box
+            {"Pianificazione", 6, 3, {"Pianif", "icazio", "ne"}, false}, // a word wider than the line
+            {"abc", 0, 1, {""}, true}, // no room at all
+            {"abc", 10, 0, {}, true},
+            {"", 10, 2, {}, false}};
+        for (const auto &fit : fits) {
+            const FittedText fitted = dayvex::fitLines(fit.text, fit.width, fit.maxLines, Chars);
+            QCOMPARE(fitted.lines, fit.lines);
+            QCOMPARE(fitted.cut, fit.cut);
+            for (const QString &line : fitted.lines)
+                QVERIFY(line.size() <= fit.width);
+        }
     }
 
     void captionForms()
@@ -78,28 +66,16 @@ private slots:
         QCOMPARE(dayvex::linesBelow(3, 0, 0), 3); // no whole row
     }
 
-    void nowLine_data()
-    {
-        // offset: -1: no line
-        columns<Date, int, double>("now", "slotRows", "offset");
-        // 08:00 to 20:00 in 30-minute slots of 300 twips
-        QTest::newRow("day start") << at(2026, 11, 22, 8, 0) << 25 << 0.0;
-        QTest::newRow("a third into 14:00") << at(2026, 11, 22, 14, 10) << 25 << 12 * 300.0 + 100;
-        QTest::newRow("in the last slot") << at(2026, 11, 22, 20, 15) << 25 << 24 * 300.0 + 150;
-        QTest::newRow("before the day") << at(2026, 11, 22, 7, 59) << 25 << -1.0;
-        QTest::newRow("after the last slot") << at(2026, 11, 22, 20, 30) << 25 << -1.0;
-        QTest::newRow("no date") << Date(qQNaN()) << 25 << -1.0;
-    }
-
+    // 08:00 to 20:00 in 30-minute slots of 300 twips; -1 for no line.
     void nowLine()
     {
-        QFETCH(Date, now);
-        QFETCH(int, slotRows);
-        QFETCH(double, offset);
-        const std::optional<double> line = nowLineOffset(now, Date::fromTime(QTime(8, 0)), 30, slotRows, 300);
-        QCOMPARE(line.has_value(), offset >= 0);
-        if (line)
-            QVERIFY(qAbs(*line - offset) < 1e-6);
+        for (const auto &[now, offset] :
+             {std::pair{at(2026, 11, 22, 8, 0), 0.0}, std::pair{at(2026, 11, 22, 14, 10), 12 * 300.0 + 100},
+              std::pair{at(2026, 11, 22, 20, 15), 24 * 300.0 + 150}, std::pair{at(2026, 11, 22, 7, 59), -1.0},
+              std::pair{at(2026, 11, 22, 20, 30), -1.0}, std::pair{Date(qQNaN()), -1.0}}) {
+            const std::optional<double> line = nowLineOffset(now, Date::fromTime(QTime(8, 0)), 30, 25, 300);
+            QVERIFY2(qAbs(line.value_or(-1.0) - offset) < 1e-6, qPrintable(QString::number(now.value())));
+        }
     }
 
     void paneBeside()

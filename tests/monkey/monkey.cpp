@@ -12,7 +12,6 @@
 
 #include <QAbstractButton>
 #include <QAbstractScrollArea>
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateEdit>
@@ -22,7 +21,6 @@
 #include <QPointer>
 #include <QScrollBar>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QWheelEvent>
 
 #include <cmath>

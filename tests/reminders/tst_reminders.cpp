@@ -1,10 +1,7 @@
 #include <dayvextest.h>
 
-#include <QApplication>
 #include <QLabel>
-#include <QPushButton>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QComboBox>
 #include <QTreeWidget>
 
@@ -296,17 +293,12 @@ private slots:
     {
         addAppointment("1", at(2000, 12, 3, 9, 0));
         addToDo(at(2000, 12, 9, 18, 0));
-        Alarm appointment;
-        appointment.AlarmType = "S";
-        appointment.AlarmEventKey = "1";
-        const ReminderText forAppointment = reminderText(appointment, *m_data, "dd/mm/yyyy", sharedLanguage());
+        const ReminderText forAppointment =
+            reminderText(*m_data->Alarms()->Item("S1"), *m_data, "dd/mm/yyyy", sharedLanguage());
         QCOMPARE(forAppointment.date, "03/12/2000");
         QCOMPARE(forAppointment.kind, "Appointment");
         QCOMPARE(forAppointment.details, QStringList({"place: Sala A", "contact: Ferri", "Riunione 1"}));
-        Alarm todo;
-        todo.AlarmType = "T";
-        todo.AlarmEventKey = "7";
-        const ReminderText forToDo = reminderText(todo, *m_data, "mm/dd/yyyy", sharedLanguage());
+        const ReminderText forToDo = reminderText(*m_data->Alarms()->Item("T7"), *m_data, "mm/dd/yyyy", sharedLanguage());
         QCOMPARE(forToDo.date, "12/09/2000");
         QCOMPARE(forToDo.kind, "To do activity");
         QCOMPARE(forToDo.details, QStringList({"project: Sito", "Chiamare"}));

@@ -26,22 +26,15 @@ inline Date at(int year, int month, int day, int hour = 0, int minute = 0, int s
     return at(QDate(year, month, day), hour, minute, second);
 }
 
-// What the call throws as an Error: its number, 0 for none, and its text.
-struct Raised
-{
-    qint32 number = 0;
-    QString description;
-    QString source;
-};
-
-inline Raised raised(const std::function<void()> &call)
+// The number of the Error the call throws, 0 for none.
+inline qint32 errorNumber(const std::function<void()> &call)
 {
     try {
         call();
     } catch (const Error &e) {
-        return {e.number(), e.description(), e.source()};
+        return e.number();
     }
-    return {};
+    return 0;
 }
 
 // Declares a data table's columns at once: columns<int, QString>("count", "name").
@@ -50,8 +43,6 @@ template <typename... Types, typename... Names> void columns(const Names &...nam
     static_assert(sizeof...(Types) == sizeof...(Names));
     (QTest::addColumn<Types>(names), ...);
 }
-
-inline qint32 errorNumber(const std::function<void()> &call) { return raised(call).number; }
 
 // Every field of a record, a date by its exact value, to compare records whole.
 template <typename Record>
@@ -227,7 +218,6 @@ public:
 };
 
 inline AgendaGrid *agendaGrid(const QWidget *control) { return control->findChild<AgendaGrid *>("Lista"); }
-inline ToDoGrid *toDoGrid(const QWidget *control) { return control->findChild<ToDoGrid *>("DaFare"); }
 
 // The box of the appointment with key among the grid's, or null.
 inline AppointmentBox *boxOf(const AgendaGrid *grid, const QString &key)

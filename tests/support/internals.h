@@ -2,20 +2,12 @@
 
 // Every header of the library, the internal ones too: for the project's own tests and benchmark.
 
-#include <dayvex/platform/date.h>
-#include <dayvex/platform/error.h>
+#include <dayvex/dayvex.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/platform/color.h>
 #include <dayvex/platform/capslock.h>
-#include <dayvex/platform/keyedcollection.h>
 
-#include <dayvex/model/alarms.h>
-#include <dayvex/model/dayvexdata.h>
-#include <dayvex/model/lookuplists.h>
-#include <dayvex/model/records.h>
-#include <dayvex/model/schedules.h>
 #include <dayvex/model/sharedsettings.h>
-#include <dayvex/model/todos.h>
 
 #include <dayvex/i18n/language.h>
 #include <dayvex/platform/inireader.h>
@@ -24,7 +16,6 @@
 #include <dayvex/control/monthcalendar.h>
 #include <dayvex/control/statusline.h>
 #include <dayvex/platform/twips.h>
-#include <dayvex/control/zntdayvex.h>
 #include <dayvex/model/hostevents.h>
 #include <dayvex/editing/editinghost.h>
 #include <dayvex/editing/prompts.h>
@@ -35,7 +26,6 @@
 #include <dayvex/editing/todoeditor.h>
 #include <dayvex/editing/todocommands.h>
 #include <dayvex/reminders/reminderhost.h>
-#include <dayvex/reminders/remindersound.h>
 #include <dayvex/reminders/soundplayback.h>
 #include <dayvex/reminders/reminderpopup.h>
 #include <dayvex/reminders/reminderswindow.h>
@@ -53,7 +43,5 @@
 #include <dayvex/layout/textfit.h>
 #include <dayvex/views/daylist.h>
 #include <dayvex/views/itemgestures.h>
-#include <dayvex/exchange/icalendar.h>
-#include <dayvex/printing/agendaprint.h>
 #include <dayvex/printing/printpreview.h>
 #include <dayvex/control/zntdayvex_p.h>

@@ -1,7 +1,6 @@
 #include <dayvextest.h>
 
 #include <QAccessible>
-#include <QApplication>
 #include <QCalendarWidget>
 #include <QContextMenuEvent>
 #include <QHeaderView>
