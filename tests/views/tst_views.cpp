@@ -458,6 +458,10 @@ private slots:
         QTEST(m_host.log, "events");
         QTEST(m_control->selectedKey(), "selected");
         QVERIFY(!m_data->ToDoS()->Item("t1")->Done && m_data->Schedules()->find("a"));
+        // A box the keyboard reached shows it.
+        if (auto *box = qobject_cast<AppointmentBox *>(QApplication::focusWidget()))
+            QCOMPARE(lista()->viewport()->grab().toImage().pixelColor(box->geometry().topLeft() + QPoint(1, 5)),
+                     lista()->palette().color(QPalette::Highlight));
     }
 
     // Every part a reader can reach has a name; boxes and cells say what and when.

@@ -162,6 +162,11 @@ void AppointmentBox::paintBox(QPainter &painter)
     painter.fillRect(rect(), m_background);
     painter.setPen(palette().color(QPalette::Dark));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    if (hasFocus()) {
+        // The keyboard's place, whatever the box's colour.
+        painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+        painter.drawRect(QRectF(rect()).adjusted(1, 1, -1, -1));
+    }
     // Dark text on light colours and the other way round.
     painter.setPen(m_modern ? contrastingText(m_background) : (m_background.lightness() < 128 ? Qt::white : Qt::black));
     const QRect area = textArea();
@@ -180,6 +185,9 @@ void AppointmentBox::paintBox(QPainter &painter)
 
 bool AppointmentBox::event(QEvent *event)
 {
+    // The box paints nothing itself: whoever paints it shows the focus moving.
+    if ((event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) && parentWidget())
+        parentWidget()->update(geometry());
     if (event->type() != QEvent::ToolTip)
         return QWidget::event(event);
     if (m_modern) {

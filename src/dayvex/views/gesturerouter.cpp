@@ -105,6 +105,14 @@ void GestureRouter::select(ViewSelection::Kind kind, const QString &key)
     held = key;
     m_selection.kind = chosen;
     m_host.selectionMoved();
+    // A screen reader follows the selection to the box that shows it.
+    if (chosen == ViewSelection::Kind::Appointment)
+        for (int i = 0; i < m_grid->boxCount(); ++i)
+            if (m_grid->box(i)->isVisible() && m_grid->box(i)->entry().key == key) {
+                QAccessibleEvent selected(m_grid->box(i), QAccessible::Selection);
+                QAccessible::updateAccessibility(&selected);
+                break;
+            }
 }
 
 void GestureRouter::watchBox(AppointmentBox *box)
