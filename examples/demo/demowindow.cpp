@@ -59,6 +59,7 @@ DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
     m_log = new QPlainTextEdit(panel);
     m_log->setReadOnly(true);
     m_log->setMaximumBlockCount(2000);
+    m_log->setAccessibleName(QStringLiteral("Events raised"));
     layout->addWidget(m_cancel);
     layout->addWidget(m_external);
     layout->addWidget(m_log);

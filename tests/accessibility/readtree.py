@@ -50,4 +50,12 @@ if not boxes:
     failures.append("no appointment is named with its times")
 if not {"day", "week", "month"} <= {t.lower() for t in tabs}:
     failures.append(f"the view tabs are missing: {tabs}")
+unnamed = []
+for node in nodes:
+    if node.getState().contains(pyatspi.STATE_FOCUSABLE) and not (node.name or "").strip():
+        parent = node.parent
+        unnamed.append(f"{node.getRoleName()} in {parent.getRoleName() if parent else '?'} "
+                       f"'{(parent.name or '') if parent else ''}'")
+if unnamed:
+    failures.append(f"{len(unnamed)} focusable elements have no name: {unnamed[:5]}")
 sys.exit("; ".join(failures) if failures else 0)

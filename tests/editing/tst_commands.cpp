@@ -1,5 +1,6 @@
 #include <dayvextest.h>
 
+#include <QAbstractButton>
 #include <QAbstractSpinBox>
 #include <QCheckBox>
 #include <QComboBox>
@@ -164,7 +165,14 @@ private slots:
         m_control->Refresh(zntPlanShowDay);
         auto *grid = m_control->findChild<AgendaGrid *>("Lista");
         grid->setCurrentCell(presentation == zntDayvex::Modern ? 19 : 3, 2); // 09:30 in either grid
-        m_driver.whenOpen(AppointmentForm, [endTime](QDialog *editor) {
+        m_driver.whenOpen(AppointmentForm, [endTime, presentation](QDialog *editor) {
+            // Modern: every button answers to a key of its own.
+            QSet<QKeySequence> mnemonics;
+            for (const QAbstractButton *button : editor->findChildren<QAbstractButton *>())
+                mnemonics << QKeySequence::mnemonic(button->text());
+            mnemonics.remove(QKeySequence());
+            if (presentation == zntDayvex::Modern)
+                QCOMPARE(mnemonics.size(), editor->findChildren<QAbstractButton *>().size());
             QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "Turno");
             field<QDateEdit>(editor, "DatFine")->setDate(QDate(2000, 12, 4));
             field<QTimeEdit>(editor, "OraFine")->setTime(endTime);

@@ -182,6 +182,25 @@ private slots:
                              qPrintable(QColor(r, g, b).name()));
     }
 
+    // Buttons that stand together get distinct mnemonics, word initials first.
+    void mnemonics_data()
+    {
+        columns<QStringList, QStringList>("captions", "expected");
+        QTest::newRow("kept, initials, then any letter")
+            << QStringList{"&Open", "Snooze", "Save", "Ops"} << QStringList{"&Open", "&Snooze", "S&ave", "O&ps"};
+        QTest::newRow("reminder buttons") << QStringList{"remind me in 5 minutes", "don't remind anymore"}
+                                          << QStringList{"&remind me in 5 minutes", "&don't remind anymore"};
+        QTest::newRow("a plain ampersand is no mnemonic, case folds")
+            << QStringList{"a&&b", "A", "b"} << QStringList{"&a&&b", "A", "&b"};
+        QTest::newRow("nothing free") << QStringList{"x", "X", ""} << QStringList{"&x", "X", ""};
+    }
+
+    void mnemonics()
+    {
+        QFETCH(QStringList, captions);
+        QTEST(withMnemonics(captions), "expected");
+    }
+
     void positionsAndKeys()
     {
         Collection c;

@@ -418,14 +418,19 @@ private slots:
         row("Page Down: next week", true, false, "PgDown", 30, 2, at(2000, 12, 10), none);
         row("Ctrl+3, Page Up: last month", true, false, "Ctrl+3, PgUp", 30, 3, at(2000, 11, 3), none);
         row("Page Up, Ctrl+T: today", true, false, "PgUp, Ctrl+T", 30, 2, today(), none);
-        row("Ctrl+N, vetoed", true, false, "Ctrl+N", 30, 2, sunday, {"BeforeScheduleAdd"});
+        row("Ctrl+N, vetoed", true, false, "Ctrl+N", 30, 2, sunday, {"BeforeScheduleAdd", "15:00 15:00"});
         // A new to-do asks with the "change" event, as the menu's entry does.
         row("Ctrl+Shift+N, vetoed", true, false, "Ctrl+Shift+N", 30, 2, sunday, {"BeforeTodoChange"});
         row("Space, vetoed", true, true, "Space", 30, 2, sunday, {"BeforeTodoSetComplete"}, "t1");
         row("Insert, vetoed", true, true, "Ins", 30, 2, sunday, {"BeforeTodoChange"});
-        row("Enter on a box, vetoed", true, false, "Return", 18, 2, sunday, {"BeforeScheduleChange"}, "a");
-        row("Delete on a box, vetoed", true, false, "Del", 19, 2, sunday, {"BeforeScheduleDelete"}, "a");
-        row("Enter on an empty slot", true, false, "Return", 30, 2, sunday, {"BeforeScheduleAdd"});
+        row("Enter on a box, vetoed", true, false, "Return", 18, 2, sunday, {"BeforeScheduleChange", "09:00 10:00"},
+            "a");
+        row("Delete on a box, vetoed", true, false, "Del", 19, 2, sunday, {"BeforeScheduleDelete", "09:00 10:00"}, "a");
+        row("Enter on an empty slot", true, false, "Return", 30, 2, sunday, {"BeforeScheduleAdd", "15:00 15:00"});
+        row("Shift+Down twice, Enter: over three slots", true, false, "Shift+Down, Shift+Down, Return", 30, 2, sunday,
+            {"BeforeScheduleAdd", "15:00 16:30"});
+        row("Shift+Up, Shift+Down, Shift+Down, Ctrl+N", true, false, "Shift+Up, Shift+Down, Shift+Down, Ctrl+N", 30, 2,
+            sunday, {"BeforeScheduleAdd", "15:00 16:00"});
         row("Ctrl+Down: the first appointment", true, false, "Ctrl+Down", 30, 2, sunday, none, "a");
         row("Shift+F10 on a box: its menu", true, false, "Shift+F10", 18, 2, sunday, none, "a");
         row("classic: Ctrl+3", false, false, "Ctrl+3", 10, 2, sunday, none);
@@ -451,6 +456,9 @@ private slots:
         QApplication::setActiveWindow(m_control.get());
         target->setFocus();
         m_host.log.clear();
+        m_host.editSchedule = [this](std::shared_ptr<Schedule> &proposed) {
+            m_host.log << proposed->start().toString("hh:mm ") + proposed->end().toString("hh:mm");
+        };
         for (int i = 0; i < keys.count(); ++i)
             QTest::keySequence(target, QKeySequence(keys[i]));
         QTEST(int(m_control->CurrentView()), "view");

@@ -674,8 +674,10 @@ void zntDayvexPrivate::layOutChildren()
     if (modern()) {
         place(m_sideToggle, l.sideToggle);
         m_sideToggle->setArrowType(l.sideShown ? Qt::RightArrow : Qt::LeftArrow);
-        m_sideToggle->setToolTip(l.sideShown ? QObject::tr("Hide the calendar and the to-do list")
-                                             : QObject::tr("Show the calendar and the to-do list"));
+        const QString action = l.sideShown ? QObject::tr("Hide the calendar and the to-do list")
+                                           : QObject::tr("Show the calendar and the to-do list");
+        m_sideToggle->setToolTip(action);
+        m_sideToggle->setAccessibleName(action); // an arrow alone reads as nothing
     }
     m_tipoVis->setStyleSheet(QStringLiteral("QTabBar::tab { width: %1px; }").arg(qMax(0, scale.toPixels(l.tabWidth))));
     const Text captions[] = {Text::Day, Text::Week, Text::Month};

@@ -49,6 +49,22 @@ void zntDayvexPrivate::popUpToDoMenu(bool holdsToDo, bool done, const QPoint &gl
     m_mnuAttivita->popup(globalPos);
 }
 
+std::pair<Date, Date> zntDayvexPrivate::selectedSlots() const
+{
+    // The calendar's day at the time of the grid's current row; in Modern, up to
+    // the end of the last row selected with it.
+    const Date day = Date::fromDate(m_calendar->selectedDate());
+    const auto startOf = [&](int row) {
+        const SlotLabel label = m_lista->rowLabel(row);
+        return proposedStart(day, label.hour, label.minutes, settings().DateFormat);
+    };
+    const Date start = startOf(m_lista->currentRow());
+    const auto [first, last] = m_lista->selectedSlotRows();
+    if (!modern() || first == last)
+        return {start, start};
+    return {startOf(first), startOf(last).addMinutes(gridStartAndStep().second)};
+}
+
 void zntDayvexPrivate::gridCellChosen()
 {
     const int view = selectedTab();

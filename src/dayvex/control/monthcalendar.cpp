@@ -21,6 +21,8 @@ MonthCalendar::MonthCalendar(QWidget *parent)
         month->setAccessibleName(tr("Month calendar"));
         if (QWidget *days = month->findChild<QWidget *>(QStringLiteral("qt_calendar_calendarview")))
             days->setAccessibleName(tr("Days of the month"));
+        if (QWidget *year = month->findChild<QWidget *>(QStringLiteral("qt_calendar_yearedit")))
+            year->setAccessibleName(tr("Year"));
         layout->addWidget(month);
         connect(month, &QCalendarWidget::clicked, this, [this, month](const QDate &date) {
             select(month);

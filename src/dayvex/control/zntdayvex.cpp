@@ -344,10 +344,8 @@ void zntDayvex::mnEliminaAttivita_Click()
 
 void zntDayvex::mnNuovo_Click()
 {
-    // The calendar's day at the time of the grid's current row.
-    const SlotLabel row = d->m_lista->rowLabel(d->m_lista->currentRow());
-    d->m_appointments->newAppointment(proposedStart(Date::fromDate(d->m_calendar->selectedDate()), row.hour,
-                                                    row.minutes, d->settings().DateFormat));
+    const auto [start, end] = d->selectedSlots();
+    d->m_appointments->newAppointment(start, end);
 }
 
 void zntDayvex::mnModifica_Click()

@@ -115,12 +115,15 @@ public:
     bool modernGestures() const override { return modern(); }
     bool modernReminders() const override { return modern(); }
     bool storesTrueEnd() const override { return modern(); }
+    bool keyboardMnemonics() const override { return modern(); }
     void openAlarmRecord(const Alarm &alarm) override;
     void openDay(Date day) override;
     void runGestureCommand(Command command) override;
     void popUpAppointmentMenu(bool onAppointment, const QPoint &globalPos) override;
     void popUpToDoMenu(bool holdsToDo, bool done, const QPoint &globalPos) override;
     void gridCellChosen() override;
+    // Start and end proposed for a new appointment by the grid's selected slots.
+    std::pair<Date, Date> selectedSlots() const;
     void selectionMoved() override;
     // The selected record, when the plan still holds it; warns and selects nothing when it is gone.
     bool selectionStillThere();

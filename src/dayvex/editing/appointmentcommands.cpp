@@ -27,7 +27,7 @@ Error AppointmentCommands::invalidSchedule()
     return Error::objectError(10, QStringLiteral("Valori errati nella definizione dell'oggetto Schedule."));
 }
 
-void AppointmentCommands::newAppointment(Date proposed)
+void AppointmentCommands::newAppointment(Date proposed, std::optional<Date> end)
 {
     if (m_running.isSet())
         return;
@@ -38,7 +38,7 @@ void AppointmentCommands::newAppointment(Date proposed)
     mSca->Key = schedules->NewKey();
     // Start and end alike, as the menu has always proposed them.
     mSca->StartDate = proposed;
-    mSca->EndDate = proposed;
+    mSca->EndDate = end.value_or(proposed);
 
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleAdd, mSca);
     if (answer.Cancel)

@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QString>
 
+#include <optional>
+
 namespace dayvex {
 
 class EditingHost;
@@ -24,7 +26,8 @@ public:
     ~AppointmentCommands();
 
     // A new appointment starting and ending at proposed.
-    void newAppointment(Date proposed);
+    // end, when given, proposes a length too (the slots selected or dragged over).
+    void newAppointment(Date proposed, std::optional<Date> end = std::nullopt);
     void modify(const QString &key);
     void remove(const QString &key);
 

@@ -28,6 +28,8 @@ public:
     // Modern: a new appointment keeps the end the user entered, on a later day at
     // an earlier clock time too (a night shift, a trip), where the add cuts it to one step.
     virtual bool storesTrueEnd() const = 0;
+    // Modern: every button of an editor gets a keyboard mnemonic.
+    virtual bool keyboardMnemonics() const = 0;
     // Redraws the current view from the data.
     virtual void redraw() = 0;
     // Refills the to-do list; greys the row of a to-do marked done.

@@ -4,7 +4,9 @@
 #include "prompts.h"
 
 #include <dayvex/platform/error.h>
+#include <dayvex/platform/format.h>
 
+#include <QAbstractButton>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -186,6 +188,15 @@ void EditorForm::orderFocus(std::initializer_list<QWidget *> fields)
     }
     if (fields.size() > 0)
         (*fields.begin())->setFocus(Qt::OtherFocusReason);
+    if (m_host.keyboardMnemonics()) {
+        const QList<QAbstractButton *> buttons = findChildren<QAbstractButton *>();
+        QStringList captions;
+        for (const QAbstractButton *button : buttons)
+            captions << button->text();
+        captions = withMnemonics(captions);
+        for (qsizetype i = 0; i < buttons.size(); ++i)
+            buttons[i]->setText(captions[i]);
+    }
 }
 
 QBoxLayout *EditorForm::buttonRow()

@@ -3,6 +3,7 @@
 #include "error.h"
 
 #include <QRegularExpression>
+#include <QSet>
 
 #include <cmath>
 
@@ -282,6 +283,53 @@ Date toDate(const QString &text, DateOrder order)
 int weekdayFromMonday(Date date)
 {
     return date.toDate().dayOfWeek();
+}
+
+
+namespace {
+// Where the mnemonic letter of a caption stands, or -1; "&&" is a plain ampersand.
+qsizetype mnemonicAt(const QString &caption)
+{
+    for (qsizetype i = 0; i + 1 < caption.size(); ++i) {
+        if (caption[i] == QLatin1Char('&')) {
+            if (caption[i + 1] != QLatin1Char('&'))
+                return i + 1;
+            ++i;
+        }
+    }
+    return -1;
+}
+} // namespace
+
+QStringList withMnemonics(const QStringList &captions)
+{
+    QSet<QChar> taken;
+    for (const QString &caption : captions) {
+        if (const qsizetype at = mnemonicAt(caption); at >= 0)
+            taken.insert(caption[at].toLower());
+    }
+    QStringList result = captions;
+    const auto free = [&](const QString &caption, qsizetype i) {
+        return caption[i].isLetterOrNumber() && !taken.contains(caption[i].toLower());
+    };
+    for (QString &caption : result) {
+        if (mnemonicAt(caption) >= 0)
+            continue;
+        qsizetype chosen = -1;
+        for (qsizetype i = 0; i < caption.size() && chosen < 0; ++i) {
+            if (free(caption, i) && (i == 0 || !caption[i - 1].isLetterOrNumber()))
+                chosen = i;
+        }
+        for (qsizetype i = 0; i < caption.size() && chosen < 0; ++i) {
+            if (free(caption, i))
+                chosen = i;
+        }
+        if (chosen >= 0) {
+            taken.insert(caption[chosen].toLower());
+            caption.insert(chosen, QLatin1Char('&'));
+        }
+    }
+    return result;
 }
 
 } // namespace dayvex

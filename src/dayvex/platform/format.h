@@ -5,6 +5,7 @@
 
 #include <QLocale>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -26,6 +27,12 @@ DAYVEX_CORE_EXPORT QString formatNumber(double value, const QString &pattern);
 // digits are read as far as they go ("12abc" gives 12, "x" gives 0); "&H" and
 // "&O" read hexadecimal and octal.
 DAYVEX_CORE_EXPORT double val(const QString &text);
+
+// The captions of buttons that stand together, each with a keyboard mnemonic: a
+// caption that has one ("&Save") keeps it; the others get "&" before the first
+// word's initial, then the first letter or digit, that no caption has taken.
+// A caption with nothing free left stays as it is.
+DAYVEX_CORE_EXPORT QStringList withMnemonics(const QStringList &captions);
 
 // Order of day, month and year in a numeric date.
 enum class DateOrder { DayMonthYear, MonthDayYear, YearMonthDay };

@@ -58,6 +58,11 @@ ReminderPopup::ReminderPopup(ReminderHost &host, const QString &alarmKey, const 
     m_cmdRipeti->setObjectName(QStringLiteral("cmdRipeti"));
     m_cmdNonRipetere = new QPushButton(m_host.language().textOr(Text::DontRemind, "don't remind anymore"), this);
     m_cmdNonRipetere->setObjectName(QStringLiteral("cmdNonRipetere"));
+    if (m_host.modernReminders()) {
+        const QStringList captions = withMnemonics({m_cmdRipeti->text(), m_cmdNonRipetere->text()});
+        m_cmdRipeti->setText(captions[0]);
+        m_cmdNonRipetere->setText(captions[1]);
+    }
     connect(m_cmdRipeti, &QPushButton::clicked, this,
             [this] { runLoggingErrors("frmPromemoria", [this] { remindLater(); }); });
     connect(m_cmdNonRipetere, &QPushButton::clicked, this,

@@ -236,6 +236,11 @@ void AgendaGrid::keyPressEvent(QKeyEvent *event)
             contextMenuEvent(&menu);
             return;
         }
+        if (event->modifiers() == Qt::ShiftModifier && m_days > 0 && currentIndex().isValid()
+            && (event->key() == Qt::Key_Down || event->key() == Qt::Key_Up)) {
+            extendSlots(event->key() == Qt::Key_Down ? 1 : -1);
+            return;
+        }
         const bool control = event->modifiers() & Qt::ControlModifier;
         if (control && (event->key() == Qt::Key_Down || event->key() == Qt::Key_Up)) {
             emit appointmentStepped(event->key() == Qt::Key_Down ? 1 : -1);
@@ -251,6 +256,34 @@ void AgendaGrid::keyPressEvent(QKeyEvent *event)
     ViewGrid::keyPressEvent(event);
     if (currentIndex() != before)
         emit keyboardMoved();
+}
+
+std::pair<int, int> AgendaGrid::selectedSlotRows() const
+{
+    int first = currentRow();
+    int last = first;
+    if (selectionModel()) {
+        for (const QModelIndex &index : selectionModel()->selectedIndexes()) {
+            if (index.column() == currentColumn()) {
+                first = qMin(first, index.row());
+                last = qMax(last, index.row());
+            }
+        }
+    }
+    return {first, last};
+}
+
+void AgendaGrid::extendSlots(int direction)
+{
+    // The end away from the current row stays put: the selection grows or shrinks at the current one.
+    const auto [first, last] = selectedSlotRows();
+    const int anchor = currentRow() == first ? last : first;
+    const int row = qBound(0, currentRow() + direction, rowCount() - 1);
+    const QModelIndex current = model()->index(row, currentColumn());
+    selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+    selectionModel()->select(QItemSelection(model()->index(anchor, current.column()), current),
+                             QItemSelectionModel::ClearAndSelect);
+    scrollTo(current);
 }
 
 void AgendaGrid::paintEvent(QPaintEvent *event)

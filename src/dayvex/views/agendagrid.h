@@ -53,6 +53,9 @@ public:
     QString cellDescription(int row, int column) const;
     // What a row's time columns show; empty texts for a row without them.
     SlotLabel rowLabel(int row) const;
+    // The first and last rows selected in the current column (Modern's Shift+Up
+    // and Shift+Down extend the selection); the current row alone otherwise.
+    std::pair<int, int> selectedSlotRows() const;
 
     // Writes the date cells of the month from from on, greying the days whose
     // month name differs from shown's. Does nothing when the first cell already
@@ -158,6 +161,7 @@ private:
     };
 
     AppointmentBox *boxAt(int index);
+    void extendSlots(int direction);
     Day &dayListAt(int index);
     void markTodayHeading();
     bool showsTimeRows(const std::vector<SlotLabel> &labels) const;
