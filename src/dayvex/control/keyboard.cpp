@@ -44,6 +44,7 @@ void zntDayvexPrivate::createShortcuts()
     shortcut("actNewAppointment", QKeySequence(Qt::CTRL | Qt::Key_N), [this] { q->newAppointment(); });
     shortcut("actNewToDo", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N), [this] { q->newToDo(); });
     applyShortcuts();
+    createHistory();
 }
 
 void zntDayvexPrivate::applyShortcuts()

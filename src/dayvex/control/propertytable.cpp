@@ -34,10 +34,10 @@ ControlProperty shared(const char *name, Stored stored, QVariant (*defaultValue)
             [](zntDayvexPrivate &c, const QVariant &v) { c.settings().*field = v.value<Value>(); }};
 }
 
-const std::array<ControlProperty, 15> &table()
+const std::array<ControlProperty, 16> &table()
 {
-    static const std::array<ControlProperty, 15> rows = [] {
-        std::array<ControlProperty, 15> r = {
+    static const std::array<ControlProperty, 16> rows = [] {
+        std::array<ControlProperty, 16> r = {
             shared<&SharedSettings::DayStartTime>("DayStartTime", Stored::Text,
                                                            [] { return QVariant(QStringLiteral("08:00")); }, timeText),
             shared<&SharedSettings::DayEndTime>("DayEndTime", Stored::Text,
@@ -100,6 +100,12 @@ const std::array<ControlProperty, 15> &table()
                                     return;
                                 c.m_sideCollapsed = v.toBool();
                                 c.relayOut();
+                            }},
+            ControlProperty{"DragEditing", Stored::Flag, [] { return QVariant(false); }, QVariant(), true, any,
+                            [](const zntDayvexPrivate &c) { return QVariant(c.m_dragEditing); },
+                            [](zntDayvexPrivate &c, const QVariant &v) {
+                                c.m_dragEditing = v.toBool();
+                                c.applyDragEditing();
                             }},
         };
         return r;

@@ -152,7 +152,7 @@ std::shared_ptr<DayvexData> zntDayvex::Plan() const { return d->settings().Plan;
 void zntDayvex::setPlan(std::shared_ptr<DayvexData> value)
 {
     d->settings().Plan = std::move(value);
-    d->watchPlan();
+    d->planReplaced();
     markChanged("Plan");
 }
 

@@ -17,6 +17,7 @@
 class QLocale;
 class QSettings;
 class QPrinter;
+class QUndoStack;
 
 namespace dayvex {
 
@@ -195,6 +196,7 @@ class DAYVEX_EXPORT zntDayvex : public QWidget
     Q_PROPERTY(PresentationStyle Presentation READ Presentation WRITE setPresentation NOTIFY presentationChanged)
     Q_PROPERTY(bool SideColumnCollapsed READ SideColumnCollapsed WRITE setSideColumnCollapsed NOTIFY
                    sideColumnCollapsedChanged)
+    Q_PROPERTY(bool DragEditing READ DragEditing WRITE setDragEditing NOTIFY dragEditingChanged)
 
 public:
     /// A control as InitProperties() leaves it, with a new empty shared Plan.
@@ -281,6 +283,33 @@ public:
     bool SideColumnCollapsed() const;
     /// Sets SideColumnCollapsed and lays the children out again.
     void setSideColumnCollapsed(bool value);
+
+    /// False by default: the mouse only selects and opens. True: in the day and
+    /// week views a box dragged moves the appointment (snapped to DayStepMinutes,
+    /// across the week's days), its top or bottom edge dragged changes its start
+    /// or end, and a drag over empty slots proposes a new appointment over them;
+    /// in the month view a line dragged to another day moves it there at the same
+    /// time. Esc, or the pointer leaving the control, cancels a drag. A drop raises
+    /// BeforeScheduleChange with a copy of the record carrying the new times (and
+    /// the reminder moved by as much as the start), then ValidateSchedule with the
+    /// same copy; then the record takes them and ScheduleChanged follows, and
+    /// AlarmChange when the reminder moved. Cancel in either ends it with nothing
+    /// changed; ExternalHandled leaves the change to the host, and no more is raised.
+    bool DragEditing() const;
+    /// Sets DragEditing.
+    void setDragEditing(bool value);
+
+    /// The changes made with the control's own commands, menus, editors, keys and
+    /// drags, newest last, for a host's Edit menu (QUndoStack::createUndoAction()).
+    /// Changes a host makes through Plan are not on it. Undoing or redoing a step
+    /// is a change like any other: it raises the same Before, Validate and after
+    /// events, and a host's Cancel leaves the data and the stack as they were. A
+    /// step whose record has since been changed or removed another way is dropped
+    /// from the stack, with undoStepDropped(), rather than applied.
+    QUndoStack *undoStack() const;
+    /// Whether undo() or redo() has a step to take.
+    bool canUndo() const;
+    bool canRedo() const;
 
     /// False by default: the host calls Refresh() after changing Plan's records.
     /// True: the control redraws once per turn of the event loop after records
@@ -385,6 +414,10 @@ public slots:
     void newToDo();
     /// Marks the selected to-do done.
     void markSelectedDone();
+    /// Takes back the last change on undoStack(); Ctrl+Z in the control, in Modern or with DragEditing.
+    void undo();
+    /// Makes the last change taken back again; Ctrl+Shift+Z or Ctrl+Y.
+    void redo();
 
 signals:
     /// An accepted property assignment, with the property's name.
@@ -425,7 +458,7 @@ signals:
     void ToDoChanged(std::shared_ptr<dayvex::ToDo> &mToDo);
     /// A to-do is about to be added or changed.
     void BeforeTodoChange(std::shared_ptr<dayvex::ToDo> &mToDo, bool &ExternalHandled, bool &Cancel);
-    /// An appointment's reminder was changed from its pop-up.
+    /// An appointment's reminder was changed from its pop-up, or moved with it by a drag.
     void AlarmChange(std::shared_ptr<dayvex::Schedule> &mSca);
     /// A to-do's reminder was changed from its pop-up.
     void ToDoAlarmChange(std::shared_ptr<dayvex::ToDo> &mToDo);
@@ -462,6 +495,11 @@ signals:
     /// Presentation was assigned.
     void presentationChanged(dayvex::zntDayvex::PresentationStyle value);
     void sideColumnCollapsedChanged(bool value); ///< SideColumnCollapsed was assigned.
+    void dragEditingChanged(bool value);         ///< DragEditing was assigned.
+    void canUndoChanged(bool canUndo);           ///< undo() has or no longer has a step to take.
+    void canRedoChanged(bool canRedo);           ///< redo() has or no longer has a step to take.
+    /// A step of undoStack() was dropped: why says which, and that its record changed since.
+    void undoStepDropped(const QString &why);
     /// Another appointment or to-do is selected, or none is.
     void selectionChanged();
 

@@ -125,6 +125,16 @@ public:
     // Start and end proposed for a new appointment by the grid's selected slots.
     std::pair<Date, Date> selectedSlots() const;
     void selectionMoved() override;
+    void dropAppointment(const QString &key, Date start, Date end) override;
+    QUndoStack *undoStack() const override { return m_undo; }
+    void undoStepDropped(const QString &why) override;
+    // Builds the undo stack and its signals to the control.
+    void createHistory();
+    // Takes a step back (or forward again); a step the host vetoes stays where it was.
+    void takeStep(bool back);
+    void applyDragEditing();
+    // A new plan: the steps of the old one no longer apply.
+    void planReplaced();
     // The selected record, when the plan still holds it; warns and selects nothing when it is gone.
     bool selectionStillThere();
     // After a redraw: a selected record that was deleted is selected no more, and its detail pane closes.
@@ -153,8 +163,11 @@ public:
     bool m_autoRefresh = false;
     int m_presentation = 0; // a zntDayvex::PresentationStyle
     bool m_sideCollapsed = false;
+    bool m_dragEditing = false;
+    QUndoStack *m_undo = nullptr;
     // Modern's keyboard: the actions of the control's shortcuts, enabled in Modern only.
     std::vector<QAction *> m_shortcuts;
+    std::vector<QAction *> m_historyShortcuts; // undo and redo: Modern or DragEditing
     void createShortcuts();
     void applyShortcuts();
     // The previous (-1) or next (1) day, week or month, as the view shows.

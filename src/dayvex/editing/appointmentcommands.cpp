@@ -3,6 +3,7 @@
 #include "appointmenteditor.h"
 #include "editinghost.h"
 #include "prompts.h"
+#include "undo.h"
 
 #include <dayvex/i18n/language.h>
 #include <dayvex/platform/error.h>
@@ -102,8 +103,53 @@ void AppointmentCommands::remove(const QString &key)
     // Forms tagged with the to-do letter, as the delete has always tested.
     closeFormsTagged(Alarms::keyFor(QLatin1Char('T'), key));
     plan->Schedules()->Remove(key);
+    const auto record = qScopeGuard([&, before = *mSca] {
+        recordChange(m_host, stepText(QLatin1Char('S'), Step::Delete), std::optional(before), std::optional<Schedule>());
+    });
     m_host.RaiseScheduleDeleted(mSca);
     m_host.redraw();
+}
+
+bool AppointmentCommands::reschedule(const QString &key, Date start, Date end)
+{
+    if (m_running.isSet())
+        return false;
+    const RunningCommand running(m_running);
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    std::shared_ptr<Schedule> live = plan->Schedules()->find(key);
+    if (!live || (live->StartDate == start && live->EndDate == end))
+        return false;
+    auto proposed = std::make_shared<Schedule>(*live);
+    proposed->StartDate = start;
+    proposed->EndDate = end;
+    if (Alarms::isPending(live->ReminderDate))
+        proposed->ReminderDate = live->ReminderDate.addMinutes(form::minutesBetween(live->StartDate, start));
+    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleChange, proposed);
+    if (answer.Cancel || !proposed)
+        return false;
+    if (answer.ExternalHandled) {
+        m_host.redraw();
+        return true;
+    }
+    bool cancel = false;
+    m_host.RaiseValidateSchedule(proposed, cancel);
+    if (cancel || !proposed)
+        return false;
+    const Schedule before = *live;
+    live->StartDate = proposed->StartDate;
+    live->EndDate = proposed->EndDate;
+    live->ReminderDate = proposed->ReminderDate;
+    setAlarmQuietly(*plan->Alarms(), QLatin1Char('S'), key, live->ReminderDate);
+    {
+        const auto record = qScopeGuard([&] {
+            recordChange(m_host, stepText(QLatin1Char('S'), Step::Move), std::optional(before), std::optional(*live));
+        });
+        m_host.RaiseScheduleChanged(live);
+        if (!(live->ReminderDate == before.ReminderDate))
+            m_host.RaiseAlarmChange(live);
+    }
+    m_host.redraw();
+    return true;
 }
 
 bool AppointmentCommands::runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values)

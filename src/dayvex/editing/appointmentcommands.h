@@ -30,6 +30,13 @@ public:
     void newAppointment(Date proposed, std::optional<Date> end = std::nullopt);
     void modify(const QString &key);
     void remove(const QString &key);
+    // Gives the appointment of key the times a drag dropped it at. The host sees
+    // a copy carrying them, first in BeforeScheduleChange (Cancel ends it there;
+    // ExternalHandled leaves the change to the host, and nothing more is raised),
+    // then in ValidateSchedule (Cancel ends it). The record then takes the times,
+    // its reminder moves by as much as its start, and ScheduleChanged follows,
+    // then AlarmChange when the reminder moved. False when nothing changed.
+    bool reschedule(const QString &key, Date start, Date end);
 
     // The open editor (AppForm), if any.
     AppointmentEditor *editor() const { return m_editor; }

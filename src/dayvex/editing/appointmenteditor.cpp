@@ -219,6 +219,7 @@ void AppointmentEditor::store()
     const std::shared_ptr<DayvexData> plan = host().editedPlan();
     const std::shared_ptr<Schedules> schedules = plan->Schedules();
     std::shared_ptr<Schedule> stored;
+    std::optional<Schedule> before;
     if (isNew()) {
         Schedule filled = *working;
         filled.Key = schedules->NewKey();
@@ -227,6 +228,7 @@ void AppointmentEditor::store()
             stored->EndDate = working->EndDate;
     } else {
         stored = schedules->Item(m_values.Key);
+        before = *stored;
         stored->Owner = working->Owner;
         stored->StartDate = working->StartDate;
         stored->EndDate = working->EndDate;
@@ -237,7 +239,7 @@ void AppointmentEditor::store()
         stored->Place = working->Place;
         stored->ReminderDate = working->ReminderDate;
     }
-    finishStore(QLatin1Char('S'), *stored, [&, added = isNew()] {
+    finishStore(QLatin1Char('S'), *stored, before, [&, added = isNew()] {
         if (added)
             host().RaiseScheduleAdded(stored);
         else

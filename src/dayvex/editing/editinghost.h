@@ -8,6 +8,7 @@
 
 #include <memory>
 
+class QUndoStack;
 class QWidget;
 
 namespace dayvex {
@@ -50,6 +51,12 @@ public:
     virtual void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) = 0;
     virtual void RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) = 0;
     virtual void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) = 0;
+    virtual void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) = 0;
+
+    // The stack the changes made with the control's commands go on; none keeps no history.
+    virtual QUndoStack *undoStack() const = 0;
+    // A step of that stack could not be taken: its record changed some other way since.
+    virtual void undoStepDropped(const QString &why) = 0;
 };
 
 } // namespace dayvex

@@ -3,6 +3,7 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/editing/editinghost.h>
 #include <dayvex/editing/prompts.h>
+#include <dayvex/editing/undo.h>
 #include <dayvex/i18n/language.h>
 #include <dayvex/platform/date.h>
 
@@ -58,7 +59,8 @@ protected:
     // Once a record is stored: its alarm (kind "S" or "T") is set and the form is
     // done, even when announce, the host's after-event, throws.
     template <typename Record, typename Announce>
-    void finishStore(QChar kind, const Record &stored, Announce announce);
+    // before: the record as it was, none for a new one; the change goes on the undo stack.
+    void finishStore(QChar kind, const Record &stored, std::optional<Record> before, Announce announce);
     // Asks question; on yes removes the record of key from records with its
     // alarm, closes the form and hands the removed record to announce.
     template <typename Records, typename Announce>
@@ -94,11 +96,12 @@ private:
 };
 
 template <typename Record, typename Announce>
-void EditorForm::finishStore(QChar kind, const Record &stored, Announce announce)
+void EditorForm::finishStore(QChar kind, const Record &stored, std::optional<Record> before, Announce announce)
 {
     const std::shared_ptr<DayvexData> plan = host().editedPlan();
-    const auto done = qScopeGuard([this, plan, kind, key = stored.Key, due = stored.ReminderDate] {
+    const auto done = qScopeGuard([this, plan, kind, &stored, &before, key = stored.Key, due = stored.ReminderDate] {
         setAlarmQuietly(*plan->Alarms(), kind, key, due);
+        recordChange<Record>(host(), stepText(kind, before ? Step::Change : Step::New), before, stored);
         closeDone();
         setFormKey(QString());
     });
@@ -111,9 +114,11 @@ void EditorForm::confirmRemove(Text question, QChar kind, Records &records, cons
     if (!confirm(this, host().language(), question, PromptIcon::None))
         return;
     auto removed = records.Item(key);
+    std::optional before = *removed;
     host().editedPlan()->Alarms()->Remove(Alarms::keyFor(kind, key));
     records.Remove(key);
     closeDone();
+    const auto record = qScopeGuard([&] { recordChange(host(), stepText(kind, Step::Delete), before, decltype(before)()); });
     announce(removed);
 }
 

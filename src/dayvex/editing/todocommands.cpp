@@ -2,6 +2,7 @@
 
 #include "editinghost.h"
 #include "prompts.h"
+#include "undo.h"
 
 #include <dayvex/i18n/language.h>
 #include <dayvex/platform/error.h>
@@ -27,11 +28,17 @@ void ToDoCommands::markDone(const QString &key)
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeTodoSetComplete, mToDo);
     if (answer.Cancel)
         return;
+    std::optional<ToDo> before;
     if (!answer.ExternalHandled) {
         // Done, and grey at once; the day it was done is the editor's business.
+        before = *mToDo;
         mToDo->Done = true;
         m_host.showToDoDone(key);
     }
+    const auto record = qScopeGuard([&] {
+        if (before)
+            recordChange(m_host, stepText(QLatin1Char('T'), Step::Done), before, std::optional(*mToDo));
+    });
     m_host.RaiseToDoChanged(mToDo);
 }
 
@@ -101,6 +108,8 @@ void ToDoCommands::remove(const QString &key)
     plan->Alarms()->Remove(alarmKey);
     closeFormsTagged(alarmKey);
     plan->ToDoS()->Remove(key);
+    const auto record = qScopeGuard(
+        [&, before = *mToDo] { recordChange(m_host, stepText(QLatin1Char('T'), Step::Delete), std::optional(before), std::optional<ToDo>()); });
     m_host.RaiseToDoDeleted(mToDo);
     m_host.refillToDoList();
 }

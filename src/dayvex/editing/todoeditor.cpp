@@ -178,12 +178,14 @@ void ToDoEditor::store()
 
     BusyCursor busy;
     std::shared_ptr<ToDo> stored;
+    std::optional<ToDo> before;
     if (isNew()) {
         stored = plan->ToDoS()->Add(working->Key, working->Owner, working->ShortDesc, working->LongDesc, working->DueTo,
                                     working->Priority, working->Project, working->Done, working->DateDone,
                                     working->ReminderDate, working->Tag);
     } else {
         stored = plan->ToDoS()->Item(m_values.Key);
+        before = *stored;
         stored->DateDone = working->DateDone;
         stored->Done = working->Done;
         stored->DueTo = working->DueTo;
@@ -194,7 +196,7 @@ void ToDoEditor::store()
         stored->ReminderDate = working->ReminderDate;
         stored->ShortDesc = working->ShortDesc;
     }
-    finishStore(QLatin1Char('T'), *stored, [&, added = isNew()] {
+    finishStore(QLatin1Char('T'), *stored, before, [&, added = isNew()] {
         if (added)
             host().RaiseTodoAdded(stored);
         else

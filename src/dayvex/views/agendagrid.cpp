@@ -229,6 +229,10 @@ AgendaGrid::AgendaGrid(QWidget *parent)
 
 void AgendaGrid::keyPressEvent(QKeyEvent *event)
 {
+    if (m_slotPress.isValid() && event->key() == Qt::Key_Escape) {
+        endSlotDrag(true);
+        return;
+    }
     if (m_modern) {
         if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
             // The other menu key: what the menu key does.
@@ -277,13 +281,98 @@ void AgendaGrid::extendSlots(int direction)
 {
     // The end away from the current row stays put: the selection grows or shrinks at the current one.
     const auto [first, last] = selectedSlotRows();
-    const int anchor = currentRow() == first ? last : first;
-    const int row = qBound(0, currentRow() + direction, rowCount() - 1);
+    selectSlots(currentRow() == first ? last : first, qBound(0, currentRow() + direction, rowCount() - 1));
+}
+
+std::optional<Date> AgendaGrid::monthDayAt(int row, int column) const
+{
+    if (m_days > 0 || row < 0 || column < 0)
+        return std::nullopt;
+    std::optional<Date> date = monthCellDate(row, column);
+    if (!date && row > 0)
+        date = monthCellDate(row - 1, column);
+    return date;
+}
+
+DragGrid AgendaGrid::dragGrid() const
+{
+    DragGrid grid;
+    grid.firstDay = m_firstDay;
+    grid.step = m_step;
+    grid.firstMinute = m_firstMinute;
+    for (int day = 0; day < m_days && 2 + day < columnCount(); ++day)
+        grid.columnLefts.push_back(columnViewportPosition(2 + day));
+    if (!grid.columnLefts.empty())
+        grid.columnLefts.push_back(columnViewportPosition(1 + m_days) + columnWidth(1 + m_days));
+    const int first = hasHeadingRow() ? 1 : 0;
+    if (first < rowCount()) {
+        grid.top = rowViewportPosition(first);
+        grid.rowHeight = rowHeight(first);
+        grid.rows = rowCount() - first;
+    }
+    return grid;
+}
+
+void AgendaGrid::setDragEditing(bool on, QWidget *bounds)
+{
+    m_dragEditing = on;
+    m_dragBounds = bounds;
+}
+
+void AgendaGrid::selectSlots(int anchor, int row)
+{
     const QModelIndex current = model()->index(row, currentColumn());
     selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
     selectionModel()->select(QItemSelection(model()->index(anchor, current.column()), current),
                              QItemSelectionModel::ClearAndSelect);
     scrollTo(current);
+}
+
+void AgendaGrid::mousePressEvent(QMouseEvent *event)
+{
+    ViewGrid::mousePressEvent(event);
+    const QModelIndex pressed = indexAt(event->position().toPoint());
+    const bool onSlot = m_dragEditing && m_days > 0 && event->button() == Qt::LeftButton && pressed.column() >= 2
+                        && pressed.row() >= (hasHeadingRow() ? 1 : 0);
+    m_slotPress = onSlot ? pressed : QModelIndex();
+    m_slotDragging = false;
+}
+
+void AgendaGrid::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_slotPress.isValid() || !(event->buttons() & Qt::LeftButton)) {
+        ViewGrid::mouseMoveEvent(event);
+        return;
+    }
+    if (m_dragBounds && !m_dragBounds->rect().contains(m_dragBounds->mapFromGlobal(event->globalPosition().toPoint()))) {
+        endSlotDrag(true);
+        return;
+    }
+    const int row = rowAt(event->position().toPoint().y());
+    if (row < (hasHeadingRow() ? 1 : 0))
+        return;
+    m_slotDragging = m_slotDragging || row != m_slotPress.row();
+    if (currentColumn() != m_slotPress.column())
+        selectionModel()->setCurrentIndex(m_slotPress, QItemSelectionModel::NoUpdate);
+    selectSlots(m_slotPress.row(), row);
+}
+
+void AgendaGrid::mouseReleaseEvent(QMouseEvent *event)
+{
+    const bool dragged = m_slotDragging && m_slotPress.isValid();
+    m_slotPress = QModelIndex();
+    m_slotDragging = false;
+    ViewGrid::mouseReleaseEvent(event);
+    if (dragged)
+        emit slotsDragged();
+}
+
+void AgendaGrid::endSlotDrag(bool cancelled)
+{
+    if (cancelled && m_slotPress.isValid())
+        selectSlots(m_slotPress.row(), m_slotPress.row());
+    m_slotPress = QModelIndex();
+    m_slotDragging = false;
 }
 
 void AgendaGrid::paintEvent(QPaintEvent *event)
@@ -377,6 +466,7 @@ void AgendaGrid::stretchRows(int workRows)
 void AgendaGrid::placeSegments(qint16 step, int workStart, int workEnd)
 {
     m_step = qMax<qint16>(1, step);
+    m_firstMinute = 0;
     m_workStart = workStart;
     m_workEnd = workEnd;
     m_markers.clear();
@@ -705,10 +795,7 @@ QString AgendaGrid::cellDescription(int row, int column) const
 {
     const QLocale locale;
     // A month's list row is read as the date above it.
-    std::optional<Date> date = monthCellDate(row, column);
-    if (!date && row > 0 && m_days == 0)
-        date = monthCellDate(row - 1, column);
-    if (date) {
+    if (const std::optional<Date> date = monthDayAt(row, column)) {
         int count = 0;
         for (int i = 0; i < m_listCount; ++i)
             if (m_lists[size_t(i)].day == *date)
@@ -901,6 +988,8 @@ void AgendaGrid::placeBoxes(bool week, Date dayStart, qint16 step)
     GridGeometry g = boxGeometry(week);
     g.dayStart = dayStart;
     g.step = step;
+    m_step = qMax<qint16>(1, step);
+    m_firstMinute = dayStart.minuteOfDay();
     std::vector<BoxInput> inputs;
     inputs.reserve(size_t(m_boxCount));
     for (int i = 0; i < m_boxCount; ++i) {

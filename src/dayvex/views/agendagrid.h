@@ -3,10 +3,13 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/daylist.h>
+#include <dayvex/layout/dragging.h>
 #include <dayvex/layout/modernlayout.h>
 #include <dayvex/layout/timegrid.h>
 #include <dayvex/views/viewgrid.h>
 
+#include <QPersistentModelIndex>
+#include <QPointer>
 #include <QStandardItemModel>
 
 #include <optional>
@@ -63,6 +66,8 @@ public:
     bool showMonthDates(Date from, Date shown);
     // The date of a month view's date cell; none for any other cell.
     std::optional<Date> monthCellDate(int row, int column) const;
+    // The day of a month view's cell, its date cell or the list below it; none elsewhere.
+    std::optional<Date> monthDayAt(int row, int column) const;
 
     // Replaces the boxes (day and week views) or the day lists (month view) of
     // the last drawing. Entries are expected in order of start.
@@ -97,6 +102,12 @@ public:
     DayList *dayList(int index) const { return m_lists[size_t(index)].list; }
     Date dayListDate(int index) const { return m_lists[size_t(index)].day; }
     const std::vector<AgendaEntry> &dayListEntries(int index) const { return m_lists[size_t(index)].list->entries(); }
+
+    // The day and week grid as a dragging pointer sees it, in viewport pixels.
+    DragGrid dragGrid() const;
+    // DragEditing: a drag over empty slots of one day selects them all, and
+    // slotsDragged() follows on release; Esc or leaving bounds cancels it.
+    void setDragEditing(bool on, QWidget *bounds);
 
     // The geometry of the grid as the box placer sees it, in viewport twips.
     GridGeometry boxGeometry(bool week) const;
@@ -147,11 +158,16 @@ signals:
     // or -1) for the next or previous appointment in time.
     void cellKeyPressed(int key);
     void appointmentStepped(int direction);
+    // DragEditing: slots of one day were dragged over; they are the selection.
+    void slotsDragged();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
     struct Day
@@ -162,6 +178,8 @@ private:
 
     AppointmentBox *boxAt(int index);
     void extendSlots(int direction);
+    void selectSlots(int anchor, int row);
+    void endSlotDrag(bool cancelled);
     Day &dayListAt(int index);
     void markTodayHeading();
     bool showsTimeRows(const std::vector<SlotLabel> &labels) const;
@@ -189,6 +207,12 @@ private:
     int m_workStart = 0;
     int m_workEnd = 1440;
     qint16 m_step = 30;
+    int m_firstMinute = 0; // at the first time row's top
+
+    bool m_dragEditing = false;
+    QPointer<QWidget> m_dragBounds;
+    QPersistentModelIndex m_slotPress; // where a drag over slots started
+    bool m_slotDragging = false;
 
     int m_headingHeight = 0;
     QStringList m_headings;

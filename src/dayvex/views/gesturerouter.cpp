@@ -7,6 +7,7 @@
 
 #include "agendagrid.h"
 #include "appointmentbox.h"
+#include "boxdrag.h"
 #include "daylist.h"
 #include "detailpane.h"
 #include "itemgestures.h"
@@ -30,7 +31,14 @@ void GestureRouter::runFromUser(Step step)
 GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *grid, ToDoGrid *todos,
                              DetailPane *pane)
     : m_host(host), m_surface(surface), m_grid(grid), m_todos(todos), m_pane(pane)
+    , m_drag(new BoxDrag(grid, surface))
 {
+    connect(m_drag, &BoxDrag::dropped, this, [this](const QString &key, Date start, Date end) {
+        runFromUser([&] { m_host.dropAppointment(key, start, end); });
+    });
+    // Slots dragged over propose a new appointment over them, as New does over selected slots.
+    connect(m_grid, &AgendaGrid::slotsDragged, this,
+            [this] { runFromUser([this] { m_host.runGestureCommand(Command::NewAppointment); }); });
     connect(m_grid, &AgendaGrid::released, this, [this](const QPoint &pos, Qt::MouseButton button, const QPoint &global) {
         runFromUser([&] { onGridReleased(pos, button, global); });
     });
@@ -115,8 +123,15 @@ void GestureRouter::select(ViewSelection::Kind kind, const QString &key)
             }
 }
 
+void GestureRouter::setDragEditing(bool on)
+{
+    m_drag->setEnabled(on);
+    m_grid->setDragEditing(on, m_surface);
+}
+
 void GestureRouter::watchBox(AppointmentBox *box)
 {
+    m_drag->watch(box);
     const ItemGestures *gestures = box->gestures();
     connect(gestures, &ItemGestures::clicked, this, [this, box] { runFromUser([&] { showBoxDetails(box); }); });
     watchAppointmentGestures(gestures, [this, box] {
@@ -127,6 +142,7 @@ void GestureRouter::watchBox(AppointmentBox *box)
 
 void GestureRouter::watchDayList(DayList *list)
 {
+    m_drag->watch(list);
     connect(list, &DayList::pressed, this, [this](DayList *pressed, int line) {
         m_selection.pressedListIndex = pressed->index();
         m_selection.pressedLineIndex = line;

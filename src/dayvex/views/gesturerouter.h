@@ -14,6 +14,7 @@ namespace dayvex {
 
 class AgendaGrid;
 class AppointmentBox;
+class BoxDrag;
 class DayList;
 class DetailPane;
 class ItemGestures;
@@ -45,6 +46,8 @@ public:
     virtual void gridCellChosen() = 0;
     // The selected appointment or to-do is another one.
     virtual void selectionMoved() = 0;
+    // DragEditing: a drag moved or resized the appointment of key to start .. end.
+    virtual void dropAppointment(const QString &key, Date start, Date end) = 0;
 };
 
 // Turns the clicks, keys and menus on the grids, boxes, day lists and detail
@@ -61,6 +64,8 @@ public:
     // Makes key of that kind the selected record (an empty key selects nothing)
     // and tells the host when that is a change.
     void select(ViewSelection::Kind kind, const QString &key);
+    // DragEditing: boxes and month lines can be dragged, and empty slots dragged over.
+    void setDragEditing(bool on);
 
 private:
     void watchBox(AppointmentBox *box);
@@ -86,6 +91,7 @@ private:
     AgendaGrid *m_grid;
     ToDoGrid *m_todos;
     DetailPane *m_pane;
+    BoxDrag *m_drag;
     ViewSelection m_selection;
 };
 

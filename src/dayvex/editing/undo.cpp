@@ -1,0 +1,187 @@
+#include "undo.h"
+
+#include "editinghost.h"
+#include "prompts.h"
+
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/model/schedules.h>
+#include <dayvex/model/todos.h>
+
+#include <QMetaProperty>
+#include <QUndoStack>
+
+#include <cmath>
+
+namespace dayvex {
+
+namespace {
+// What differs between the two kinds of record: their collection, events and alarm letter.
+template <typename Record>
+struct Kind;
+
+template <>
+struct Kind<Schedule>
+{
+    static constexpr char letter = 'S';
+    static constexpr EventId add = EventId::BeforeScheduleAdd;
+    static constexpr EventId change = EventId::BeforeScheduleChange;
+    static constexpr EventId remove = EventId::BeforeScheduleDelete;
+    static std::shared_ptr<Schedules> records(DayvexData &plan) { return plan.Schedules(); }
+    static void validate(EditingHost &host, std::shared_ptr<Schedule> &r, bool &cancel)
+    {
+        host.RaiseValidateSchedule(r, cancel);
+    }
+    static void added(EditingHost &host, std::shared_ptr<Schedule> &r) { host.RaiseScheduleAdded(r); }
+    static void changed(EditingHost &host, std::shared_ptr<Schedule> &r) { host.RaiseScheduleChanged(r); }
+    static void removed(EditingHost &host, std::shared_ptr<Schedule> &r) { host.RaiseScheduleDeleted(r); }
+    static QString name() { return QObject::tr("appointment"); }
+};
+
+template <>
+struct Kind<ToDo>
+{
+    static constexpr char letter = 'T';
+    // A to-do coming back asks as a new one does, with the change event.
+    static constexpr EventId add = EventId::BeforeTodoChange;
+    static constexpr EventId change = EventId::BeforeTodoChange;
+    static constexpr EventId remove = EventId::BeforeTodoDelete;
+    static std::shared_ptr<ToDoS> records(DayvexData &plan) { return plan.ToDoS(); }
+    static void validate(EditingHost &host, std::shared_ptr<ToDo> &r, bool &cancel) { host.RaiseValidateToDo(r, cancel); }
+    static void added(EditingHost &host, std::shared_ptr<ToDo> &r) { host.RaiseTodoAdded(r); }
+    static void changed(EditingHost &host, std::shared_ptr<ToDo> &r) { host.RaiseToDoChanged(r); }
+    static void removed(EditingHost &host, std::shared_ptr<ToDo> &r) { host.RaiseToDoDeleted(r); }
+    static QString name() { return QObject::tr("to-do"); }
+};
+
+bool sameValue(const QVariant &a, const QVariant &b)
+{
+    if (a.metaType() == QMetaType::fromType<Date>() && b.metaType() == a.metaType()) {
+        // A NaN a host stored is still the same NaN.
+        const double x = a.value<Date>().value(), y = b.value<Date>().value();
+        return x == y || (std::isnan(x) && std::isnan(y));
+    }
+    return a == b;
+}
+} // namespace
+
+template <typename Record>
+bool sameRecord(const Record &a, const Record &b)
+{
+    const QMetaObject &meta = Record::staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        if (!sameValue(property.readOnGadget(&a), property.readOnGadget(&b)))
+            return false;
+    }
+    return true;
+}
+
+QString stepText(QChar kind, Step step)
+{
+    const bool appointment = kind == QLatin1Char('S');
+    switch (step) {
+    case Step::New: return appointment ? QObject::tr("New appointment") : QObject::tr("New to-do");
+    case Step::Change: return appointment ? QObject::tr("Change appointment") : QObject::tr("Change to-do");
+    case Step::Delete: return appointment ? QObject::tr("Delete appointment") : QObject::tr("Delete to-do");
+    case Step::Move: return QObject::tr("Move appointment");
+    case Step::Done: return QObject::tr("Mark to-do done");
+    }
+    return {};
+}
+
+RecordStep::RecordStep(EditingHost &host, const QString &text)
+    : m_host(host)
+{
+    setText(text);
+}
+
+void RecordStep::undo() { run(false); }
+void RecordStep::redo() { run(true); }
+
+void RecordStep::run(bool forward)
+{
+    m_vetoed = false;
+    m_applied = false;
+    m_error = nullptr;
+    if (std::exchange(m_skip, false))
+        return;
+    try {
+        m_vetoed = !bring(forward);
+    } catch (...) {
+        m_vetoed = !m_applied;
+        m_error = std::current_exception();
+    }
+}
+
+void RecordStep::drop(const QString &why)
+{
+    setObsolete(true);
+    m_host.undoStepDropped(why);
+}
+
+template <typename Record>
+bool RecordChange<Record>::bring(bool forward)
+{
+    using K = Kind<Record>;
+    std::optional<Record> &expected = forward ? m_before : m_after;
+    std::optional<Record> &target = forward ? m_after : m_before;
+    const QString key = expected ? expected->Key : target->Key;
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    const auto records = K::records(*plan);
+    std::shared_ptr<Record> live = records->find(key);
+    if (bool(live) != expected.has_value() || (live && !sameRecord(*live, *expected))) {
+        drop(QObject::tr("\"%1\" was not undone: the %2 has been changed or removed since.").arg(text(), K::name()));
+        return true;
+    }
+    const QChar letter = QLatin1Char(K::letter);
+    if (!target) {
+        if (m_host.raiseBefore(K::remove, live).Cancel)
+            return false;
+        setAlarmQuietly(*plan->Alarms(), letter, key, Date());
+        records->Remove(key);
+        m_applied = true;
+        K::removed(m_host, live);
+    } else {
+        auto proposed = std::make_shared<Record>(*target);
+        const BeforeAnswer answer = m_host.raiseBefore(live ? K::change : K::add, proposed);
+        if (answer.Cancel)
+            return false;
+        if (answer.ExternalHandled)
+            return true; // the host has made the change its own way
+        bool cancel = false;
+        K::validate(m_host, proposed, cancel);
+        if (cancel || !proposed)
+            return false;
+        proposed->Key = key;
+        const bool adding = !live;
+        if (adding)
+            live = records->Add(*proposed);
+        *live = *proposed; // whole, whatever the collection's Add adjusts
+        target = *live;    // what the next step back expects to find
+        setAlarmQuietly(*plan->Alarms(), letter, key, live->ReminderDate);
+        m_applied = true;
+        if (adding)
+            K::added(m_host, live);
+        else
+            K::changed(m_host, live);
+    }
+    m_host.redraw();
+    m_host.refillToDoList();
+    return true;
+}
+
+template <typename Record>
+void recordChange(EditingHost &host, const QString &text, std::optional<Record> before, std::optional<Record> after)
+{
+    if (QUndoStack *stack = host.undoStack())
+        stack->push(new RecordChange<Record>(host, text, std::move(before), std::move(after)));
+}
+
+template bool sameRecord(const Schedule &, const Schedule &);
+template bool sameRecord(const ToDo &, const ToDo &);
+template class RecordChange<Schedule>;
+template class RecordChange<ToDo>;
+template void recordChange(EditingHost &, const QString &, std::optional<Schedule>, std::optional<Schedule>);
+template void recordChange(EditingHost &, const QString &, std::optional<ToDo>, std::optional<ToDo>);
+
+} // namespace dayvex

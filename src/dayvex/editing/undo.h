@@ -1,0 +1,83 @@
+#pragma once
+
+#include <dayvex/model/records.h>
+
+#include <QString>
+#include <QUndoCommand>
+
+#include <exception>
+#include <optional>
+
+namespace dayvex {
+
+class EditingHost;
+
+// A change made with the control's own commands, as its undo stack keeps it:
+// the record as it was (none: it was added) and as it became (none: deleted).
+// Undo and redo are changes like any other: they raise the host's Before,
+// Validate and after events, and the host may veto them; a record changed or
+// removed some other way since is not overwritten: the step is dropped and
+// dropped() says why.
+class RecordStep : public QUndoCommand
+{
+public:
+    // A step whose undo or redo the host vetoed: the stack is set back over it
+    // without running it again.
+    bool vetoed() const { return m_vetoed; }
+    void skipNext() { m_skip = true; }
+    // What a host's handler threw during the last undo or redo, for the caller to
+    // report once the stack is set right: thrown before the change, it counts as a veto.
+    std::exception_ptr error() const { return m_error; }
+
+protected:
+    RecordStep(EditingHost &host, const QString &text);
+    void undo() override;
+    void redo() override;
+    // Brings the record from the state before to the state after (forward) or
+    // back through the host's events; false when the host vetoed.
+    virtual bool bring(bool forward) = 0;
+    void drop(const QString &why);
+
+    EditingHost &m_host;
+    bool m_applied = false; // set by bring once the data has changed
+
+private:
+    void run(bool forward);
+
+    bool m_skip = true; // the first redo is the change itself, already made
+    bool m_vetoed = false;
+    std::exception_ptr m_error;
+};
+
+template <typename Record>
+class RecordChange : public RecordStep
+{
+public:
+    RecordChange(EditingHost &host, const QString &text, std::optional<Record> before, std::optional<Record> after)
+        : RecordStep(host, text)
+        , m_before(std::move(before))
+        , m_after(std::move(after))
+    {
+    }
+
+protected:
+    bool bring(bool forward) override;
+
+private:
+    std::optional<Record> m_before;
+    std::optional<Record> m_after;
+};
+
+// Whether two records hold the same values, property by property.
+template <typename Record>
+bool sameRecord(const Record &a, const Record &b);
+
+// The names of the steps, as a host's Edit menu shows them ("Undo Move appointment").
+enum class Step { New, Change, Delete, Move, Done };
+QString stepText(QChar kind, Step step);
+
+// Puts the change of a record on the host's undo stack, when it keeps one.
+template <typename Record>
+void recordChange(EditingHost &host, const QString &text, std::optional<Record> before, std::optional<Record> after);
+
+} // namespace dayvex
