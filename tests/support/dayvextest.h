@@ -213,6 +213,7 @@ public:
         QObject::connect(c, &zntDayvex::ToDoChanged, c, after<ToDo>("ToDoChanged"));
         QObject::connect(c, &zntDayvex::ToDoDeleted, c, after<ToDo>("ToDoDeleted"));
         QObject::connect(c, &zntDayvex::ValidateSchedule, c, validate<Schedule>("ValidateSchedule"));
+        QObject::connect(c, &zntDayvex::AlarmChange, c, after<Schedule>("AlarmChange"));
         QObject::connect(c, &zntDayvex::ValidateToDo, c, validate<ToDo>("ValidateToDo"));
     }
 };

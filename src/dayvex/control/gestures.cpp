@@ -51,8 +51,8 @@ void zntDayvexPrivate::popUpToDoMenu(bool holdsToDo, bool done, const QPoint &gl
 
 std::pair<Date, Date> zntDayvexPrivate::selectedSlots() const
 {
-    // The calendar's day at the time of the grid's current row; in Modern, up to
-    // the end of the last row selected with it.
+    // The calendar's day at the time of the grid's current row, up to the end of
+    // the last row selected with it (Modern's Shift+arrows, a drag over slots).
     const Date day = Date::fromDate(m_calendar->selectedDate());
     const auto startOf = [&](int row) {
         const SlotLabel label = m_lista->rowLabel(row);
@@ -60,7 +60,7 @@ std::pair<Date, Date> zntDayvexPrivate::selectedSlots() const
     };
     const Date start = startOf(m_lista->currentRow());
     const auto [first, last] = m_lista->selectedSlotRows();
-    if (!modern() || first == last)
+    if (first == last)
         return {start, start};
     return {startOf(first), startOf(last).addMinutes(gridStartAndStep().second)};
 }

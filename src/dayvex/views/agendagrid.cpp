@@ -304,11 +304,10 @@ DragGrid AgendaGrid::dragGrid() const
         grid.columnLefts.push_back(columnViewportPosition(2 + day));
     if (!grid.columnLefts.empty())
         grid.columnLefts.push_back(columnViewportPosition(1 + m_days) + columnWidth(1 + m_days));
-    const int first = hasHeadingRow() ? 1 : 0;
-    if (first < rowCount()) {
-        grid.top = rowViewportPosition(first);
-        grid.rowHeight = rowHeight(first);
-        grid.rows = rowCount() - first;
+    if (rowCount() > 0) {
+        grid.top = rowViewportPosition(0);
+        grid.rowHeight = rowHeight(0);
+        grid.rows = rowCount();
     }
     return grid;
 }
@@ -332,8 +331,7 @@ void AgendaGrid::mousePressEvent(QMouseEvent *event)
 {
     ViewGrid::mousePressEvent(event);
     const QModelIndex pressed = indexAt(event->position().toPoint());
-    const bool onSlot = m_dragEditing && m_days > 0 && event->button() == Qt::LeftButton && pressed.column() >= 2
-                        && pressed.row() >= (hasHeadingRow() ? 1 : 0);
+    const bool onSlot = m_dragEditing && m_days > 0 && event->button() == Qt::LeftButton && pressed.column() >= 2;
     m_slotPress = onSlot ? pressed : QModelIndex();
     m_slotDragging = false;
 }
@@ -349,7 +347,7 @@ void AgendaGrid::mouseMoveEvent(QMouseEvent *event)
         return;
     }
     const int row = rowAt(event->position().toPoint().y());
-    if (row < (hasHeadingRow() ? 1 : 0))
+    if (row < 0)
         return;
     m_slotDragging = m_slotDragging || row != m_slotPress.row();
     if (currentColumn() != m_slotPress.column())
@@ -362,9 +360,10 @@ void AgendaGrid::mouseReleaseEvent(QMouseEvent *event)
     const bool dragged = m_slotDragging && m_slotPress.isValid();
     m_slotPress = QModelIndex();
     m_slotDragging = false;
-    ViewGrid::mouseReleaseEvent(event);
     if (dragged)
-        emit slotsDragged();
+        emit slotsDragged(); // not a click: the view's own release would narrow the selection to one cell
+    else
+        ViewGrid::mouseReleaseEvent(event);
 }
 
 void AgendaGrid::endSlotDrag(bool cancelled)
