@@ -1,6 +1,9 @@
 #include <dayvextest.h>
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -30,6 +33,50 @@ QStringList startsOf(DayvexData &data, const QString &uid)
             starts << s->StartDate.toDateTime().toString(QStringLiteral("MM-dd hh:mm"));
     starts.sort();
     return starts;
+}
+
+QByteArray calendarOf(const QByteArray &events)
+{
+    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//t//t//EN\r\n" + events + "END:VCALENDAR\r\n";
+}
+
+QByteArray eventText(const QByteArray &uid, const QByteArray &lines)
+{
+    return "BEGIN:VEVENT\r\nUID:" + uid + "\r\nDTSTAMP:20261101T120000Z\r\n" + lines + "END:VEVENT\r\n";
+}
+
+template <typename Record> void setFields(Record &record, const QVariantMap &fields)
+{
+    for (auto it = fields.begin(); it != fields.end(); ++it) {
+        const QMetaProperty property = Record::staticMetaObject.property(
+            Record::staticMetaObject.indexOfProperty(it.key().toLatin1().constData()));
+        QVERIFY2(property.writeOnGadget(&record, it.value()), qPrintable(it.key()));
+    }
+}
+
+// The record of `fields` exported and read back, beside what should come back.
+template <typename Record>
+std::pair<QString, QString> passedThrough(const Record &base, const QVariantMap &fields, const QVariantMap &expected)
+{
+    Record record = base;
+    setFields(record, fields);
+    DayvexData data, copy;
+    if constexpr (std::is_same_v<Record, Schedule>)
+        *data.Schedules()->Add(record) = record; // as given, without Add's end correction
+    else
+        data.ToDoS()->Add(record);
+    ExchangeReport report;
+    const ExchangeReport read = importICalendarData(exportICalendarData(data, &report), copy, window2027());
+    if (!read.fileRead || read.skipped)
+        return {read.summary(), QString()};
+    Record back;
+    if constexpr (std::is_same_v<Record, Schedule>)
+        back = *copy.Schedules()->Item(1);
+    else
+        back = *copy.ToDoS()->Item(1);
+    setFields(record, expected);
+    record.Key = back.Key;
+    return {fieldsOf(back), fieldsOf(record)};
 }
 
 } // namespace
@@ -107,8 +154,11 @@ private slots:
         QVERIFY(keynote);
         Schedules expected; // lightsteelblue #b0c4de as 0x00BBGGRR
         expected.Add(keynote->Key, "Anna Rossi", at(2027, 3, 1, 9, 0), at(2027, 3, 1, 10, 30), "marco@example.org",
-                     "Marco Ferri", "Talk", "Opening keynote", "Sala Grande", at(2027, 3, 1, 8, 45),
+                     "Marco Ferri", "Talk, Plenary", "Opening keynote", "Sala Grande", at(2027, 3, 1, 8, 45),
                      "keynote-2027@conference.example", 0xDEC4B0);
+        // what no member holds stays with the record, the organizer's address too
+        expected.Item(1)->Extra = "ORGANIZER;CN=Anna Rossi:mailto:anna.rossi@conference.example\r\n"
+                                  "ATTENDEE;CN=Marco Ferri;ROLE=REQ-PARTICIPANT:mailto:marco@example.org\r\n";
         QCOMPARE(fieldsOf(*keynote), fieldsOf(*expected.Item(1)));
 
         QCOMPARE(byDescription(data, "Lunch")->StartDate, at(2027, 3, 1, 13, 0));           // 12:00 UTC
@@ -143,6 +193,7 @@ private slots:
         expected.Add(todos->Item(1)->Key, "Bianchi", "Write the quarterly report", "Figures from finance, then the summary.",
                      at(2027, 3, 5, 18, 0), 1, "Reporting", false, Date(), at(2027, 3, 5, 17, 0),
                      "todo-report@tasks.example");
+        expected.Item(1)->Extra = "ORGANIZER;CN=Bianchi:mailto:bianchi@tasks.example\r\n";
         QCOMPARE(fieldsOf(*todos->Item(1)), fieldsOf(*expected.Item(1)));
         const auto tickets = todos->Item(2);
         QCOMPARE(tickets->DueTo, at(2027, 2, 20));
@@ -152,6 +203,180 @@ private slots:
         QCOMPARE(someday->DueTo, Date());
         QCOMPARE(someday->Priority, qint16(0));
         QCOMPARE(todos->ActiveProjects()->Count(), 1);
+    }
+
+    // Each row changes fields of a plain record; exported and read back, it must come back whole.
+    void passesThroughUnchanged_data()
+    {
+        columns<bool, QVariantMap, QVariantMap>("todo", "fields", "expected");
+        const auto date = [](Date d) { return QVariant::fromValue(d); };
+        const auto row = [](const char *name, bool todo, const QVariantMap &fields, const QVariantMap &expected = {}) {
+            QTest::newRow(name) << todo << fields << expected;
+        };
+        row("overnight shift", false, {{"StartDate", date(at(2027, 3, 1, 17, 0))}, {"EndDate", date(at(2027, 3, 3, 9, 0))}});
+        row("blanks and control characters", false,
+            {{"Description", "  two\tspaced \x01 end\r\n"}, {"Place", " Sala "}, {"Contact", "\tFerri"}});
+        row("category list", false, {{"Category", "a, b"}});
+        row("category with a bare comma", false, {{"Category", "a,b ,"}});
+        row("body", false, {{"Body", "Agenda:\n1. budget\n2. plans"}});
+        row("system colour", false, {{"Color", qint32(0x80000005)}});
+        row("reminder a century ahead", false, {{"ReminderDate", date(at(1920, 1, 1))}});
+        row("reminder not a number", false, {{"ReminderDate", date(Date(qQNaN()))}}, {{"ReminderDate", date(Date())}});
+        row("before 1899", false, {{"StartDate", date(at(1850, 6, 1, 22, 0))}, {"EndDate", date(at(1850, 6, 3, 8, 30))},
+                                   {"ReminderDate", date(at(1850, 6, 1, 21, 45))}});
+        row("after 3000", false, {{"StartDate", date(at(5000, 5, 2, 10, 0))}, {"EndDate", date(at(5000, 5, 2, 11, 0))},
+                                  {"ReminderDate", date(at(5000, 5, 2, 9, 0))}});
+        row("kept properties", false, {{"Contact", "Ferri"},
+            {"Extra", "ATTENDEE;CN=Ann:mailto:ann@example.org\r\nURL:https://example.org/x\r\nX-ROOM:42\r\n"}});
+        row("organizer address", false, {{"Owner", "Anna"}, {"Extra", "ORGANIZER;CN=Anna:mailto:anna@example.org\r\n"}});
+        row("organizer no longer the owner", false, {{"Owner", "Bruno"}, {"Extra", "ORGANIZER;CN=Anna:mailto:a@x.org\r\n"}},
+            {{"Extra", ""}});
+        row("to-do reminder without due date", true, {{"DueTo", date(Date())}, {"ReminderDate", date(at(2027, 3, 1, 8, 0))}});
+        row("done date on an open to-do", true, {{"Done", false}, {"DateDone", date(at(2027, 2, 1, 9, 0))}});
+        row("to-do before 1899", true, {{"DueTo", date(at(1850, 6, 1, 12, 0))}, {"ReminderDate", date(at(1850, 6, 1, 11, 0))}});
+    }
+
+    void passesThroughUnchanged()
+    {
+        QFETCH(bool, todo);
+        QFETCH(QVariantMap, fields);
+        QFETCH(QVariantMap, expected);
+        std::pair<QString, QString> result;
+        if (todo) {
+            ToDo base;
+            setFields(base, {{"Key", "1"}, {"Tag", "t@x"}, {"ShortDesc", "Call"}, {"Priority", 3},
+                             {"DueTo", QVariant::fromValue(at(2027, 3, 5, 17, 0))},
+                             {"ReminderDate", QVariant::fromValue(at(2027, 3, 5, 16, 30))}});
+            result = passedThrough(base, fields, expected);
+        } else {
+            Schedule base;
+            setFields(base, {{"Key", "1"}, {"Tag", "s@x"}, {"Owner", "Rossi"}, {"Description", "Meeting"},
+                             {"StartDate", QVariant::fromValue(at(2027, 3, 1, 9, 0))},
+                             {"EndDate", QVariant::fromValue(at(2027, 3, 1, 10, 30))},
+                             {"ReminderDate", QVariant::fromValue(at(2027, 3, 1, 8, 45))}});
+            result = passedThrough(base, fields, expected);
+        }
+        QCOMPARE(result.first, result.second);
+    }
+
+    void readsFilesAddWouldRefuse_data()
+    {
+        columns<QByteArray, QDate, int, Date, Date>("events", "windowTo", "appointments", "end", "reminder");
+        QTest::newRow("ends on a later day, earlier") // Add alone would cut it to one step
+            << eventText("s", "DTSTART:20270301T080000Z\r\nDTEND:20270303T070000Z\r\n") << QDate() << 1
+            << at(2027, 3, 3, 8, 0) << Date();
+        QTest::newRow("organizers equal by case folding")
+            << eventText("a", "DTSTART:20270301T080000Z\r\nORGANIZER;CN=Strau\xc3\x9f:mailto:a@x.org\r\n")
+                   + eventText("b", "DTSTART:20270302T080000Z\r\nORGANIZER;CN=Strauss:mailto:b@x.org\r\n")
+            << QDate() << 2 << Date() << Date();
+        QTest::newRow("window to the last day")
+            << eventText("w", "DTSTART:20270301T080000Z\r\nRRULE:FREQ=YEARLY;COUNT=3\r\n") << QDate(9999, 12, 31) << 3
+            << Date() << Date();
+        QTest::newRow("date-time trigger without VALUE")
+            << eventText("t", "DTSTART:20270301T080000Z\r\nBEGIN:VALARM\r\nACTION:DISPLAY\r\n"
+                              "TRIGGER:20270301T070000Z\r\nEND:VALARM\r\n")
+            << QDate() << 1 << Date() << at(2027, 3, 1, 8, 0);
+    }
+
+    void readsFilesAddWouldRefuse()
+    {
+        QFETCH(QByteArray, events);
+        QFETCH(QDate, windowTo);
+        QFETCH(int, appointments);
+        DayvexData data;
+        ImportOptions options = window2027();
+        if (windowTo.isValid())
+            options.windowTo = windowTo;
+        const ExchangeReport report = importICalendarData(calendarOf(events), data, options);
+        QVERIFY2(report.fileRead && report.skipped == 0, qPrintable(report.summary()));
+        QCOMPARE(data.Schedules()->Count(), appointments);
+        const auto first = data.Schedules()->Item(1);
+        QFETCH(Date, end);
+        QFETCH(Date, reminder);
+        if (!end.isEmpty())
+            QCOMPARE(first->EndDate, end);
+        if (!reminder.isEmpty())
+            QCOMPARE(first->ReminderDate, reminder);
+    }
+
+    // Past a bound, or cancelled, an import changes nothing and says why, quickly.
+    void boundsStopTheImport_data()
+    {
+        columns<QByteArray, int, QString>("rule", "bound", "message");
+        const QByteArray daily = "FREQ=DAILY", ancient = "FREQ=MINUTELY;COUNT=2000000000";
+        QTest::newRow("file size") << daily << 0 << "larger than 300 bytes";
+        QTest::newRow("records") << daily << 1 << "more than 50 appointments";
+        QTest::newRow("rule steps") << ancient << 2 << "take more than 100000 steps";
+        QTest::newRow("time") << ancient << 3 << "longer than 1 ms";
+        QTest::newRow("cancelled") << daily << 4 << "cancelled";
+    }
+
+    void boundsStopTheImport()
+    {
+        QFETCH(QByteArray, rule);
+        QFETCH(int, bound);
+        ImportOptions options = window2027();
+        QList<int> calls;
+        switch (bound) {
+        case 0: options.maxFileBytes = 300; break;
+        case 1: options.maxRecords = 50; break;
+        case 2: options.maxRuleSteps = 100000; break;
+        case 3: options.maxMilliseconds = 1; options.maxRuleSteps = 1LL << 40; break;
+        case 4: options.progress = [&](int done, int total) { calls << done << total; return done < 2; }; break;
+        }
+        DayvexData data;
+        data.Schedules()->Add("7", "Rossi", at(2026, 12, 1, 9, 0), at(2026, 12, 1, 10, 0), "", "", "", "Here", "", Date());
+        const QString before = snapshot(data);
+        const QByteArray file = calendarOf(eventText("a", "DTSTART:20270301T080000Z\r\nSUMMARY:A\r\n")
+                                           + eventText("r", "DTSTART:19000101T080000Z\r\nRRULE:" + rule + "\r\n")
+                                           + eventText("b", "DTSTART:20270302T080000Z\r\nSUMMARY:B\r\n"));
+        QElapsedTimer clock;
+        clock.start();
+        const ExchangeReport report = importICalendarData(file, data, options);
+        QVERIFY2(clock.elapsed() < 20000, "a bound must stop the work early");
+        QVERIFY(!report.fileRead);
+        QFETCH(QString, message);
+        QVERIFY2(report.summary().contains(message), qPrintable(report.summary()));
+        QCOMPARE(snapshot(data), before);
+        if (bound == 4)
+            QCOMPARE(calls, QList<int>({1, 3, 2, 3}));
+    }
+
+    // Only regular files are read and written: a FIFO would block, a device never end.
+    void refusesFilesThatAreNotRegular()
+    {
+        QTemporaryDir dir;
+        const QString fifo = dir.filePath("pipe.ics");
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        DayvexData data;
+        data.Schedules()->Add("1", "", at(2027, 3, 1, 9, 0), at(2027, 3, 1, 10, 0), "", "", "", "A", "", Date());
+        for (const QString &path : {fifo, dir.path()}) {
+            const ExchangeReport read = importICalendar(path, data);
+            QVERIFY(!read.fileRead && read.summary().contains("not a regular file"));
+            const ExchangeReport written = exportICalendar(data, path);
+            QVERIFY(!written.fileRead && written.summary().contains("not a regular file"));
+        }
+        QVERIFY(QFileInfo(fifo).exists() && !QFileInfo(fifo).isFile());
+        // a cancelled export writes nothing
+        ExportOptions cancel;
+        cancel.progress = [](int, int) { return false; };
+        QVERIFY(!exportICalendar(data, dir.filePath("a.ics"), cancel).fileRead);
+        QVERIFY(!QFile::exists(dir.filePath("a.ics")));
+    }
+
+    // A record whose date cannot be written is left out, and its half-built component freed (the sanitizer checks).
+    void exportLeavesOutBadDates()
+    {
+        DayvexData data;
+        auto bad = data.Schedules()->Add("1", "", at(2027, 3, 1, 9, 0), at(2027, 3, 1, 10, 0), "", "", "", "A", "", Date());
+        bad->EndDate = Date(1e9);
+        data.Schedules()->Add("2", "", at(2027, 3, 1, 9, 0), at(2027, 3, 1, 10, 0), "", "", "", "B", "", Date());
+        data.ToDoS()->Add("1", "", "T", "", Date(-1e9), 0, "", false, Date(), Date());
+        ExchangeReport report;
+        const QByteArray bytes = exportICalendarData(data, &report);
+        QCOMPARE(report.appointments, 1);
+        QCOMPARE(report.skipped, 2);
+        QVERIFY(bytes.contains("SUMMARY:B") && !bytes.contains("SUMMARY:A"));
     }
 
     // Bad files change nothing that was there; what can be read is read and the rest reported.
