@@ -1,8 +1,10 @@
 #include <dayvextest.h>
 
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QTemporaryDir>
 
+#include <libical/ical.h>
 #include <sys/stat.h>
 
 namespace {
@@ -377,6 +379,47 @@ private slots:
         QCOMPARE(report.appointments, 1);
         QCOMPARE(report.skipped, 2);
         QVERIFY(bytes.contains("SUMMARY:B") && !bytes.contains("SUMMARY:A"));
+    }
+
+    // What libical's checks and python3-icalendar read of an export, field by field.
+    void otherParsersReadTheExport()
+    {
+        DayvexData data;
+        auto s = data.Schedules()->Add("1", "Anna", at(2027, 3, 1, 9, 0), at(2027, 3, 3, 8, 0), "", "", "a, b",
+                                       "Night shift", "", at(2027, 3, 1, 8, 45), "s@x");
+        s->EndDate = at(2027, 3, 3, 8, 0);
+        s->Body = "Line one\nline two";
+        s->Extra = "ATTENDEE;CN=Ann:mailto:ann@example.org\r\nX-ROOM:42\r\n";
+        data.Schedules()->Add("2", "", at(2027, 7, 15), at(2027, 7, 16, 23, 59), "", "", "", "Summer days", "", Date(), "d@x");
+        data.ToDoS()->Add("1", "", "Call", "", at(2027, 3, 5, 17, 0), 3, "p", true, at(2027, 3, 2, 9, 0),
+                          at(2027, 3, 5, 16, 30), "t@x");
+        QTemporaryDir dir;
+        const QString path = dir.filePath("out.ics");
+        QVERIFY(exportICalendar(data, path).fileRead);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray bytes = file.readAll();
+        QVERIFY(bytes.contains("TZID=") && bytes.contains("BEGIN:VTIMEZONE"));
+
+        icalcomponent *parsed = icalcomponent_new_from_string(bytes.constData());
+        QVERIFY(parsed);
+        const int valid = icalrestriction_check(parsed);
+        char *checked = icalcomponent_as_ical_string_r(parsed);
+        const QByteArray afterCheck(checked);
+        icalmemory_free_buffer(checked);
+        icalcomponent_free(parsed);
+        QVERIFY2(valid && !afterCheck.contains("X-LIC-ERROR"), afterCheck.constData());
+
+        if (QProcess::execute("/usr/bin/python3", {"-c", "import icalendar"}) != 0)
+            QSKIP("/usr/bin/python3 cannot import icalendar (Debian's python3-icalendar): the python reading is not checked");
+        QProcess python;
+        python.start("/usr/bin/python3", {QStringLiteral(DAYVEX_TEST_SOURCE "/icalfields.py"), path});
+        QVERIFY(python.waitForFinished(60000));
+        QVERIFY2(python.exitCode() == 0, python.readAllStandardError().constData());
+        QCOMPARE(QString::fromUtf8(python.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts),
+                 QStringList({"s@x|Night shift|Line one\\nline two|a,b|20270301T080000Z|20270303T070000Z|-900",
+                              "d@x|Summer days|||20270715|20270717|",
+                              "t@x|Call||p||20270305T160000Z|-1800"}));
     }
 
     // Bad files change nothing that was there; what can be read is read and the rest reported.

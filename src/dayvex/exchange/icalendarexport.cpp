@@ -11,6 +11,7 @@
 #include <QSaveFile>
 #include <QTimeZone>
 
+#include <tuple>
 #include <vector>
 
 namespace dayvex {
@@ -227,10 +228,58 @@ bool addRecord(icalcomponent *calendar, Context &context, Build build)
     }
 }
 
+bool later(const icaltimetype &a, const icaltimetype &b)
+{
+    return std::tie(a.year, a.month, a.day, a.hour, a.minute, a.second)
+           > std::tie(b.year, b.month, b.day, b.hour, b.minute, b.second);
+}
+
+// One STANDARD or DAYLIGHT whose RRULE has an UNTIL, rewritten as the RDATEs it
+// stands for: python's dateutil, under python3-icalendar, refuses such a rule
+// whole. The onsets are local times at TZOFFSETFROM; UNTIL is in UTC.
+void ruleAsDates(icalcomponent *observance)
+{
+    icalproperty *rruleProperty = icalcomponent_get_first_property(observance, ICAL_RRULE_PROPERTY);
+    icalproperty *offsetProperty = icalcomponent_get_first_property(observance, ICAL_TZOFFSETFROM_PROPERTY);
+    if (!rruleProperty || !offsetProperty)
+        return;
+    icalrecurrencetype rule = icalproperty_get_rrule(rruleProperty);
+    const icaltimetype until = rule.until;
+    if (icaltime_is_null_time(until))
+        return;
+    rule.until = icaltime_null_time();
+    const icaltimetype dtstart = icalcomponent_get_dtstart(observance);
+    std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, dtstart),
+                                                                           icalrecur_iterator_free);
+    if (!it)
+        return;
+    const int offset = icalproperty_get_tzoffsetfrom(offsetProperty);
+    int left = 1000; // yearly rules of past decades: never near this
+    for (icaltimetype onset = icalrecur_iterator_next(it.get()); !icaltime_is_null_time(onset) && --left > 0;
+         onset = icalrecur_iterator_next(it.get())) {
+        icaltimetype utc = onset;
+        icaltime_adjust(&utc, 0, 0, 0, -offset);
+        if (later(utc, until))
+            break;
+        if (later(onset, dtstart)) {
+            icaldatetimeperiodtype date{};
+            date.time = onset;
+            date.period = icalperiodtype_null_period();
+            icalcomponent_add_property(observance, icalproperty_new_rdate(date));
+        }
+    }
+    icalcomponent_remove_property(observance, rruleProperty);
+    icalproperty_free(rruleProperty);
+}
+
 void addZone(icalcomponent *calendar, icaltimezone *zone, ExchangeReport &report)
 {
     if (zone) {
-        icalcomponent_add_component(calendar, icalcomponent_new_clone(icaltimezone_get_component(zone)));
+        icalcomponent *timezone = icalcomponent_new_clone(icaltimezone_get_component(zone));
+        for (icalcomponent *c = icalcomponent_get_first_component(timezone, ICAL_ANY_COMPONENT); c;
+             c = icalcomponent_get_next_component(timezone, ICAL_ANY_COMPONENT))
+            ruleAsDates(c);
+        icalcomponent_add_component(calendar, timezone);
         return;
     }
     const QByteArray id = QTimeZone::systemTimeZoneId();
