@@ -37,48 +37,15 @@ QStringList startsOf(DayvexData &data, const QString &uid)
     return starts;
 }
 
-QByteArray calendarOf(const QByteArray &events)
-{
-    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//t//t//EN\r\n" + events + "END:VCALENDAR\r\n";
-}
-
-QByteArray eventText(const QByteArray &uid, const QByteArray &lines)
-{
-    return "BEGIN:VEVENT\r\nUID:" + uid + "\r\nDTSTAMP:20261101T120000Z\r\n" + lines + "END:VEVENT\r\n";
-}
-
-template <typename Record> void setFields(Record &record, const QVariantMap &fields)
+// Sets properties by name: "T.Name" on the to-do, "Name" on the appointment.
+void setFields(Schedule &s, ToDo &t, const QVariantMap &fields)
 {
     for (auto it = fields.begin(); it != fields.end(); ++it) {
-        const QMetaProperty property = Record::staticMetaObject.property(
-            Record::staticMetaObject.indexOfProperty(it.key().toLatin1().constData()));
-        QVERIFY2(property.writeOnGadget(&record, it.value()), qPrintable(it.key()));
+        const bool todo = it.key().startsWith("T.");
+        const QMetaObject &meta = todo ? ToDo::staticMetaObject : Schedule::staticMetaObject;
+        const QMetaProperty property = meta.property(meta.indexOfProperty(it.key().mid(todo ? 2 : 0).toLatin1()));
+        QVERIFY2(property.writeOnGadget(todo ? static_cast<void *>(&t) : &s, it.value()), qPrintable(it.key()));
     }
-}
-
-// The record of `fields` exported and read back, beside what should come back.
-template <typename Record>
-std::pair<QString, QString> passedThrough(const Record &base, const QVariantMap &fields, const QVariantMap &expected)
-{
-    Record record = base;
-    setFields(record, fields);
-    DayvexData data, copy;
-    if constexpr (std::is_same_v<Record, Schedule>)
-        *data.Schedules()->Add(record) = record; // as given, without Add's end correction
-    else
-        data.ToDoS()->Add(record);
-    ExchangeReport report;
-    const ExchangeReport read = importICalendarData(exportICalendarData(data, &report), copy, window2027());
-    if (!read.fileRead || read.skipped)
-        return {read.summary(), QString()};
-    Record back;
-    if constexpr (std::is_same_v<Record, Schedule>)
-        back = *copy.Schedules()->Item(1);
-    else
-        back = *copy.ToDoS()->Item(1);
-    setFields(record, expected);
-    record.Key = back.Key;
-    return {fieldsOf(back), fieldsOf(record)};
 }
 
 } // namespace
@@ -173,12 +140,18 @@ private slots:
         // weekly from 1 March, six times, one left out and one moved; 29 March is summer time in Rome
         QCOMPARE(startsOf(data, "standup@conference.example"),
                  QStringList({"03-01 08:30", "03-08 08:30", "03-22 11:00", "03-29 08:30", "04-05 08:30"}));
-        QCOMPARE(report.appointments, 9);
+        // a shift ending on a later day, earlier; a bare date-time trigger; Strauß and Strauss both read
+        QCOMPARE(byDescription(data, "Night shift")->EndDate, at(2027, 3, 5, 9, 0));
+        QCOMPARE(byDescription(data, "Night shift")->ReminderDate, at(2027, 3, 3, 16, 0));
+        QVERIFY(byDescription(data, "Stage setup"));
+        QCOMPARE(report.appointments, 11);
         QVERIFY(data.Schedules()->Places()->find("Room 2"));
         QVERIFY(data.Users()->Count() >= 1);
 
-        // read again, nothing is added
-        const ExchangeReport again = importICalendar(file("conference.ics"), data, window2027());
+        // read again, nothing is added; the window may end on the last day a date holds
+        ImportOptions toTheEnd = window2027();
+        toTheEnd.windowTo = QDate(9999, 12, 31);
+        const ExchangeReport again = importICalendar(file("conference.ics"), data, toTheEnd);
         QCOMPARE(again.appointments, 0);
         QCOMPARE(again.alreadyPresent, report.appointments);
         QCOMPARE(data.Schedules()->Count(), report.appointments);
@@ -207,98 +180,58 @@ private slots:
         QCOMPARE(todos->ActiveProjects()->Count(), 1);
     }
 
-    // Each row changes fields of a plain record; exported and read back, it must come back whole.
+    // Each row changes fields of a plain appointment and to-do; exported and read back, they must come back whole.
     void passesThroughUnchanged_data()
     {
-        columns<bool, QVariantMap, QVariantMap>("todo", "fields", "expected");
+        columns<QVariantMap, QVariantMap>("fields", "expected");
         const auto date = [](Date d) { return QVariant::fromValue(d); };
-        const auto row = [](const char *name, bool todo, const QVariantMap &fields, const QVariantMap &expected = {}) {
-            QTest::newRow(name) << todo << fields << expected;
+        const auto row = [](const char *name, const QVariantMap &fields, const QVariantMap &expected = {}) {
+            QTest::newRow(name) << fields << expected;
         };
-        row("overnight shift", false, {{"StartDate", date(at(2027, 3, 1, 17, 0))}, {"EndDate", date(at(2027, 3, 3, 9, 0))}});
-        row("blanks and control characters", false,
-            {{"Description", "  two\tspaced \x01 end\r\n"}, {"Place", " Sala "}, {"Contact", "\tFerri"}});
-        row("category list", false, {{"Category", "a, b"}});
-        row("category with a bare comma", false, {{"Category", "a,b ,"}});
-        row("body", false, {{"Body", "Agenda:\n1. budget\n2. plans"}});
-        row("system colour", false, {{"Color", qint32(0x80000005)}});
-        row("reminder a century ahead", false, {{"ReminderDate", date(at(1920, 1, 1))}});
-        row("reminder not a number", false, {{"ReminderDate", date(Date(qQNaN()))}}, {{"ReminderDate", date(Date())}});
-        row("before 1899", false, {{"StartDate", date(at(1850, 6, 1, 22, 0))}, {"EndDate", date(at(1850, 6, 3, 8, 30))},
-                                   {"ReminderDate", date(at(1850, 6, 1, 21, 45))}});
-        row("after 3000", false, {{"StartDate", date(at(5000, 5, 2, 10, 0))}, {"EndDate", date(at(5000, 5, 2, 11, 0))},
-                                  {"ReminderDate", date(at(5000, 5, 2, 9, 0))}});
-        row("kept properties", false, {{"Contact", "Ferri"},
-            {"Extra", "ATTENDEE;CN=Ann:mailto:ann@example.org\r\nURL:https://example.org/x\r\nX-ROOM:42\r\n"}});
-        row("organizer address", false, {{"Owner", "Anna"}, {"Extra", "ORGANIZER;CN=Anna:mailto:anna@example.org\r\n"}});
-        row("organizer no longer the owner", false, {{"Owner", "Bruno"}, {"Extra", "ORGANIZER;CN=Anna:mailto:a@x.org\r\n"}},
+        row("overnight shift", {{"StartDate", date(at(2027, 3, 1, 17, 0))}, {"EndDate", date(at(2027, 3, 3, 9, 0))}});
+        row("blanks and control characters",
+            {{"Description", "  two\tspaced \x01 end\r\n"}, {"Place", " Sala "}, {"Contact", "\tFerri"}, {"T.LongDesc", " x "}});
+        row("category list", {{"Category", "a, b"}, {"T.Project", "p,q"}});
+        row("category with a bare comma", {{"Category", "a,b ,"}});
+        row("body", {{"Body", "Agenda:\n1. budget\n2. plans"}});
+        row("system colour", {{"Color", qint32(0x80000005)}});
+        row("reminder a century ahead", {{"ReminderDate", date(at(1920, 1, 1))}});
+        row("reminder not a number", {{"ReminderDate", date(Date(qQNaN()))}}, {{"ReminderDate", date(Date())}});
+        row("before 1899", {{"StartDate", date(at(1850, 6, 1, 22, 0))}, {"EndDate", date(at(1850, 6, 3, 8, 30))},
+                            {"ReminderDate", date(at(1850, 6, 1, 21, 45))}, {"T.DueTo", date(at(1850, 6, 1, 12, 0))},
+                            {"T.ReminderDate", date(at(1850, 6, 1, 11, 0))}});
+        row("after 3000", {{"StartDate", date(at(5000, 5, 2, 10, 0))}, {"EndDate", date(at(5000, 5, 2, 11, 0))},
+                           {"ReminderDate", date(at(5000, 5, 2, 9, 0))}});
+        row("kept properties", {{"Contact", "Ferri"}, {"T.Extra", "DTSTART:20270301T080000Z\r\n"},
+                                {"Extra", "ATTENDEE;CN=Ann:mailto:ann@example.org\r\nURL:https://example.org/x\r\nX-ROOM:42\r\n"}});
+        row("organizer address", {{"Owner", "Anna"}, {"Extra", "ORGANIZER;CN=Anna:mailto:anna@example.org\r\n"}});
+        row("organizer no longer the owner", {{"Owner", "Bruno"}, {"Extra", "ORGANIZER;CN=Anna:mailto:a@x.org\r\n"}},
             {{"Extra", ""}});
-        row("to-do reminder without due date", true, {{"DueTo", date(Date())}, {"ReminderDate", date(at(2027, 3, 1, 8, 0))}});
-        row("done date on an open to-do", true, {{"Done", false}, {"DateDone", date(at(2027, 2, 1, 9, 0))}});
-        row("to-do before 1899", true, {{"DueTo", date(at(1850, 6, 1, 12, 0))}, {"ReminderDate", date(at(1850, 6, 1, 11, 0))}});
+        row("to-do reminder without due date", {{"T.DueTo", date(Date())}, {"T.ReminderDate", date(at(2027, 3, 1, 8, 0))}});
+        row("done date on an open to-do", {{"T.Done", false}, {"T.DateDone", date(at(2027, 2, 1, 9, 0))}});
     }
 
     void passesThroughUnchanged()
     {
-        QFETCH(bool, todo);
         QFETCH(QVariantMap, fields);
         QFETCH(QVariantMap, expected);
-        std::pair<QString, QString> result;
-        if (todo) {
-            ToDo base;
-            setFields(base, {{"Key", "1"}, {"Tag", "t@x"}, {"ShortDesc", "Call"}, {"Priority", 3},
-                             {"DueTo", QVariant::fromValue(at(2027, 3, 5, 17, 0))},
-                             {"ReminderDate", QVariant::fromValue(at(2027, 3, 5, 16, 30))}});
-            result = passedThrough(base, fields, expected);
-        } else {
-            Schedule base;
-            setFields(base, {{"Key", "1"}, {"Tag", "s@x"}, {"Owner", "Rossi"}, {"Description", "Meeting"},
-                             {"StartDate", QVariant::fromValue(at(2027, 3, 1, 9, 0))},
-                             {"EndDate", QVariant::fromValue(at(2027, 3, 1, 10, 30))},
-                             {"ReminderDate", QVariant::fromValue(at(2027, 3, 1, 8, 45))}});
-            result = passedThrough(base, fields, expected);
-        }
-        QCOMPARE(result.first, result.second);
-    }
-
-    void readsFilesAddWouldRefuse_data()
-    {
-        columns<QByteArray, QDate, int, Date, Date>("events", "windowTo", "appointments", "end", "reminder");
-        QTest::newRow("ends on a later day, earlier") // Add alone would cut it to one step
-            << eventText("s", "DTSTART:20270301T080000Z\r\nDTEND:20270303T070000Z\r\n") << QDate() << 1
-            << at(2027, 3, 3, 8, 0) << Date();
-        QTest::newRow("organizers equal by case folding")
-            << eventText("a", "DTSTART:20270301T080000Z\r\nORGANIZER;CN=Strau\xc3\x9f:mailto:a@x.org\r\n")
-                   + eventText("b", "DTSTART:20270302T080000Z\r\nORGANIZER;CN=Strauss:mailto:b@x.org\r\n")
-            << QDate() << 2 << Date() << Date();
-        QTest::newRow("window to the last day")
-            << eventText("w", "DTSTART:20270301T080000Z\r\nRRULE:FREQ=YEARLY;COUNT=3\r\n") << QDate(9999, 12, 31) << 3
-            << Date() << Date();
-        QTest::newRow("date-time trigger without VALUE")
-            << eventText("t", "DTSTART:20270301T080000Z\r\nBEGIN:VALARM\r\nACTION:DISPLAY\r\n"
-                              "TRIGGER:20270301T070000Z\r\nEND:VALARM\r\n")
-            << QDate() << 1 << Date() << at(2027, 3, 1, 8, 0);
-    }
-
-    void readsFilesAddWouldRefuse()
-    {
-        QFETCH(QByteArray, events);
-        QFETCH(QDate, windowTo);
-        QFETCH(int, appointments);
-        DayvexData data;
-        ImportOptions options = window2027();
-        if (windowTo.isValid())
-            options.windowTo = windowTo;
-        const ExchangeReport report = importICalendarData(calendarOf(events), data, options);
-        QVERIFY2(report.fileRead && report.skipped == 0, qPrintable(report.summary()));
-        QCOMPARE(data.Schedules()->Count(), appointments);
-        const auto first = data.Schedules()->Item(1);
-        QFETCH(Date, end);
-        QFETCH(Date, reminder);
-        if (!end.isEmpty())
-            QCOMPARE(first->EndDate, end);
-        if (!reminder.isEmpty())
-            QCOMPARE(first->ReminderDate, reminder);
+        Schedule s;
+        ToDo t;
+        setFields(s, t, {{"Key", "1"}, {"Tag", "s@x"}, {"Owner", "Rossi"}, {"Description", "Meeting"},
+                         {"StartDate", QVariant::fromValue(at(2027, 3, 1, 9, 0))},
+                         {"EndDate", QVariant::fromValue(at(2027, 3, 1, 10, 30))},
+                         {"ReminderDate", QVariant::fromValue(at(2027, 3, 1, 8, 45))}, {"T.Key", "1"}, {"T.Tag", "t@x"},
+                         {"T.ShortDesc", "Call"}, {"T.DueTo", QVariant::fromValue(at(2027, 3, 5, 17, 0))},
+                         {"T.ReminderDate", QVariant::fromValue(at(2027, 3, 5, 16, 30))}});
+        setFields(s, t, fields);
+        DayvexData data, copy;
+        *data.Schedules()->Add(s) = s; // as given, without Add's end correction
+        data.ToDoS()->Add(t);
+        const ExchangeReport read = importICalendarData(exportICalendarData(data), copy, window2027());
+        QVERIFY2(read.fileRead && read.skipped == 0, qPrintable(read.summary()));
+        setFields(s, t, expected);
+        QCOMPARE(fieldsOf(*copy.Schedules()->Item(1)), fieldsOf(s));
+        QCOMPARE(fieldsOf(*copy.ToDoS()->Item(1)), fieldsOf(t));
     }
 
     // Past a bound, or cancelled, an import changes nothing and says why, quickly.
@@ -306,11 +239,11 @@ private slots:
     {
         columns<QByteArray, int, QString>("rule", "bound", "message");
         const QByteArray daily = "FREQ=DAILY", ancient = "FREQ=MINUTELY;COUNT=2000000000";
-        QTest::newRow("file size") << daily << 0 << "larger than 300 bytes";
+        QTest::newRow("file size") << daily << 0 << "larger than 150 bytes";
         QTest::newRow("records") << daily << 1 << "more than 50 appointments";
         QTest::newRow("rule steps") << ancient << 2 << "take more than 100000 steps";
         QTest::newRow("time") << ancient << 3 << "longer than 1 ms";
-        QTest::newRow("cancelled") << daily << 4 << "cancelled";
+        QTest::newRow("cancelled after the first of two") << daily << 4 << "cancelled";
     }
 
     void boundsStopTheImport()
@@ -320,18 +253,18 @@ private slots:
         ImportOptions options = window2027();
         QList<int> calls;
         switch (bound) {
-        case 0: options.maxFileBytes = 300; break;
+        case 0: options.maxFileBytes = 150; break;
         case 1: options.maxRecords = 50; break;
         case 2: options.maxRuleSteps = 100000; break;
         case 3: options.maxMilliseconds = 1; options.maxRuleSteps = 1LL << 40; break;
-        case 4: options.progress = [&](int done, int total) { calls << done << total; return done < 2; }; break;
+        case 4: options.progress = [&](int done, int total) { calls << done << total; return false; }; break;
         }
         DayvexData data;
         data.Schedules()->Add("7", "Rossi", at(2026, 12, 1, 9, 0), at(2026, 12, 1, 10, 0), "", "", "", "Here", "", Date());
         const QString before = snapshot(data);
-        const QByteArray file = calendarOf(eventText("a", "DTSTART:20270301T080000Z\r\nSUMMARY:A\r\n")
-                                           + eventText("r", "DTSTART:19000101T080000Z\r\nRRULE:" + rule + "\r\n")
-                                           + eventText("b", "DTSTART:20270302T080000Z\r\nSUMMARY:B\r\n"));
+        const QByteArray file = "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:a\r\nDTSTART:20270301T080000Z\r\nEND:VEVENT\r\n"
+                                "BEGIN:VEVENT\r\nUID:r\r\nDTSTART:19000101T080000Z\r\nRRULE:" + rule
+                                + "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
         QElapsedTimer clock;
         clock.start();
         const ExchangeReport report = importICalendarData(file, data, options);
@@ -341,7 +274,7 @@ private slots:
         QVERIFY2(report.summary().contains(message), qPrintable(report.summary()));
         QCOMPARE(snapshot(data), before);
         if (bound == 4)
-            QCOMPARE(calls, QList<int>({1, 3, 2, 3}));
+            QCOMPARE(calls, QList<int>({1, 2}));
     }
 
     // Only regular files are read and written: a FIFO would block, a device never end.
@@ -370,15 +303,12 @@ private slots:
     void exportLeavesOutBadDates()
     {
         DayvexData data;
-        auto bad = data.Schedules()->Add("1", "", at(2027, 3, 1, 9, 0), at(2027, 3, 1, 10, 0), "", "", "", "A", "", Date());
-        bad->EndDate = Date(1e9);
+        data.Schedules()->Add("1", "", at(2027, 3, 1, 9, 0), at(2027, 3, 1, 10, 0), "", "", "", "A", "", Date())->EndDate = Date(1e9);
         data.Schedules()->Add("2", "", at(2027, 3, 1, 9, 0), at(2027, 3, 1, 10, 0), "", "", "", "B", "", Date());
         data.ToDoS()->Add("1", "", "T", "", Date(-1e9), 0, "", false, Date(), Date());
         ExchangeReport report;
-        const QByteArray bytes = exportICalendarData(data, &report);
-        QCOMPARE(report.appointments, 1);
+        QVERIFY(exportICalendarData(data, &report).contains("SUMMARY:B"));
         QCOMPARE(report.skipped, 2);
-        QVERIFY(bytes.contains("SUMMARY:B") && !bytes.contains("SUMMARY:A"));
     }
 
     // What libical's checks and python3-icalendar read of an export, field by field.
@@ -387,33 +317,26 @@ private slots:
         DayvexData data;
         auto s = data.Schedules()->Add("1", "Anna", at(2027, 3, 1, 9, 0), at(2027, 3, 3, 8, 0), "", "", "a, b",
                                        "Night shift", "", at(2027, 3, 1, 8, 45), "s@x");
-        s->EndDate = at(2027, 3, 3, 8, 0);
+        s->EndDate = at(2027, 3, 3, 8, 0); // past Add's correction
         s->Body = "Line one\nline two";
         s->Extra = "ATTENDEE;CN=Ann:mailto:ann@example.org\r\nX-ROOM:42\r\n";
         data.Schedules()->Add("2", "", at(2027, 7, 15), at(2027, 7, 16, 23, 59), "", "", "", "Summer days", "", Date(), "d@x");
         data.ToDoS()->Add("1", "", "Call", "", at(2027, 3, 5, 17, 0), 3, "p", true, at(2027, 3, 2, 9, 0),
                           at(2027, 3, 5, 16, 30), "t@x");
-        QTemporaryDir dir;
-        const QString path = dir.filePath("out.ics");
-        QVERIFY(exportICalendar(data, path).fileRead);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray bytes = file.readAll();
+        const QByteArray bytes = exportICalendarData(data);
         QVERIFY(bytes.contains("TZID=") && bytes.contains("BEGIN:VTIMEZONE"));
-
         icalcomponent *parsed = icalcomponent_new_from_string(bytes.constData());
         QVERIFY(parsed);
-        const int valid = icalrestriction_check(parsed);
-        char *checked = icalcomponent_as_ical_string_r(parsed);
-        const QByteArray afterCheck(checked);
-        icalmemory_free_buffer(checked);
+        const bool valid = icalrestriction_check(parsed);
+        const QByteArray checked = icalcomponent_as_ical_string(parsed);
         icalcomponent_free(parsed);
-        QVERIFY2(valid && !afterCheck.contains("X-LIC-ERROR"), afterCheck.constData());
+        QVERIFY2(valid && !checked.contains("X-LIC-ERROR"), checked.constData());
 
         if (QProcess::execute("/usr/bin/python3", {"-c", "import icalendar"}) != 0)
             QSKIP("/usr/bin/python3 cannot import icalendar (Debian's python3-icalendar): the python reading is not checked");
+        QTemporaryDir dir;
         QProcess python;
-        python.start("/usr/bin/python3", {QStringLiteral(DAYVEX_TEST_SOURCE "/icalfields.py"), path});
+        python.start("/usr/bin/python3", {DAYVEX_TEST_SOURCE "/icalfields.py", writeFile(dir.filePath("out.ics"), bytes)});
         QVERIFY(python.waitForFinished(60000));
         QVERIFY2(python.exitCode() == 0, python.readAllStandardError().constData());
         QCOMPARE(QString::fromUtf8(python.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts),
