@@ -7,6 +7,8 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
+
 namespace dayvex {
 
 class DayvexData;
@@ -20,6 +22,25 @@ struct DAYVEX_CORE_EXPORT ImportOptions
     QDate windowTo;     ///< Last day recurring events are expanded on, included; null: two years ahead of today.
     /// A bound on the appointments one recurring event may yield inside the window.
     int maxOccurrencesPerEvent = 5000;
+
+    // Bounds on the work of one import. Passing one fails the import with an
+    // entry saying which, and leaves the data as it was.
+    qint64 maxFileBytes = 32 * 1024 * 1024; ///< Larger files are refused unread.
+    int maxRecords = 100000;                 ///< Appointments and to-dos one file may yield in all.
+    qint64 maxRuleSteps = 1000000;           ///< Steps of the recurrence rules over the whole file.
+    int maxMilliseconds = 30000;             ///< Time reading the file may take.
+
+    /// Called as components are read, with how many of the file's VEVENTs and
+    /// VTODOs are done; returning false cancels the import, leaving the data as it was.
+    std::function<bool(int done, int total)> progress;
+};
+
+/// What an export takes in besides the data.
+struct DAYVEX_CORE_EXPORT ExportOptions
+{
+    /// Called after each record, with how many are done of all; returning false
+    /// cancels the export: no file is written.
+    std::function<bool(int done, int total)> progress;
 };
 
 /// One remark of an import or export: a component skipped, or taken in with a caveat.
@@ -49,11 +70,14 @@ struct DAYVEX_CORE_EXPORT ExchangeReport
 
 /// Reads an iCalendar file into `into`: VEVENTs become appointments, VTODOs
 /// to-dos, each VALARM their reminder. Records go through the collections' own
-/// Add under keys from NewKey, and keep their UID in Tag; owners, places,
+/// Add under keys from NewKey, and keep their UID in Tag; an appointment keeps
+/// the file's end even where Add would correct it (a shift ending on a later day
+/// at an earlier time). Properties no member holds are kept in Extra. Owners, places,
 /// categories and projects join their lists. A component already present (same
 /// UID and start; for a to-do, same UID and due date) is not added again. A component
 /// that cannot be read is skipped with an entry; when the file as a whole cannot be
-/// used, or adding fails, `into` is left exactly as it was. Errors are reported, not thrown.
+/// used, adding fails, a bound of `options` is passed or the host cancels, `into`
+/// is left exactly as it was. Only a regular file is read. Errors are reported, not thrown.
 DAYVEX_CORE_EXPORT ExchangeReport importICalendar(const QString &path, DayvexData &into,
                                              const ImportOptions &options = {});
 /// importICalendar on the bytes of a file already read.
@@ -61,10 +85,16 @@ DAYVEX_CORE_EXPORT ExchangeReport importICalendarData(const QByteArray &bytes, D
                                                  const ImportOptions &options = {});
 
 /// Writes every appointment and to-do of `from` as an iCalendar file, times in
-/// UTC. The file is replaced only once it is written whole; a failure to write
-/// clears fileRead and adds an entry.
+/// this machine's zone (with its VTIMEZONE), or in UTC when libical does not know
+/// the zone. Only a regular file is written, and replaced only once it is
+/// written whole; a failure to write clears fileRead and adds an entry.
 DAYVEX_CORE_EXPORT ExchangeReport exportICalendar(DayvexData &from, const QString &path);
+/// exportICalendar with progress and cancelling.
+DAYVEX_CORE_EXPORT ExchangeReport exportICalendar(DayvexData &from, const QString &path, const ExportOptions &options);
 /// The iCalendar text exportICalendar writes; the report goes to report when given.
 DAYVEX_CORE_EXPORT QByteArray exportICalendarData(DayvexData &from, ExchangeReport *report = nullptr);
+/// exportICalendarData with progress; empty when cancelled.
+DAYVEX_CORE_EXPORT QByteArray exportICalendarData(DayvexData &from, ExchangeReport *report,
+                                                  const ExportOptions &options);
 
 } // namespace dayvex

@@ -7,7 +7,10 @@
 #include <dayvex/model/todos.h>
 #include <dayvex/platform/error.h>
 
+#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
 #include <QSet>
 #include <QStringDecoder>
 
@@ -24,7 +27,7 @@ namespace {
 struct PlannedAppointment
 {
     QString uid;
-    QString owner, contactCode, contact, category, description, place;
+    QString owner, contactCode, contact, category, description, place, body, extra;
     Date start, end, reminder;
     qint32 color = 0;
 };
@@ -32,7 +35,7 @@ struct PlannedAppointment
 struct PlannedToDo
 {
     QString uid;
-    QString owner, shortDesc, longDesc, project;
+    QString owner, shortDesc, longDesc, project, extra;
     Date due, dateDone, reminder;
     qint16 priority = 0;
     bool done = false;
@@ -43,6 +46,17 @@ struct Plan
     std::vector<PlannedAppointment> appointments;
     std::vector<PlannedToDo> todos;
 };
+
+// Thrown when a bound of ImportOptions is passed or the host cancels: the whole import stops.
+struct ImportStopped
+{
+    QString why;
+};
+
+void fileEntry(ExchangeReport &report, const QString &message, bool skipped = true)
+{
+    report.entries.append({QStringLiteral("file"), QString(), message, skipped});
+}
 
 // The file's bytes as UTF-8, as libical reads them: UTF-8 as it comes, UTF-16
 // by its byte-order mark, anything else (Windows-1252 exports) as Latin-1.
@@ -91,25 +105,36 @@ QByteArray closeTruncated(QByteArray text, ExchangeReport &report)
     return text;
 }
 
-QString organizerName(icalcomponent *component)
+// A TRIGGER written as a bare date-time (no VALUE=DATE-TIME) is meant as one;
+// libical would drop it as a bad duration.
+QByteArray markDateTimeTriggers(const QByteArray &text, ExchangeReport &report)
 {
-    icalproperty *organizer = icalcomponent_get_first_property(component, ICAL_ORGANIZER_PROPERTY);
-    if (!organizer)
-        return {};
-    const QString name = text(icalproperty_get_parameter_as_string(organizer, "CN"));
-    if (!name.isEmpty())
-        return name;
-    QString address = text(icalproperty_get_organizer(organizer));
-    if (address.startsWith(QLatin1String("mailto:"), Qt::CaseInsensitive))
-        address = address.mid(7);
-    return address;
+    static const QRegularExpression bare(QStringLiteral("^(TRIGGER(?:;(?!VALUE=)[^;:\\r\\n]*)*):(\\d{8}T\\d{6}Z?)\\r?$"),
+                                         QRegularExpression::CaseInsensitiveOption
+                                             | QRegularExpression::MultilineOption);
+    if (!text.contains("TRIGGER") && !text.contains("trigger"))
+        return text;
+    QString unicode = QString::fromUtf8(text);
+    if (!unicode.contains(bare))
+        return text;
+    unicode.replace(bare, QStringLiteral("\\1;VALUE=DATE-TIME:\\2"));
+    fileEntry(report, QStringLiteral("TRIGGER holding a date-time without VALUE=DATE-TIME: read as a date-time"), false);
+    return unicode.toUtf8();
+}
+
+// A duration in seconds, past the 68 years libical's own conversion holds.
+qint64 secondsOf(const icaldurationtype &duration)
+{
+    const qint64 seconds = ((qint64(duration.weeks) * 7 + duration.days) * 24 + duration.hours) * 3600
+                           + qint64(duration.minutes) * 60 + duration.seconds;
+    return duration.is_neg ? -seconds : seconds;
 }
 
 // CONTACT (with the code this program writes beside it), else the first ATTENDEE.
 std::pair<QString, QString> contactOf(icalcomponent *component)
 {
     if (icalproperty *contact = icalcomponent_get_first_property(component, ICAL_CONTACT_PROPERTY))
-        return {text(icalproperty_get_contact(contact)), text(icalproperty_get_parameter_as_string(contact, "X-DAYVEX-CODE"))};
+        return {textOf(contact), text(icalproperty_get_parameter_as_string(contact, "X-DAYVEX-CODE"))};
     if (icalproperty *attendee = icalcomponent_get_first_property(component, ICAL_ATTENDEE_PROPERTY)) {
         QString name = text(icalproperty_get_parameter_as_string(attendee, "CN"));
         QString address = text(icalproperty_get_attendee(attendee));
@@ -137,7 +162,7 @@ Date reminderOf(icalcomponent *component, Date start, Date end)
     const Date base = related && qstricmp(related, "END") == 0 ? end : start;
     if (base.isEmpty())
         return {};
-    return base.addSeconds(icaldurationtype_as_int(trigger.duration));
+    return base.addSeconds(secondsOf(trigger.duration));
 }
 
 struct Occurrence
@@ -152,13 +177,19 @@ public:
     FileReader(const ImportOptions &options, ExchangeReport &report) : m_options(options), m_report(report)
     {
         const QDate today = dayvex::today().toDate();
-        m_from = Date::fromDate(options.windowFrom.isValid() ? options.windowFrom : today.addYears(-1));
-        m_to = Date::fromDate(options.windowTo.isValid() ? options.windowTo : today.addYears(2)).addDays(1);
+        // Clamped to the days a Date holds: a window may end on 31 December 9999.
+        m_fromDay = qMax(options.windowFrom.isValid() ? options.windowFrom : today.addYears(-1), QDate(100, 1, 1));
+        m_toDay = qMin(options.windowTo.isValid() ? options.windowTo : today.addYears(2), QDate(9999, 12, 31));
+        m_from = wallSeconds(Date::fromDate(m_fromDay));
+        m_to = wallSeconds(Date::fromDate(m_toDay)) + 86400;
+        m_clock.start();
     }
 
     Plan read(icalcomponent *calendar)
     {
         collectOverrides(calendar);
+        m_total = icalcomponent_count_components(calendar, ICAL_VEVENT_COMPONENT)
+                  + icalcomponent_count_components(calendar, ICAL_VTODO_COMPONENT);
         int events = 0;
         int todos = 0;
         for (icalcomponent *c = icalcomponent_get_first_component(calendar, ICAL_ANY_COMPONENT); c;
@@ -168,6 +199,10 @@ public:
                 readGuarded(c, QStringLiteral("VEVENT %1").arg(++events), [&] { readEvent(c); });
             else if (kind == ICAL_VTODO_COMPONENT)
                 readGuarded(c, QStringLiteral("VTODO %1").arg(++todos), [&] { readToDo(c); });
+            else
+                continue;
+            ++m_done;
+            checkBounds();
         }
         return std::move(m_plan);
     }
@@ -194,6 +229,28 @@ private:
     }
     void note(const QString &what) { m_report.entries.append({m_name, m_uid, what, false}); }
 
+    // Throws ImportStopped past a bound of the options, or when the host cancels.
+    void checkBounds()
+    {
+        const size_t records = m_plan.appointments.size() + m_plan.todos.size();
+        if (records > size_t(qMax(0, m_options.maxRecords)))
+            throw ImportStopped{QStringLiteral("more than %1 appointments and to-dos").arg(m_options.maxRecords)};
+        if (m_steps > m_options.maxRuleSteps)
+            throw ImportStopped{QStringLiteral("the recurrence rules take more than %1 steps to expand (%2)")
+                                    .arg(m_options.maxRuleSteps)
+                                    .arg(m_name)};
+        if (m_clock.elapsed() > m_options.maxMilliseconds)
+            throw ImportStopped{QStringLiteral("reading takes longer than %1 ms").arg(m_options.maxMilliseconds)};
+        if (m_options.progress && !m_options.progress(m_done, m_total))
+            throw ImportStopped{QStringLiteral("cancelled")};
+    }
+
+    bool inWindow(Date local) const
+    {
+        const qint64 at = wallSeconds(local);
+        return at >= m_from && at < m_to;
+    }
+
     // Instances moved or changed by a component of their own (RECURRENCE-ID).
     void collectOverrides(icalcomponent *calendar)
     {
@@ -210,6 +267,23 @@ private:
         }
     }
 
+    // COLOR by its CSS name, or the exact number this program writes for colours without one.
+    qint32 colorOf(icalcomponent *c)
+    {
+        for (icalproperty *p = icalcomponent_get_first_property(c, ICAL_X_PROPERTY); p;
+             p = icalcomponent_get_next_property(c, ICAL_X_PROPERTY)) {
+            if (qstrcmp(icalproperty_get_x_name(p), "X-DAYVEX-COLOR") == 0)
+                return qint32(text(icalproperty_get_x(p)).toLongLong());
+        }
+        icalproperty *color = icalcomponent_get_first_property(c, ICAL_COLOR_PROPERTY);
+        if (!color)
+            return 0;
+        if (const auto ole = oleFromCss(text(icalproperty_get_color(color))))
+            return *ole;
+        note(QStringLiteral("COLOR \"%1\" is no colour: left out").arg(text(icalproperty_get_color(color))));
+        return 0;
+    }
+
     void readEvent(icalcomponent *c)
     {
         const auto start = localTime(c, ICAL_DTSTART_PROPERTY);
@@ -220,40 +294,62 @@ private:
         std::optional<LocalTime> end = localTime(c, ICAL_DTEND_PROPERTY);
         if (!end && icalcomponent_get_first_property(c, ICAL_DURATION_PROPERTY)) {
             const icaldurationtype duration = icalcomponent_get_duration(c);
-            end = LocalTime{start->value.addSeconds(icaldurationtype_as_int(duration)), start->isDate, {}};
+            end = LocalTime{start->value.addSeconds(secondsOf(duration)), start->isDate, {}};
         }
         // A whole-day event runs to 23:59 of its last day; Add would cut an end at midnight to one step.
         Date endValue = end ? end->value : start->value;
         if (start->isDate)
-            endValue = (end && end->value > start->value ? end->value : start->value.addDays(1)).addMinutes(-1);
+            endValue = (end && secondsBetween(start->value, end->value) > 0 ? end->value : start->value.addDays(1))
+                           .addMinutes(-1);
 
         PlannedAppointment appointment;
         appointment.uid = m_uid;
-        appointment.owner = organizerName(c);
+        appointment.owner = organizerName(icalcomponent_get_first_property(c, ICAL_ORGANIZER_PROPERTY));
         std::tie(appointment.contact, appointment.contactCode) = contactOf(c);
-        appointment.category = firstCategory(c);
-        appointment.description = text(icalcomponent_get_summary(c));
-        appointment.place = text(icalcomponent_get_location(c));
-        if (icalproperty *color = icalcomponent_get_first_property(c, ICAL_COLOR_PROPERTY)) {
-            if (const auto ole = oleFromCss(text(icalproperty_get_color(color))))
-                appointment.color = *ole;
-            else
-                note(QStringLiteral("COLOR \"%1\" is no colour: left out").arg(text(icalproperty_get_color(color))));
-        }
-        const qint64 reminderLead = [&] {
-            const Date reminder = reminderOf(c, start->value, endValue);
-            return reminder.isEmpty() ? std::numeric_limits<qint64>::min()
-                                      : qint64(std::llround((reminder.value() - start->value.value()) * 86400.0));
-        }();
-        const qint64 durationSeconds = qint64(std::llround((endValue.value() - start->value.value()) * 86400.0));
+        appointment.category = textOf(c, ICAL_CATEGORIES_PROPERTY);
+        appointment.description = textOf(c, ICAL_SUMMARY_PROPERTY);
+        appointment.body = textOf(c, ICAL_DESCRIPTION_PROPERTY);
+        appointment.place = textOf(c, ICAL_LOCATION_PROPERTY);
+        appointment.extra = keptText(c, false);
+        appointment.color = colorOf(c);
+        const Date reminder = reminderOf(c, start->value, endValue);
+        const std::optional<qint64> reminderLead =
+            reminder.isEmpty() ? std::nullopt : std::optional(secondsBetween(start->value, reminder));
+        const qint64 durationSeconds = secondsBetween(start->value, endValue);
 
         for (const Occurrence &occurrence : occurrences(c, *start, durationSeconds)) {
             PlannedAppointment instance = appointment;
             instance.start = occurrence.start;
             instance.end = occurrence.end;
-            if (reminderLead != std::numeric_limits<qint64>::min())
-                instance.reminder = occurrence.start.addSeconds(reminderLead);
+            if (reminderLead)
+                instance.reminder = occurrence.start.addSeconds(*reminderLead);
             m_plan.appointments.push_back(std::move(instance));
+        }
+    }
+
+    // Walks the rule from dtstart into the window, calling consider on each start
+    // until it returns false. Rules without COUNT start at the window; those with
+    // COUNT must count from the first, which the step bound keeps finite.
+    template <typename Consider>
+    void walkRule(const icalrecurrencetype &rule, const icaltimetype &dtstart, Consider consider)
+    {
+        std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, dtstart),
+                                                                               icalrecur_iterator_free);
+        if (!it)
+            throw QStringLiteral("RRULE cannot be expanded");
+        if (rule.count == 0 && QDate(dtstart.year, dtstart.month, dtstart.day) < m_fromDay) {
+            icaltimetype jump = dtstart;
+            jump.year = m_fromDay.year();
+            jump.month = m_fromDay.month();
+            jump.day = m_fromDay.day();
+            icalrecur_iterator_set_start(it.get(), jump);
+        }
+        for (icaltimetype next = icalrecur_iterator_next(it.get()); !icaltime_is_null_time(next);
+             next = icalrecur_iterator_next(it.get())) {
+            if ((++m_steps & 1023) == 0 || m_steps > m_options.maxRuleSteps)
+                checkBounds();
+            if (!consider(next))
+                break;
         }
     }
 
@@ -272,11 +368,14 @@ private:
         const icaltimetype dtstart = icalproperty_get_datetime_with_component(dtstartProperty, c);
         const QByteArray tzid(icalproperty_get_parameter_as_string(dtstartProperty, "TZID"));
         std::vector<Date> starts;
+        const QDate surelyBefore = m_fromDay.addDays(-2); // no zone moves a time by two days
         auto consider = [&](const icaltimetype &t) {
+            if (QDate(t.year, t.month, t.day) < surelyBefore)
+                return true;
             const Date local = localTime(t, tzid).value;
-            if (local >= m_from && local < m_to)
+            if (inWindow(local))
                 starts.push_back(local);
-            return local < m_to;
+            return wallSeconds(local) < m_to;
         };
         if (rrule) {
             const icalrecurrencetype rule = icalproperty_get_rrule(rrule);
@@ -284,32 +383,16 @@ private:
                 throw QStringLiteral("RRULE cannot be read");
             if (rule.count == 0 && icaltime_is_null_time(rule.until))
                 note(QStringLiteral("repeats without end: occurrences from %1 to %2 taken")
-                         .arg(m_from.toDate().toString(Qt::ISODate), m_to.addDays(-1).toDate().toString(Qt::ISODate)));
-            std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, dtstart),
-                                                                                   icalrecur_iterator_free);
-            if (!it)
-                throw QStringLiteral("RRULE cannot be expanded");
-            // Rules without COUNT can start at the window; COUNT must count from the first.
-            const QDate from = m_from.toDate();
-            if (rule.count == 0 && QDate(dtstart.year, dtstart.month, dtstart.day) < from) {
-                icaltimetype jump = dtstart;
-                jump.year = from.year();
-                jump.month = from.month();
-                jump.day = from.day();
-                icalrecur_iterator_set_start(it.get(), jump);
-            }
-            constexpr int MaxSteps = 1000000; // a rule that never reaches the window ends here
-            int steps = 0;
-            for (icaltimetype next = icalrecur_iterator_next(it.get()); !icaltime_is_null_time(next);
-                 next = icalrecur_iterator_next(it.get())) {
-                if (!consider(next) || ++steps >= MaxSteps)
-                    break;
-                if (int(starts.size()) >= m_options.maxOccurrencesPerEvent) {
-                    note(QStringLiteral("more than %1 occurrences in the window: the rest left out")
-                             .arg(m_options.maxOccurrencesPerEvent));
-                    break;
-                }
-            }
+                         .arg(m_fromDay.toString(Qt::ISODate), m_toDay.toString(Qt::ISODate)));
+            walkRule(rule, dtstart, [&](const icaltimetype &t) {
+                if (!consider(t))
+                    return false;
+                if (int(starts.size()) < m_options.maxOccurrencesPerEvent)
+                    return true;
+                note(QStringLiteral("more than %1 occurrences in the window: the rest left out")
+                         .arg(m_options.maxOccurrencesPerEvent));
+                return false;
+            });
         } else {
             consider(dtstart); // RDATEs add to DTSTART
         }
@@ -328,7 +411,7 @@ private:
             icaltimetype t = icalproperty_get_datetime_with_component(p, c);
             excluded.insert(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value.value());
         }
-        std::sort(starts.begin(), starts.end());
+        std::sort(starts.begin(), starts.end(), [](Date a, Date b) { return wallSeconds(a) < wallSeconds(b); });
         starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
         for (const Date s : starts) {
             if (!excluded.contains(s.value()))
@@ -343,10 +426,11 @@ private:
     {
         PlannedToDo todo;
         todo.uid = m_uid;
-        todo.owner = organizerName(c);
-        todo.shortDesc = text(icalcomponent_get_summary(c));
-        todo.longDesc = text(icalcomponent_get_description(c));
-        todo.project = firstCategory(c);
+        todo.owner = organizerName(icalcomponent_get_first_property(c, ICAL_ORGANIZER_PROPERTY));
+        todo.shortDesc = textOf(c, ICAL_SUMMARY_PROPERTY);
+        todo.longDesc = textOf(c, ICAL_DESCRIPTION_PROPERTY);
+        todo.project = textOf(c, ICAL_CATEGORIES_PROPERTY);
+        todo.extra = keptText(c, true);
         const auto start = localTime(c, ICAL_DTSTART_PROPERTY);
         if (const auto due = localTime(c, ICAL_DUE_PROPERTY)) {
             todo.due = due->value;
@@ -357,15 +441,23 @@ private:
             todo.priority = qint16(qBound(0, icalproperty_get_priority(priority), 9));
         if (const auto completed = localTime(c, ICAL_COMPLETED_PROPERTY))
             todo.dateDone = completed->value;
-        todo.done = icalcomponent_get_status(c) == ICAL_STATUS_COMPLETED || !todo.dateDone.isEmpty();
+        // STATUS decides; COMPLETED alone (no STATUS) means done too.
+        const bool hasStatus = icalcomponent_get_first_property(c, ICAL_STATUS_PROPERTY);
+        todo.done = hasStatus ? icalcomponent_get_status(c) == ICAL_STATUS_COMPLETED : !todo.dateDone.isEmpty();
         todo.reminder = reminderOf(c, start ? start->value : todo.due, todo.due);
         m_plan.todos.push_back(std::move(todo));
     }
 
     const ImportOptions &m_options;
     ExchangeReport &m_report;
-    Date m_from;
-    Date m_to;
+    QDate m_fromDay;
+    QDate m_toDay;
+    qint64 m_from = 0; // the window in wall-clock seconds, end excluded
+    qint64 m_to = 0;
+    QElapsedTimer m_clock;
+    qint64 m_steps = 0;
+    int m_done = 0;
+    int m_total = 0;
     QString m_name;
     QString m_uid;
     QHash<QString, QSet<double>> m_overridden;
@@ -386,7 +478,7 @@ public:
     void addUser(const QString &name)
     {
         auto users = m_data.Users();
-        if (name.trimmed().isEmpty() || hasEntry(*users, name.trimmed()))
+        if (name.trimmed().isEmpty() || hasUser(*users, name.trimmed()))
             return;
         users->Add(name);
         m_users.append(name.trimmed());
@@ -410,6 +502,15 @@ public:
     void commit() { m_committed = true; }
 
 private:
+    // As Users::Add compares: Strauß and Strauss are one user there.
+    static bool hasUser(Users &users, const QString &name)
+    {
+        for (const auto &user : users) {
+            if (user->Key.trimmed().toUpper() == name.toUpper())
+                return true;
+        }
+        return false;
+    }
     template <typename List>
     static bool hasEntry(List &list, const QString &name)
     {
@@ -492,8 +593,25 @@ void addPlan(const Plan &plan, DayvexData &into, ExchangeReport &report)
         transaction.addUser(a.owner);
         const QString key = schedules->NewKey();
         transaction.addedAppointment(key, a.place, a.category);
-        schedules->Add(key, a.owner, a.start, a.end, a.contactCode, a.contact, a.category, a.description, a.place,
-                       a.reminder, a.uid, a.color);
+        Schedule filled;
+        filled.Key = key;
+        filled.Owner = a.owner;
+        filled.StartDate = a.start;
+        filled.EndDate = a.end;
+        filled.ContactCode = a.contactCode;
+        filled.Contact = a.contact;
+        filled.Category = a.category;
+        filled.Description = a.description;
+        filled.Place = a.place;
+        filled.ReminderDate = a.reminder;
+        filled.Tag = a.uid;
+        filled.Color = a.color;
+        filled.Body = a.body;
+        filled.Extra = a.extra;
+        const auto added = schedules->Add(filled);
+        // Add corrects an end whose clock time is not after the start's; the file's later end stands.
+        if (secondsBetween(a.start, a.end) > 0)
+            added->EndDate = a.end;
         present.insert({a.uid, a.start.value()});
         ++report.appointments;
     }
@@ -506,8 +624,20 @@ void addPlan(const Plan &plan, DayvexData &into, ExchangeReport &report)
         transaction.addProject(t.project);
         const QString key = todos->NewKey();
         transaction.addedToDo(key);
-        todos->Add(key, t.owner, t.shortDesc, t.longDesc, t.due, t.priority, t.project, t.done, t.dateDone,
-                   t.reminder, t.uid);
+        ToDo filled;
+        filled.Key = key;
+        filled.Owner = t.owner;
+        filled.ShortDesc = t.shortDesc;
+        filled.LongDesc = t.longDesc;
+        filled.DueTo = t.due;
+        filled.Priority = t.priority;
+        filled.Project = t.project;
+        filled.Done = t.done;
+        filled.DateDone = t.dateDone;
+        filled.ReminderDate = t.reminder;
+        filled.Tag = t.uid;
+        filled.Extra = t.extra;
+        todos->Add(filled);
         presentToDos.insert({t.uid, t.due.value()});
         ++report.todos;
     }
@@ -520,27 +650,34 @@ ExchangeReport importICalendarData(const QByteArray &bytes, DayvexData &into, co
 {
     ExchangeReport report;
     icalerror_set_errors_are_fatal(0);
-    QByteArray text = asUtf8(bytes, report);
-    if (!text.toUpper().contains("BEGIN:VCALENDAR")) {
-        report.entries.append({QStringLiteral("file"), QString(), QStringLiteral("not an iCalendar file"), true});
+    if (bytes.size() > options.maxFileBytes) {
+        fileEntry(report, QStringLiteral("the file is larger than %1 bytes: nothing imported").arg(options.maxFileBytes));
         return report;
     }
-    text = closeTruncated(std::move(text), report);
+    QByteArray text = asUtf8(bytes, report);
+    if (!text.toUpper().contains("BEGIN:VCALENDAR")) {
+        fileEntry(report, QStringLiteral("not an iCalendar file"));
+        return report;
+    }
+    text = markDateTimeTriggers(closeTruncated(std::move(text), report), report);
     ComponentPtr root(icalparser_parse_string(text.constData()));
     icalcomponent *calendar = root.get();
     if (calendar && icalcomponent_isa(calendar) != ICAL_VCALENDAR_COMPONENT)
         calendar = icalcomponent_get_first_component(calendar, ICAL_VCALENDAR_COMPONENT);
     if (!calendar) {
-        report.entries.append({QStringLiteral("file"), QString(), QStringLiteral("no calendar could be read"), true});
+        fileEntry(report, QStringLiteral("no calendar could be read"));
         return report;
     }
 
-    Plan plan = FileReader(options, report).read(calendar);
     try {
+        const Plan plan = FileReader(options, report).read(calendar);
         addPlan(plan, into, report);
+    } catch (const ImportStopped &stop) {
+        fileEntry(report, stop.why + QStringLiteral(": nothing imported"));
+        report.appointments = report.todos = report.alreadyPresent = 0;
+        return report;
     } catch (const Error &e) {
-        report.entries.append({QStringLiteral("file"), QString(),
-                               QStringLiteral("adding failed, nothing was imported: %1").arg(e.description()), true});
+        fileEntry(report, QStringLiteral("adding failed, nothing was imported: %1").arg(e.description()));
         report.appointments = report.todos = report.alreadyPresent = 0;
         return report;
     }
@@ -550,14 +687,31 @@ ExchangeReport importICalendarData(const QByteArray &bytes, DayvexData &into, co
 
 ExchangeReport importICalendar(const QString &path, DayvexData &into, const ImportOptions &options)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        ExchangeReport report;
-        report.entries.append({QStringLiteral("file"), QString(),
-                               QStringLiteral("cannot read %1: %2").arg(path, file.errorString()), true});
+    ExchangeReport report;
+    // Only a regular file: a FIFO would block the read, a device never end it.
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) {
+        fileEntry(report, QStringLiteral("%1 is not a regular file: nothing imported").arg(path));
         return report;
     }
-    return importICalendarData(file.readAll(), into, options);
+    if (info.size() > options.maxFileBytes) {
+        fileEntry(report, QStringLiteral("%1 is larger than %2 bytes: nothing imported").arg(path).arg(options.maxFileBytes));
+        return report;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        fileEntry(report, QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+        return report;
+    }
+    // Read in pieces up to just past the bound: a file may grow after it was looked at.
+    QByteArray bytes;
+    while (bytes.size() <= options.maxFileBytes) {
+        const QByteArray piece = file.read(1 << 20);
+        if (piece.isEmpty())
+            break;
+        bytes += piece;
+    }
+    return importICalendarData(bytes, into, options);
 }
 
 QString ExchangeReport::summary() const

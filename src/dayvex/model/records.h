@@ -31,6 +31,8 @@ struct DAYVEX_CORE_EXPORT Schedule
     Q_PROPERTY(dayvex::Date EndDate MEMBER EndDate)
     Q_PROPERTY(dayvex::Date StartDate MEMBER StartDate)
     Q_PROPERTY(QString Owner MEMBER Owner)
+    Q_PROPERTY(QString Body MEMBER Body)
+    Q_PROPERTY(QString Extra MEMBER Extra)
 public:
     QString Key;            ///< The key it is stored under in its Schedules.
     Date StartDate;         ///< When it starts.
@@ -44,6 +46,10 @@ public:
     QString Contact;        ///< The person it is with.
     QString ContactCode;    ///< The host's code of the contact.
     QString Owner;          ///< The user it belongs to.
+    QString Body;           ///< The full text beside the one-line Description.
+    /// What an iCalendar import read and no member holds (attendees, links,
+    /// X- properties...), as iCalendar lines; an export writes them back.
+    QString Extra;
 
     // Qt's types beside the automation dates and BGR colour. A date that is
     // empty, NaN or outside the years 100 to 9999 reads as an invalid
@@ -74,6 +80,7 @@ struct DAYVEX_CORE_EXPORT ToDo
     Q_PROPERTY(QString LongDesc MEMBER LongDesc)
     Q_PROPERTY(QString ShortDesc MEMBER ShortDesc)
     Q_PROPERTY(QString Owner MEMBER Owner)
+    Q_PROPERTY(QString Extra MEMBER Extra)
 public:
     QString Key;            ///< The key it is stored under in its ToDoS.
     Date ReminderDate;      ///< When its reminder is due; the empty date for no reminder.
@@ -86,6 +93,8 @@ public:
     QString LongDesc;       ///< The full description.
     QString ShortDesc;      ///< The one-line description.
     QString Owner;          ///< The user it belongs to.
+    /// iCalendar lines kept from an import, as Schedule::Extra.
+    QString Extra;
 
     QDateTime due() const;                    ///< DueTo as a QDateTime; invalid for the empty date.
     void setDue(const QDateTime &value);      ///< Sets DueTo; an invalid value stores the empty date.
