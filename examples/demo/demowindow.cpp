@@ -15,6 +15,7 @@
 #include <QPlainTextEdit>
 #include <QSettings>
 #include <QTime>
+#include <QUndoStack>
 #include <QVBoxLayout>
 
 #include <type_traits>
@@ -74,6 +75,8 @@ DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
     // The demo shows the Modern presentation unless its user chose Classic.
     m_control->setPresentation(m_settings.value(QStringLiteral("demo/modern"), true).toBool() ? zntDayvex::Modern
                                                                                            : zntDayvex::Classic);
+    m_control->setDragEditing(true);
+    createEditMenu();
     createViewMenu();
     auto data = std::make_shared<DayvexData>();
     fillSampleData(*data, m_control->StartDay().toDate());
@@ -86,6 +89,21 @@ DemoWindow::~DemoWindow()
     SettingsPropertyBag bag(m_settings);
     m_control->WriteProperties(bag);
     m_settings.setValue(QStringLiteral("demo/modern"), m_control->Presentation() == zntDayvex::Modern);
+}
+
+void DemoWindow::createEditMenu()
+{
+    // The control's own Ctrl+Z and Ctrl+Y act while it has the focus; the menu names the step.
+    QMenu *edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    edit->setObjectName(QStringLiteral("editMenu"));
+    QAction *undo = m_control->undoStack()->createUndoAction(edit, QStringLiteral("&Undo"));
+    undo->setObjectName(QStringLiteral("undoAction"));
+    QAction *redo = m_control->undoStack()->createRedoAction(edit, QStringLiteral("&Redo"));
+    redo->setObjectName(QStringLiteral("redoAction"));
+    edit->addAction(undo);
+    edit->addAction(redo);
+    connect(m_control, &zntDayvex::undoStepDropped, this,
+            [this](const QString &why) { QMessageBox::information(this, QStringLiteral("Undo"), why); });
 }
 
 void DemoWindow::createViewMenu()

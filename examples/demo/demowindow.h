@@ -34,6 +34,7 @@ public:
 private:
     void createFileMenu();
     void createViewMenu();
+    void createEditMenu();
     void connectEvents();
     void log(const QString &line);
     void answer(bool &ExternalHandled, bool &Cancel);

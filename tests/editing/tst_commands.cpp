@@ -10,6 +10,8 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPointer>
+#include <QSignalSpy>
+#include <QUndoStack>
 #include <QTimeEdit>
 
 #include <stdexcept>
@@ -561,6 +563,74 @@ private slots:
         QCOMPARE(todo().Priority, qint16(12));
     }
 
+    // Changes of every kind made from the control, undone one by one, give the
+    // data back whole as it was; redone, whole as it became.
+    void undoRedoMixed()
+    {
+        const QStringList before = contents();
+        m_driver.answerPrompts(true);
+        m_driver.whenOpen(AppointmentForm, [](QDialog *editor) {
+            field<QLineEdit>(editor, "DesApp")->setText("Cena");
+            press(editor, "Salva");
+        });
+        m_control->mnModifica_Click();
+        list()->setCurrentCell(rowOf("1"), 3);
+        m_control->mnuAttivitaCompleta_Click();
+        zntDayvexPrivate::get(&*m_control)->dropAppointment("7", at(2000, 12, 4, 11), at(2000, 12, 4, 12, 30));
+        m_driver.whenOpen(ToDoForm, [](QDialog *form) {
+            field<QLineEdit>(form, "txDescBreve")->setText("Nuova");
+            press(form, "Salva");
+        });
+        m_control->mnNuovaAttivita_Click();
+        list()->setCurrentCell(rowOf("2"), 3);
+        m_control->mnEliminaAttivita_Click();
+        zntDayvexPrivate::get(&*m_control)->m_appointments->remove("7");
+        const QStringList after = contents();
+        QCOMPARE(m_control->undoStack()->count(), 6);
+        QSignalSpy canRedo(m_control.get(), &zntDayvex::canRedoChanged);
+        while (m_control->canUndo())
+            m_control->undo();
+        QCOMPARE(contents(), before);
+        QCOMPARE(canRedo.count(), 1);
+        while (m_control->canRedo())
+            m_control->redo();
+        QCOMPARE(contents(), after);
+        QCOMPARE(m_control->undoStack()->count(), 6);
+    }
+
+    // An undo is a change as any other: the host may veto it, or throw, and
+    // both leave data and stack; a record changed since is not overwritten.
+    void undoVetoedOrStale()
+    {
+        bool throwing = false;
+        connect(m_control.get(), &zntDayvex::BeforeScheduleChange, this, [&](auto &, bool &, bool &) {
+            if (throwing)
+                throw std::runtime_error("host failure");
+        });
+        zntDayvexPrivate::get(&*m_control)->dropAppointment("7", at(2000, 12, 4, 11), at(2000, 12, 4, 12));
+        m_host.log.clear();
+        m_host.answer.Cancel = true;
+        m_control->undo();
+        throwing = true;
+        m_control->undo();
+        QCOMPARE(m_host.log, QStringList({"BeforeScheduleChange", "BeforeScheduleChange"}));
+        QCOMPARE(appointment().StartDate, at(2000, 12, 4, 11));
+        QVERIFY(m_control->canUndo() && !m_control->canRedo());
+        throwing = false;
+        m_host.answer = {};
+        m_control->undo();
+        QCOMPARE(appointment().StartDate, at(2000, 12, 3, 9));
+        QCOMPARE(m_data->Alarms()->Item("S7")->AlarmDateTime, at(2000, 12, 3, 8, 45));
+        m_control->redo();
+        QCOMPARE(appointment().StartDate, at(2000, 12, 4, 11));
+        appointment().Place = "Sala B"; // the host's own change, through the object model
+        QSignalSpy dropped(m_control.get(), &zntDayvex::undoStepDropped);
+        m_control->undo();
+        QCOMPARE(dropped.count(), 1);
+        QCOMPARE(appointment().StartDate, at(2000, 12, 4, 11));
+        QCOMPARE(m_control->undoStack()->count(), 0);
+    }
+
 private:
     // The host answers the Before events as the row's cancel and external columns say.
     void answerAsTheRowSays()
@@ -579,6 +649,30 @@ private:
         return -1;
     }
     Schedule &appointment() { return *m_data->Schedules()->Item("7"); }
+    // Every record and alarm, property by property, in key order.
+    QStringList contents() const
+    {
+        QStringList lines;
+        const auto add = [&lines](const auto &record) {
+            const QMetaObject &meta = std::decay_t<decltype(record)>::staticMetaObject;
+            QStringList values;
+            for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+                const QVariant value = meta.property(i).readOnGadget(&record);
+                values << (value.canConvert<Date>() && value.metaType() == QMetaType::fromType<Date>()
+                               ? QString::number(value.value<Date>().value(), 'g', 17)
+                               : value.toString());
+            }
+            lines << values.join('|');
+        };
+        for (const auto &s : *m_data->Schedules())
+            add(*s);
+        for (const auto &t : *m_data->ToDoS())
+            add(*t);
+        for (const auto &a : *m_data->Alarms())
+            add(*a);
+        lines.sort();
+        return lines;
+    }
     ToDo &todo() { return *m_data->ToDoS()->Item("1"); }
 
     std::unique_ptr<zntDayvex> m_control;

@@ -22,9 +22,11 @@ void zntDayvexPrivate::createHistory()
 {
     m_undo = new QUndoStack(q);
     m_undo->setObjectName(QStringLiteral("undoStack"));
+    // The stack repeats these at every step: the host hears of a change only.
     const auto forward = [this](const char *event, auto emitIt) {
-        return [this, event, emitIt](bool value) {
-            runLoggingErrors("zntDayvex", [&] { callHostHandler(event, [&] { emitIt(value); }); });
+        return [this, event, emitIt, last = false](bool value) mutable {
+            if (std::exchange(last, value) != value)
+                runLoggingErrors("zntDayvex", [&] { callHostHandler(event, [&] { emitIt(value); }); });
         };
     };
     QObject::connect(m_undo, &QUndoStack::canUndoChanged, q,
