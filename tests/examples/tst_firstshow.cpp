@@ -4,6 +4,8 @@
 
 #include <QHeaderView>
 #include <QLabel>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QScreen>
 #include <QScrollBar>
 #include <QTabBar>
@@ -148,6 +150,39 @@ private slots:
                                                       scale.toPixels(p.width), scale.toPixels(p.height)));
         }
         QVERIFY2(visible >= 6, "the six appointments of the day, at least");
+    }
+
+    // A drag with the X server's own pointer: the ghost follows it, and the drop
+    // moves the appointment an hour on. DAYVEX_TEST_SHOTS names a folder for the
+    // window as it looks in the middle of the drag.
+    void dragInTheRealWindow()
+    {
+        const QString xdotool = QStandardPaths::findExecutable("xdotool");
+        if (xdotool.isEmpty())
+            QSKIP("xdotool is missing: scripts/setup installs it");
+        AgendaGrid *grid = lista();
+        AppointmentBox *box = boxOf(grid, "3");
+        QVERIFY(box && box->isVisible());
+        const std::shared_ptr<Schedule> record = m_window->control()->Plan()->Schedules()->Item("3");
+        const Date start = record->StartDate;
+        const QPoint from = box->mapToGlobal(QPoint(box->width() / 2, box->height() / 4));
+        const QPoint to = from + QPoint(0, 2 * grid->rowHeight(0)); // an hour on, in half-hour rows
+        QProcess pointer;
+        pointer.start(xdotool, {"mousemove", QString::number(from.x()), QString::number(from.y()), "mousedown", "1",
+                                "mousemove", QString::number(from.x()), QString::number(from.y() + 8), "sleep", "0.2",
+                                "mousemove", QString::number(to.x()), QString::number(to.y()), "sleep", "1.5",
+                                "mouseup", "1"});
+        QWidget *ghost = grid->viewport()->findChild<QWidget *>("dropGhost");
+        QTRY_VERIFY_WITH_TIMEOUT(ghost->isVisible(), 5000);
+        if (const QString shots = qEnvironmentVariable("DAYVEX_TEST_SHOTS"); !shots.isEmpty()) {
+            const QRect area = m_window->frameGeometry();
+            m_window->screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height())
+                .save(QDir(shots).filePath("drag.png"));
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(record->StartDate, start.addMinutes(60), 5000);
+        QTRY_COMPARE(pointer.state(), QProcess::NotRunning);
+        QCOMPARE(pointer.exitCode(), 0);
+        QVERIFY(!ghost->isVisible());
     }
 
     void todoColumnsHaveTheirWidths()
