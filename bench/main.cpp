@@ -250,6 +250,27 @@ int runOne(int n, int v)
         grid->fill(*data->ToDoS(), {QStringLiteral("pri"), QStringLiteral("project"), QStringLiteral("to do")});
     }));
 
+    // One pointer step of a box's drag across the week: ghost, tooltip and what they repaint.
+    control.setDragEditing(true);
+    control.Refresh(zntPlanShowWeek);
+    if (auto *grid = control.findChild<AgendaGrid *>(QStringLiteral("Lista")); grid && grid->boxCount() > 0) {
+        AppointmentBox *box = grid->box(0);
+        const auto send = [box](QEvent::Type type, QPoint at, Qt::MouseButtons buttons) {
+            QMouseEvent event(type, QPointF(at), QPointF(box->mapToGlobal(at)), Qt::LeftButton, buttons, {});
+            QCoreApplication::sendEvent(box, &event);
+        };
+        const QPoint grab(box->width() / 2, box->height() / 2);
+        send(QEvent::MouseButtonPress, grab, Qt::LeftButton);
+        send(QEvent::MouseMove, grab + QPoint(0, 20), Qt::LeftButton);
+        report(n, v, "drag.frame", measure(control, [&](int run) {
+            send(QEvent::MouseMove, grab + QPoint(run % 7 * 40, run % 5 * 30), Qt::LeftButton);
+            QCoreApplication::processEvents(); // the frame: the repaint of what the step changed
+        }, false));
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QCoreApplication::sendEvent(box, &escape);
+        send(QEvent::MouseButtonRelease, grab, Qt::NoButton);
+    }
+
     // A New command that the host handles: a key from every appointment, the add and the redraw.
     QObject::connect(&control, &zntDayvex::BeforeScheduleAdd,
                      [](std::shared_ptr<Schedule> &mSca, bool &ExternalHandled, bool &) {
