@@ -12,6 +12,8 @@
 #include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTabBar>
@@ -266,6 +268,9 @@ int runOne(int n, int v)
             send(QEvent::MouseMove, grab + QPoint(run % 7 * 40, run % 5 * 30), Qt::LeftButton);
             QCoreApplication::processEvents(); // the frame: the repaint of what the step changed
         }, false));
+        // A figure of moves that started no drag would be of nothing.
+        if (!grid->viewport()->findChild<QWidget *>(QStringLiteral("dropGhost"))->isVisible())
+            std::fprintf(stderr, "dayvex-bench: drag.frame: the drag never started\n");
         QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
         QCoreApplication::sendEvent(box, &escape);
         send(QEvent::MouseButtonRelease, grab, Qt::NoButton);
