@@ -167,10 +167,12 @@ private slots:
         const Date start = record->StartDate;
         const QPoint from = box->mapToGlobal(QPoint(box->width() / 2, box->height() / 4));
         const QPoint to = from + QPoint(0, 2 * grid->rowHeight(0)); // an hour on, in half-hour rows
+        // The X server counts device pixels.
+        const qreal ratio = box->devicePixelRatioF();
+        const auto x = [ratio](int logical) { return QString::number(qRound(logical * ratio)); };
         QProcess pointer;
-        pointer.start(xdotool, {"mousemove", QString::number(from.x()), QString::number(from.y()), "mousedown", "1",
-                                "mousemove", QString::number(from.x()), QString::number(from.y() + 8), "sleep", "0.2",
-                                "mousemove", QString::number(to.x()), QString::number(to.y()), "sleep", "1.5",
+        pointer.start(xdotool, {"mousemove", x(from.x()), x(from.y()), "mousedown", "1", "mousemove", x(from.x()),
+                                x(from.y() + 8), "sleep", "0.2", "mousemove", x(to.x()), x(to.y()), "sleep", "1.5",
                                 "mouseup", "1"});
         QWidget *ghost = grid->viewport()->findChild<QWidget *>("dropGhost");
         QTRY_VERIFY_WITH_TIMEOUT(ghost->isVisible(), 5000);
