@@ -398,6 +398,45 @@ private slots:
         QCOMPARE(calendar->selectedDate(), QDate(2000, 11, 30));
     }
 
+    // A weekly series, less a week it leaves out and an occurrence moved on its
+    // own: each week shows what is left of it, where it is.
+    void seriesOccurrences_data()
+    {
+        QTest::addColumn<bool>("modern");
+        QTest::newRow("classic") << false;
+        QTest::newRow("modern") << true;
+    }
+
+    void seriesOccurrences()
+    {
+        QFETCH(bool, modern);
+        addAppointment(*m_data, "s", at(2000, 11, 27, 9), 60);
+        Schedule &series = *m_data->Schedules()->Item("s");
+        series.Recurrence = "FREQ=WEEKLY;COUNT=5";
+        series.ExceptionDates = "20001211T090000";
+        addAppointment(*m_data, "o", at(2000, 12, 4, 11), 30);
+        m_data->Schedules()->Item("o")->SeriesKey = "s";
+        m_data->Schedules()->Item("o")->RecurrenceId = at(2000, 12, 4, 9);
+        m_control->setPresentation(modern ? zntDayvex::Modern : zntDayvex::Classic);
+        QStringList seen;
+        for (const QDate day : {QDate(2000, 11, 27), QDate(2000, 12, 4), QDate(2000, 12, 11), QDate(2000, 12, 18),
+                                QDate(2001, 1, 1)}) {
+            m_control->setStartDay(day);
+            m_control->Refresh(zntPlanShowWeek);
+            for (int i = 0; i < lista()->boxCount(); ++i)
+                if (lista()->box(i)->isVisible())
+                    seen << lista()->box(i)->entry().key + lista()->box(i)->entry().start.toDateTime().toString(" d hh");
+        }
+        QCOMPARE(seen, QStringList({"s 27 09", "o 4 11", "s 18 09"}));
+        m_control->setStartDay(QDate(2000, 12, 1));
+        m_control->Refresh(zntPlanShowMonth);
+        int lines = 0;
+        for (int i = 0; i < lista()->dayListCount(); ++i)
+            lines += int(std::count_if(lista()->dayListEntries(i).begin(), lista()->dayListEntries(i).end(),
+                                       [](const AgendaEntry &e) { return e.key == "s"; }));
+        QCOMPARE(lines, 3); // 27 November, at the top of December's grid, 18 and 25 December
+    }
+
     // Modern's keys, pressed in the grid or the to-do list, against a host that
     // vetoes every command; Classic leaves them to the grid.
     void modernKeys_data()

@@ -531,7 +531,8 @@ void zntDayvexPrivate::drawAppointments()
         std::vector<Date> days;
         if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
             const SharedSettings &shared = settings();
-            const std::vector<std::shared_ptr<Schedule>> shown = appointmentsOverlapping(*plan->Schedules(), weeks);
+            const std::vector<std::shared_ptr<Schedule>> shown =
+                withOccurrences(appointmentsOverlapping(*plan->Schedules(), weeks), *plan->Schedules(), weeks, true);
             for (const DaySegment &part : daySegments(shown, weeks.from, 42, 1)) {
                 entries.emplace_back(*shown[size_t(part.appointment)], shared.MultiUserEnabled, shared.DateFormat);
                 days.push_back(weeks.from.addDays(part.day));
@@ -544,9 +545,10 @@ void zntDayvexPrivate::drawAppointments()
     }
     if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
         const SharedSettings &shared = settings();
-        std::vector<std::shared_ptr<Schedule>> shown = segmented
-                                                           ? appointmentsOverlapping(*plan->Schedules(), range)
-                                                           : appointmentsStartingIn(*plan->Schedules(), range);
+        std::vector<std::shared_ptr<Schedule>> shown = withOccurrences(
+            segmented ? appointmentsOverlapping(*plan->Schedules(), range)
+                      : appointmentsStartingIn(*plan->Schedules(), range),
+            *plan->Schedules(), range, segmented);
         if (segmented) {
             // Whole days go to the strip above the time columns, the rest to the columns at their times.
             std::vector<AgendaEntry> wholeDays;

@@ -7,6 +7,7 @@
 
 #include <dayvex/editing/editinghost.h>
 #include <dayvex/i18n/language.h>
+#include <dayvex/layout/timegrid.h>
 #include <dayvex/model/sharedsettings.h>
 #include <dayvex/model/hostevents.h>
 #include <dayvex/reminders/reminderhost.h>
@@ -100,6 +101,13 @@ public:
     void rebuildTimeRows();
     void refillToDos();
     void drawAppointments();
+    // shown, as a scan of the range found it (starting in it, or overlapping it),
+    // with the series in all in their place: each series' occurrences in the
+    // range, the record itself at its own start and copies at the others' (their
+    // RecurrenceId set), in order of start. Nothing of it is stored.
+    static std::vector<std::shared_ptr<Schedule>> withOccurrences(std::vector<std::shared_ptr<Schedule>> shown,
+                                                                  const Schedules &all, DateRange range,
+                                                                  bool overlapping);
     void drawView(int view);
     void showNow();
     void rebuildAlarms();

@@ -12,6 +12,7 @@ AgendaEntry::AgendaEntry(const Schedule &schedule, bool multiUser, const QString
     , start(schedule.StartDate)
     , end(schedule.EndDate)
     , color(schedule.Color)
+    , series(!schedule.Recurrence.isEmpty())
     , m_owner(schedule.Owner)
     , m_place(schedule.Place)
     , m_contact(schedule.Contact)

@@ -33,6 +33,11 @@ struct DAYVEX_CORE_EXPORT Schedule
     Q_PROPERTY(QString Owner MEMBER Owner)
     Q_PROPERTY(QString Body MEMBER Body)
     Q_PROPERTY(QString Extra MEMBER Extra)
+    Q_PROPERTY(QString Recurrence MEMBER Recurrence)
+    Q_PROPERTY(QString RecurrenceDates MEMBER RecurrenceDates)
+    Q_PROPERTY(QString ExceptionDates MEMBER ExceptionDates)
+    Q_PROPERTY(QString SeriesKey MEMBER SeriesKey)
+    Q_PROPERTY(dayvex::Date RecurrenceId MEMBER RecurrenceId)
 public:
     QString Key;            ///< The key it is stored under in its Schedules.
     Date StartDate;         ///< When it starts.
@@ -50,6 +55,19 @@ public:
     /// What an iCalendar import read and no member holds (attendees, links,
     /// X- properties...), as iCalendar lines; an export writes them back.
     QString Extra;
+    /// A series: the iCalendar rule (an RRULE's value, "FREQ=WEEKLY;BYDAY=MO,WE")
+    /// that repeats it from StartDate, each occurrence as long as the first; empty
+    /// for a single appointment. The collection holds one record per series; the
+    /// views compute its occurrences in the range they show.
+    QString Recurrence;
+    /// More starts of the series (RDATE) and starts it leaves out (EXDATE), as
+    /// local times "yyyyMMddTHHmmss" separated by commas.
+    QString RecurrenceDates;
+    QString ExceptionDates; ///< See RecurrenceDates.
+    /// An occurrence of a series changed on its own: the series' key, and the start
+    /// the occurrence had in the series (RECURRENCE-ID), which the series then skips.
+    QString SeriesKey;
+    Date RecurrenceId; ///< See SeriesKey.
 
     // Qt's types beside the automation dates and BGR colour. A date that is
     // empty, NaN or outside the years 100 to 9999 reads as an invalid

@@ -116,8 +116,10 @@ void BoxDrag::hover(AppointmentBox *box, const QMouseEvent *event)
 
 bool BoxDrag::pressBox(AppointmentBox *box, const QMouseEvent *event)
 {
-    if (box->parentWidget() != m_grid->viewport() || m_grid->dragGrid().columnLefts.empty())
-        return false; // the all-day strip's bars stay where they are
+    // The all-day strip's bars stay where they are; so do a series' occurrences,
+    // whose times the series rule sets.
+    if (box->parentWidget() != m_grid->viewport() || m_grid->dragGrid().columnLefts.empty() || box->entry().series)
+        return false;
     const QPoint at = box->mapTo(m_grid->viewport(), event->position().toPoint());
     const DragGrid grid = m_grid->dragGrid();
     m_press = Press{box->entry().key, box->entry().start, box->entry().end, partAt(box, at),
@@ -133,6 +135,8 @@ bool BoxDrag::pressLine(DayList *list, const QMouseEvent *event)
     if (line < 0 || line >= list->count() || list->moreLine().contains(pos))
         return false;
     const AgendaEntry &entry = list->entries()[size_t(line)];
+    if (entry.series)
+        return false;
     m_press = Press{entry.key, entry.start, entry.end, DragPart::Move, Date(), m_grid->dayListDate(list->index()),
                     true, list->viewport()->mapTo(m_grid->viewport(), pos)};
     m_pressed = true;

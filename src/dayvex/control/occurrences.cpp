@@ -1,0 +1,59 @@
+#include "zntdayvex_p.h"
+
+#include <dayvex/exchange/series.h>
+#include <dayvex/model/alarms.h>
+#include <dayvex/model/schedules.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace dayvex {
+
+std::vector<std::shared_ptr<Schedule>> zntDayvexPrivate::withOccurrences(std::vector<std::shared_ptr<Schedule>> shown,
+                                                                         const Schedules &all, DateRange range,
+                                                                         bool overlapping)
+{
+    std::vector<std::shared_ptr<Schedule>> series;
+    std::map<QString, std::vector<Date>> overridden; // by the series' folded key
+    for (const std::shared_ptr<Schedule> &s : all) {
+        if (!s->Recurrence.isEmpty())
+            series.push_back(s);
+        if (!s->SeriesKey.isEmpty())
+            overridden[s->SeriesKey.toCaseFolded()].push_back(s->RecurrenceId);
+    }
+    if (series.empty())
+        return shown;
+    // The scan found the series at their first start only: they are placed anew below.
+    std::erase_if(shown, [](const std::shared_ptr<Schedule> &s) { return !s->Recurrence.isEmpty(); });
+    for (const std::shared_ptr<Schedule> &s : series) {
+        const qint64 minutes = std::max<qint64>(0, std::llround((s->EndDate.value() - s->StartDate.value()) * 1440.0));
+        if (!std::isfinite(s->StartDate.value()) || !(s->StartDate < range.to))
+            continue;
+        const Date from = overlapping ? range.from.addMinutes(-minutes) : range.from;
+        const bool reminded = Alarms::isPending(s->ReminderDate);
+        for (Date start : occurrenceStarts(*s, from, range.to, overridden[s->Key.toCaseFolded()])) {
+            const Date end = start.addMinutes(minutes);
+            if (overlapping && start < range.from && !(range.from < end))
+                continue; // ends as the range begins
+            if (start == s->StartDate) {
+                shown.push_back(s);
+                continue;
+            }
+            auto occurrence = std::make_shared<Schedule>(*s);
+            occurrence->StartDate = start;
+            occurrence->EndDate = end;
+            occurrence->RecurrenceId = start;
+            if (reminded)
+                occurrence->ReminderDate = Date(start.value() - (s->StartDate.value() - s->ReminderDate.value()));
+            shown.push_back(std::move(occurrence));
+        }
+    }
+    std::stable_sort(shown.begin(), shown.end(), [](const std::shared_ptr<Schedule> &a,
+                                                    const std::shared_ptr<Schedule> &b) {
+        return a->StartDate < b->StartDate;
+    });
+    return shown;
+}
+
+} // namespace dayvex

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <dayvex/dayvex_export.h>
+#include <dayvex/platform/date.h>
+
+#include <QString>
+
+#include <vector>
+
+namespace dayvex {
+
+struct Schedule;
+
+/// The local times of a series' RecurrenceDates or ExceptionDates text
+/// ("20270301T080000,20270308T080000"); unreadable items are left out.
+DAYVEX_CORE_EXPORT std::vector<Date> seriesDates(const QString &text);
+/// The text seriesDates reads.
+DAYVEX_CORE_EXPORT QString seriesDatesText(const std::vector<Date> &dates);
+
+/// Whether libical can read `rule` as an RRULE value.
+DAYVEX_CORE_EXPORT bool isReadableRule(const QString &rule);
+
+/// The starts of a series' occurrences from `from` (included) to `to` (not), in
+/// order: the rule's, counted by libical's recurrence iterator from StartDate on
+/// the wall clock, and the extra dates, less the exceptions and the starts in
+/// `overridden` (occurrences that stand as records of their own). A record that
+/// is no series, or whose rule libical cannot read, has its own start only. At
+/// most `limit` starts; the walk is bounded: a rule without COUNT starts near
+/// `from`, one with COUNT stops after `maxSteps` occurrences.
+DAYVEX_CORE_EXPORT std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to,
+                                                      const std::vector<Date> &overridden = {}, int limit = 1000,
+                                                      int maxSteps = 100000);
+
+} // namespace dayvex
