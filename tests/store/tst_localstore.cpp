@@ -181,9 +181,11 @@ private slots:
             schedule = std::make_shared<Schedule>(Schedule{.Key = "0", .StartDate = at(2024, 5, 5)});
             data->Schedules()->AddSorted(schedule);
         }
-        schedule->Description = "moved";
-        schedule->StartDate = Date(NaN);
-        todo->Done = change.endsWith("to-do"); // a journal writes only the record it is told of
+        // A journal writes only the record it is told of.
+        if (change.endsWith("to-do"))
+            todo->Done = true;
+        else
+            schedule->StartDate = Date(NaN);
         if (change == "remove")
             data->Schedules()->Remove("2");
         if (change == "remove to-do")
