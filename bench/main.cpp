@@ -11,6 +11,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 #include <QFile>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -209,6 +210,39 @@ void warmUpQt()
     QCoreApplication::processEvents();
 }
 
+// The local store: reading every record of a file into a new agenda, and
+// writing one changed appointment as the control's journal does.
+void measureStore(const std::shared_ptr<DayvexData> &data, int n, int v)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("bench.sqlite"));
+    LocalStore(data).open(path);
+    std::vector<double> opens;
+    for (int run = 0; run < 5; ++run) {
+        auto loaded = std::make_shared<DayvexData>();
+        LocalStore store(loaded);
+        QElapsedTimer clock;
+        clock.start();
+        store.open(path);
+        opens.push_back(double(clock.nsecsElapsed()) / 1e6);
+    }
+    report(n, v, "store.open", opens);
+
+    auto loaded = std::make_shared<DayvexData>();
+    LocalStore store(loaded);
+    store.open(path);
+    const std::shared_ptr<Schedule> changed = loaded->Schedules()->Item(1);
+    std::vector<double> writes;
+    for (int run = 0; run < Runs; ++run) {
+        changed->Description = QStringLiteral("changed %1").arg(run);
+        QElapsedTimer clock;
+        clock.start();
+        store.recordChanged(changed, false);
+        writes.push_back(double(clock.nsecsElapsed()) / 1e6);
+    }
+    report(n, v, "store.write", writes);
+}
+
 int runOne(int n, int v)
 {
     warmUpQt();
@@ -285,6 +319,7 @@ int runOne(int n, int v)
     // A model call: nothing to paint.
     report(n, v, "command.newkey", measure(control, [&](int) { (void)data->Schedules()->NewKey(); }, false));
     report(n, v, "command.new", measure(control, [&](int) { control.mnNuovo_Click(); }));
+    measureStore(data, n, v);
     return 0;
 }
 

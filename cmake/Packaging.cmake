@@ -30,6 +30,8 @@ set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libdayvex${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+# The local store opens its file through Qt's SQLite driver, a plug-in no library links.
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS libqt6sql6-sqlite)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "embeddable agenda control for Qt Widgets hosts
 zntDayvex shows appointments in day, week and month views beside a month
 calendar, with a to-do list and reminders, over data that the host owns.

@@ -43,7 +43,7 @@ QString describe(const std::shared_ptr<ToDo> &t)
 }
 } // namespace
 
-DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
+DemoWindow::DemoWindow(QSettings &settings, QWidget *parent, std::shared_ptr<DayvexData> plan)
     : QMainWindow(parent)
     , m_settings(settings)
 {
@@ -78,9 +78,18 @@ DemoWindow::DemoWindow(QSettings &settings, QWidget *parent)
     m_control->setDragEditing(true);
     createEditMenu();
     createViewMenu();
-    auto data = std::make_shared<DayvexData>();
-    fillSampleData(*data, m_control->StartDay().toDate());
-    m_control->setPlan(data);
+    m_control->setPlan(plan ? plan : std::make_shared<DayvexData>());
+    if (plan)
+        m_control->Refresh(zntPlanShowWeek);
+    else
+        loadSampleData();
+}
+
+void DemoWindow::loadSampleData()
+{
+    const std::shared_ptr<DayvexData> plan = m_control->Plan();
+    plan->Clear();
+    fillSampleData(*plan, m_control->StartDay().toDate());
     m_control->Refresh(zntPlanShowWeek);
 }
 

@@ -8,6 +8,9 @@ class QDockWidget;
 class QSettings;
 
 #include <dayvex/exchange/icalendar.h>
+#include <dayvex/model/dayvexdata.h>
+
+#include <memory>
 
 namespace dayvex {
 class zntDayvex;
@@ -19,7 +22,9 @@ class DemoWindow : public QMainWindow
 {
     Q_OBJECT
 public:
-    explicit DemoWindow(QSettings &settings, QWidget *parent = nullptr);
+    // Shows plan, or the sample agenda when there is none.
+    explicit DemoWindow(QSettings &settings, QWidget *parent = nullptr,
+                        std::shared_ptr<dayvex::DayvexData> plan = nullptr);
     ~DemoWindow() override;
 
     dayvex::zntDayvex *control() const { return m_control; }
@@ -30,6 +35,8 @@ public:
     int savePdf(const QString &path);
     // The event log beside the control, when the window is wide enough for both.
     void showEventsIfRoom();
+    // Replaces the agenda's contents by the sample agenda around the day shown.
+    void loadSampleData();
 
 private:
     void createFileMenu();

@@ -1,6 +1,7 @@
 #include "demowindow.h"
 
 #include <dayvex/control/zntdayvex.h>
+#include <dayvex/store/localstore.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -9,6 +10,7 @@
 #include <QKeyEvent>
 #include <QAction>
 #include <QMenu>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QTableView>
 #include <QPushButton>
@@ -170,19 +172,50 @@ int main(int argc, char *argv[])
     parser.addOption(size);
     QCommandLineOption classic(QStringLiteral("classic"), QStringLiteral("Start in the Classic presentation."));
     parser.addOption(classic);
+    QCommandLineOption sample(QStringLiteral("sample"),
+                              QStringLiteral("Start again from the sample agenda, replacing the one kept."));
+    parser.addOption(sample);
     parser.process(app);
 
     QSettings settings;
     if (parser.isSet(classic))
         settings.setValue(QStringLiteral("demo/modern"), false);
-    DemoWindow window(settings);
+
+    // The agenda is kept in the default store; screenshots show the sample agenda, and keep nothing.
+    auto plan = std::make_shared<dayvex::DayvexData>();
+    dayvex::LocalStore store(plan);
+    bool samples = true;
+    QString storeError;
+    if (!parser.isSet(screenshot)) {
+        try {
+            samples = store.open() == dayvex::LocalStore::Opened::Created || parser.isSet(sample);
+        } catch (const dayvex::Error &error) {
+            storeError = error.description();
+        }
+    }
+    DemoWindow window(settings, nullptr, plan);
+    if (samples)
+        window.loadSampleData();
+    // The control's own edits reach the store through its journal; what else
+    // changes the agenda (an import, the samples) is saved at the next turn.
+    const auto save = [&store] {
+        if (store.isOpen())
+            dayvex::runLoggingErrors("saving the agenda", [&store] { store.save(); });
+    };
+    save();
+    QObject::connect(plan->changes(), &dayvex::DataChanges::changed, &window, save);
     const QStringList wh = parser.value(size).split(QLatin1Char('x'));
     window.resize(wh.value(0).toInt() > 0 ? wh.value(0).toInt() : 1280, wh.value(1).toInt() > 0 ? wh.value(1).toInt() : 760);
     window.showEventsIfRoom();
 
     if (!parser.isSet(screenshot)) {
         window.show();
-        return app.exec();
+        if (!storeError.isEmpty())
+            QMessageBox::warning(&window, QStringLiteral("Agenda not kept"),
+                                 QStringLiteral("Changes will not be kept: %1").arg(storeError));
+        const int code = app.exec();
+        save();
+        return code;
     }
     const QString dir = parser.value(screenshot);
     if (!QDir().mkpath(dir)) {

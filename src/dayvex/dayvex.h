@@ -32,6 +32,7 @@
 #include <dayvex/model/dayvexdata.h>
 
 #include <dayvex/exchange/icalendar.h>
+#include <dayvex/store/localstore.h>
 #include <dayvex/printing/agendaprint.h>
 #include <dayvex/reminders/remindersound.h>
 

@@ -321,15 +321,20 @@ BeforeAnswer zntDayvexPrivate::raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, 
     return answer;
 }
 
-void zntDayvexPrivate::RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(TodoAdded, mToDo); }
-void zntDayvexPrivate::RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoChanged, mToDo); }
-void zntDayvexPrivate::RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoDeleted, mToDo); }
-void zntDayvexPrivate::RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(AlarmChange, mSca); }
-void zntDayvexPrivate::RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) { DAYVEX_RAISE(ToDoAlarmChange, mToDo); }
+// The plan's journal keeps a change before the host hears of it.
+#define DAYVEX_JOURNAL(record, removed)                                                                                \
+    if (const std::shared_ptr<DayvexData> plan = q->Plan())                                                            \
+        plan->journalChange(record, removed);
+
+void zntDayvexPrivate::RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) { DAYVEX_JOURNAL(mToDo, false) DAYVEX_RAISE(TodoAdded, mToDo); }
+void zntDayvexPrivate::RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) { DAYVEX_JOURNAL(mToDo, false) DAYVEX_RAISE(ToDoChanged, mToDo); }
+void zntDayvexPrivate::RaiseToDoDeleted(std::shared_ptr<ToDo> &mToDo) { DAYVEX_JOURNAL(mToDo, true) DAYVEX_RAISE(ToDoDeleted, mToDo); }
+void zntDayvexPrivate::RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) { DAYVEX_JOURNAL(mSca, false) DAYVEX_RAISE(AlarmChange, mSca); }
+void zntDayvexPrivate::RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) { DAYVEX_JOURNAL(mToDo, false) DAYVEX_RAISE(ToDoAlarmChange, mToDo); }
 void zntDayvexPrivate::RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) { DAYVEX_RAISE(ValidateToDo, mToDo, Cancel); }
-void zntDayvexPrivate::RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleAdded, mSca); }
-void zntDayvexPrivate::RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleChanged, mSca); }
-void zntDayvexPrivate::RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) { DAYVEX_RAISE(ScheduleDeleted, mSca); }
+void zntDayvexPrivate::RaiseScheduleAdded(std::shared_ptr<Schedule> &mSca) { DAYVEX_JOURNAL(mSca, false) DAYVEX_RAISE(ScheduleAdded, mSca); }
+void zntDayvexPrivate::RaiseScheduleChanged(std::shared_ptr<Schedule> &mSca) { DAYVEX_JOURNAL(mSca, false) DAYVEX_RAISE(ScheduleChanged, mSca); }
+void zntDayvexPrivate::RaiseScheduleDeleted(std::shared_ptr<Schedule> &mSca) { DAYVEX_JOURNAL(mSca, true) DAYVEX_RAISE(ScheduleDeleted, mSca); }
 void zntDayvexPrivate::RaiseContactCodeChange(QString &Value) { DAYVEX_RAISE(ContactCodeChange, Value); }
 
 void zntDayvexPrivate::RaiseValidateSchedule(std::shared_ptr<Schedule> &mSca, bool &Cancel)

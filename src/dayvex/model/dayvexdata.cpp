@@ -83,4 +83,16 @@ void DayvexData::setToDoS(std::shared_ptr<dayvex::ToDoS> todos) { replace(m_todo
 std::shared_ptr<Alarms> DayvexData::Alarms() { return created(m_alarms); }
 void DayvexData::setAlarms(std::shared_ptr<dayvex::Alarms> alarms) { m_alarms = std::move(alarms); }
 
+void DayvexData::journalChange(const std::shared_ptr<Schedule> &record, bool removed)
+{
+    if (m_journal && record)
+        runLoggingErrors("journal of an appointment", [&] { m_journal->recordChanged(record, removed); });
+}
+
+void DayvexData::journalChange(const std::shared_ptr<ToDo> &record, bool removed)
+{
+    if (m_journal && record)
+        runLoggingErrors("journal of a to-do", [&] { m_journal->recordChanged(record, removed); });
+}
+
 } // namespace dayvex

@@ -2,6 +2,7 @@
 
 #include <dayvex/dayvex_export.h>
 #include <dayvex/model/alarms.h>
+#include <dayvex/model/changejournal.h>
 #include <dayvex/model/lookuplists.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/model/todos.h>
@@ -74,6 +75,17 @@ public:
     /// Tells changes() that records were changed in place.
     void markChanged() { m_changes->post(); }
 
+    /// The journal told of the control's changes to records, or null. The
+    /// journal is not owned: whoever sets it clears it before it goes away.
+    void setJournal(ChangeJournal *journal) { m_journal = journal; }
+    /// The journal, or null.
+    ChangeJournal *journal() const { return m_journal; }
+    /// Internal to the component: tells the journal, if any, of a record the
+    /// control changed. Its failure is logged: the change stays in memory.
+    void journalChange(const std::shared_ptr<Schedule> &record, bool removed);
+    /// Internal to the component: as for an appointment.
+    void journalChange(const std::shared_ptr<ToDo> &record, bool removed);
+
     /// Internal to the component: the pending alarms, created empty on first read.
     std::shared_ptr<dayvex::Alarms> Alarms();
     /// Internal to the component: sets the pending alarms.
@@ -86,6 +98,7 @@ private:
     void replace(std::shared_ptr<Part> &part, int &watch, std::shared_ptr<Part> with);
 
     std::unique_ptr<DataChanges> m_changes;
+    ChangeJournal *m_journal = nullptr;
     int m_usersWatch = 0;
     int m_schedulesWatch = 0;
     int m_todosWatch = 0;

@@ -91,6 +91,10 @@ public:
 
     /// The entry under key, or null: a look-up that does not throw.
     Pointer find(const QString &key) const { return m_byKey.value(fold(key)); }
+    /// Internal to the component: appends item as it was kept, under key (none
+    /// when empty), without any of an Add's corrections: how a store restores a
+    /// list. Throws Error 457 when key is taken.
+    void restore(Pointer item, const QString &key) { append(std::move(item), key); }
 
     /// Internal to the component: onChange is called after every add and remove
     /// until unwatch() with the number this returns.

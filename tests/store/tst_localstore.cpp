@@ -1,0 +1,322 @@
+#include <dayvextest.h>
+#include <dayvex/model/dayvexdata.h>
+#include <dayvex/store/localstore.h>
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <limits>
+
+namespace {
+constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
+
+// Every field of every record of every list, in list order.
+QString contents(DayvexData &data)
+{
+    QStringList out;
+    const auto all = [&out](const auto &...lists) { ((out << "--", [&] { for (const auto &r : *lists) out << fieldsOf(*r); }()), ...); };
+    all(data.Schedules(), data.ToDoS(), data.Users(), data.Schedules()->Places(), data.Schedules()->Categories(),
+        data.ToDoS()->ActiveProjects());
+    return out.join('\n');
+}
+
+// What a store opened afresh on path loads.
+QString reopened(const QString &path)
+{
+    auto data = std::make_shared<DayvexData>();
+    LocalStore store(data);
+    return store.open(path) == LocalStore::Opened::Loaded ? contents(*data) : QStringLiteral("(a new file)");
+}
+
+QByteArray bytesOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Runs statements on path through a connection of the test's own, as another program would.
+void runSql(const QString &path, const QStringList &statements)
+{
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "test");
+        db.setDatabaseName(path);
+        for (const QString &sql : statements)
+            QVERIFY2(db.open() && QSqlQuery(db).exec(sql), qPrintable(sql));
+    }
+    QSqlDatabase::removeDatabase("test");
+}
+
+std::shared_ptr<Schedule> addSchedule(DayvexData &data, const QString &key, const QString &place = QString())
+{
+    return data.Schedules()->Add(key, "", at(2024, 5, 6, 9), at(2024, 5, 6, 10), "", "", "", "about " + key, place, Date());
+}
+
+// The child of crashWhileWriting: adds, changes and removes appointments one
+// journal write at a time, reporting each once its write has returned.
+int writeBurst(const QString &path)
+{
+    auto data = std::make_shared<DayvexData>();
+    LocalStore store(data);
+    store.open(path);
+    for (int i = 0;; ++i) {
+        store.recordChanged(addSchedule(*data, QString::number(i)), false);
+        std::printf("add %d\n", i);
+        if (i % 3 == 2) {
+            const auto changed = data->Schedules()->Item(QString::number(i - 1));
+            changed->Description = QStringLiteral("v%1").arg(i);
+            store.recordChanged(changed, false);
+            std::printf("change %d v%d\n", i - 1, i);
+        } else if (const auto removed = data->Schedules()->find(QString::number(i - 2)); removed && i % 5 == 4) {
+            data->Schedules()->Remove(removed->Key);
+            store.recordChanged(removed, true);
+            std::printf("remove %d\n", i - 2);
+        }
+        std::fflush(stdout);
+    }
+}
+} // namespace
+
+class tst_LocalStore : public QObject
+{
+    Q_OBJECT
+public:
+    enum Way { Save, Journal };
+    Q_ENUM(Way)
+
+private slots:
+    void roundTrip_data()
+    {
+        columns<QString, QByteArray, QVariant>("record", "field", "value");
+        const QString scripts = QString::fromUtf8("Réunion 会议 اجتماع Встреча 🎉");
+        const QString control = QString::fromUtf8("a\0b\tc\r\nd\x1b\x7f", 12);
+        const auto date = [](double value) { return QVariant::fromValue(Date(value)); };
+        QTest::newRow("scripts") << "Schedule" << QByteArray("Description") << QVariant(scripts);
+        QTest::newRow("control characters") << "Schedule" << QByteArray("Body") << QVariant(control);
+        QTest::newRow("lone surrogate") << "Schedule" << QByteArray("Tag") << QVariant(QString(QChar(0xD800)) + "x");
+        QTest::newRow("extra lines") << "Schedule" << QByteArray("Extra") << QVariant("ATTENDEE;CN=Zoë:mailto:z@e.org\r\nX-A:1");
+        QTest::newRow("before 1900") << "Schedule" << QByteArray("StartDate") << date(-600000.3125);
+        QTest::newRow("after 3000") << "Schedule" << QByteArray("EndDate") << date(2900000.0416666665);
+        QTest::newRow("NaN") << "Schedule" << QByteArray("ReminderDate") << date(NaN);
+        QTest::newRow("infinity") << "Schedule" << QByteArray("StartDate") << date(-qInf());
+        QTest::newRow("colour") << "Schedule" << QByteArray("Color") << QVariant(qint32(0x00C08040));
+        QTest::newRow("to-do priority") << "ToDo" << QByteArray("Priority") << QVariant::fromValue<qint16>(-32768);
+        QTest::newRow("to-do done") << "ToDo" << QByteArray("Done") << QVariant(true);
+        QTest::newRow("to-do done date") << "ToDo" << QByteArray("DateDone") << date(45000.999988425923);
+        QTest::newRow("to-do extra") << "ToDo" << QByteArray("Extra") << QVariant("X-A:1\r\nX-B:2");
+        QTest::newRow("user") << "User" << QByteArray("Key") << QVariant(scripts);
+        QTest::newRow("place") << "Place" << QByteArray("Key") << QVariant(scripts);
+        QTest::newRow("category") << "Category" << QByteArray("Tag") << QVariant(control);
+        QTest::newRow("project") << "ActiveProject" << QByteArray("Key") << QVariant(scripts);
+    }
+
+    // Each field goes into a new file and comes back from it exactly, beside
+    // a record of every kind with its defaults.
+    void roundTrip()
+    {
+        QFETCH(QString, record);
+        QFETCH(QByteArray, field);
+        QFETCH(QVariant, value);
+        auto data = std::make_shared<DayvexData>();
+        auto fill = [&](const auto &list, auto entry, const QString &key) {
+            const QMetaObject &meta = std::decay_t<decltype(*entry)>::staticMetaObject;
+            entry->Key = key;
+            if (record == QString::fromLatin1(meta.className()).section("::", -1))
+                QVERIFY(meta.property(meta.indexOfProperty(field)).writeOnGadget(entry.get(), value));
+            list->restore(entry, key);
+            list->restore(std::make_shared<std::decay_t<decltype(*entry)>>(), QString());
+        };
+        fill(data->Schedules(), std::make_shared<Schedule>(), "s1");
+        fill(data->ToDoS(), std::make_shared<ToDo>(), "t1");
+        fill(data->Users(), std::make_shared<User>(), "");
+        fill(data->Schedules()->Places(), std::make_shared<Place>(), "");
+        fill(data->Schedules()->Categories(), std::make_shared<Category>(), "c");
+        fill(data->ToDoS()->ActiveProjects(), std::make_shared<ActiveProject>(), "");
+        const QString written = contents(*data);
+
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        LocalStore store(data);
+        QCOMPARE(store.open(path), LocalStore::Opened::Created);
+        QCOMPARE(reopened(path), written);
+    }
+
+    void writes_data()
+    {
+        columns<QString, Way>("change", "way");
+        for (const Way way : {Save, Journal}) {
+            const char *name = way == Save ? "save" : "journal";
+            for (const char *change : {"add", "add first", "change", "remove", "change to-do", "remove to-do"})
+                QTest::addRow("%s, %s", change, name) << QString::fromLatin1(change) << way;
+        }
+    }
+
+    // A change to a loaded agenda, written by save() or by the journal, is what a later open reads.
+    void writes()
+    {
+        QFETCH(QString, change);
+        QFETCH(Way, way);
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        {
+            auto first = std::make_shared<DayvexData>();
+            for (int i = 1; i <= 3; ++i)
+                addSchedule(*first, QString::number(i), "Room " + QString::number(i));
+            first->ToDoS()->Add("t1", "", "call", "", Date(), 1, "", false, Date(), Date());
+            LocalStore(first).open(path);
+        }
+        auto data = std::make_shared<DayvexData>();
+        LocalStore store(data);
+        QCOMPARE(store.open(path), LocalStore::Opened::Loaded);
+        QCOMPARE(data->Schedules()->Count(), 3);
+
+        std::shared_ptr<Schedule> schedule = data->Schedules()->Item("2");
+        const std::shared_ptr<ToDo> todo = data->ToDoS()->Item("t1");
+        if (change == "add") {
+            schedule = addSchedule(*data, "4", "Hall");
+        } else if (change == "add first") {
+            schedule = std::make_shared<Schedule>(Schedule{.Key = "0", .StartDate = at(2024, 5, 5)});
+            data->Schedules()->AddSorted(schedule);
+        }
+        // A journal writes only the record it is told of.
+        if (change.endsWith("to-do"))
+            todo->Done = true;
+        else
+            schedule->StartDate = Date(NaN);
+        if (change == "remove")
+            data->Schedules()->Remove("2");
+        if (change == "remove to-do")
+            data->ToDoS()->Remove("t1");
+        const bool removed = change.startsWith("remove");
+        if (way == Save)
+            store.save();
+        else if (change.endsWith("to-do"))
+            data->journalChange(todo, removed);
+        else
+            data->journalChange(schedule, removed);
+        QCOMPARE(reopened(path), contents(*data));
+    }
+
+    // A write that fails leaves the change in memory, and says so.
+    void failedWriteKeepsChange()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        auto data = std::make_shared<DayvexData>();
+        LocalStore store(data);
+        store.open(path);
+        runSql(path, {"DROP TABLE schedules"});
+        const auto added = addSchedule(*data, "1");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("journal of an appointment: error .*schedules"));
+        data->journalChange(added, false);
+        QCOMPARE(data->Schedules()->Item("1"), added);
+        QCOMPARE(errorNumber([&] { store.save(); }), LocalStore::WriteError);
+    }
+
+    // A file written before a field existed gains its column and keeps the rest.
+    void olderFileGainsColumn()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        auto data = std::make_shared<DayvexData>();
+        addSchedule(*data, "1")->Body = "long text";
+        LocalStore(data).open(path);
+        runSql(path, {"ALTER TABLE schedules DROP COLUMN Body"});
+        data->Schedules()->Item("1")->Body.clear();
+        QCOMPARE(reopened(path), contents(*data));
+    }
+
+    void refused_data()
+    {
+        columns<QString, qint32>("file", "error");
+        QTest::newRow("newer schema") << "newer" << LocalStore::NewerFileError;
+        QTest::newRow("not SQLite") << "garbage" << LocalStore::UnreadableFileError;
+        QTest::newRow("damaged page") << "damaged" << LocalStore::UnreadableFileError;
+        QTest::newRow("another program's") << "foreign" << LocalStore::UnreadableFileError;
+        QTest::newRow("duplicate keys") << "duplicate" << LocalStore::UnreadableFileError;
+    }
+
+    // A file the store cannot read is refused untouched, and the data stays as it was.
+    void refused()
+    {
+        QFETCH(QString, file);
+        QFETCH(qint32, error);
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        if (file == "garbage") {
+            writeFile(path, QByteArray("BEGIN:VCALENDAR\r\n").repeated(300));
+        } else if (file == "foreign") {
+            runSql(path, {"CREATE TABLE notes(text)", "INSERT INTO notes VALUES('keep me')"});
+        } else {
+            auto old = std::make_shared<DayvexData>();
+            for (int i = 1; i <= 2000; ++i)
+                addSchedule(*old, QString::number(i), QString(200, QChar('x')));
+            LocalStore(old).open(path);
+            if (file == "newer")
+                runSql(path, {QStringLiteral("PRAGMA user_version = %1").arg(LocalStore::SchemaVersion + 1)});
+            if (file == "duplicate")
+                runSql(path, {"UPDATE schedules SET Key = '1' WHERE Key = '2'"});
+            if (file == "damaged") {
+                QByteArray bytes = bytesOf(path);
+                bytes.replace(bytes.size() / 2, 4096, QByteArray(4096, '\xA5'));
+                writeFile(path, bytes);
+            }
+        }
+        const QByteArray before = bytesOf(path);
+        auto data = std::make_shared<DayvexData>();
+        const QString mine = (addSchedule(*data, "mine"), contents(*data));
+        LocalStore store(data);
+        QCOMPARE(errorNumber([&] { store.open(path); }), error);
+        QVERIFY(!store.isOpen() && contents(*data) == mine && bytesOf(path) == before);
+    }
+
+    // A writer killed in the middle of a burst leaves a file that opens and holds
+    // every change it had reported written.
+    void crashWhileWriting()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {"--burst", path});
+        QByteArray output;
+        while (output.count('\n') < 300 && child.waitForReadyRead(60000))
+            output += child.readAllStandardOutput();
+        QVERIFY(output.count('\n') >= 300);
+        child.kill();
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+        output += child.readAllStandardOutput();
+
+        QMap<QString, QString> expected; // key to description; an empty one for removed
+        for (const QByteArray &line : output.left(output.lastIndexOf('\n')).split('\n')) {
+            const QList<QByteArray> words = line.split(' ');
+            if (words[0] == "add")
+                expected[words[1]] = "about " + words[1];
+            else if (words[0] == "change")
+                expected[words[1]] = words[2];
+            else
+                expected[words[1]].clear();
+        }
+        auto data = std::make_shared<DayvexData>();
+        LocalStore store(data);
+        QCOMPARE(store.open(path), LocalStore::Opened::Loaded);
+        for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+            const auto found = data->Schedules()->find(it.key());
+            QCOMPARE(found ? found->Description : QString(), it.value());
+        }
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--burst") == 0)
+        return writeBurst(QString::fromLocal8Bit(argv[2]));
+    tst_LocalStore test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_localstore.moc"
