@@ -1,6 +1,9 @@
 #include <dayvextest.h>
 #include <dayvex/exchange/series.h>
+#include <dayvex/exchange/icalendar.h>
+#include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/records.h>
+#include <dayvex/model/schedules.h>
 
 #include <QElapsedTimer>
 
@@ -82,6 +85,54 @@ private slots:
         const std::vector<Date> dates = seriesDates("20270301T080000, junk,19000101T000000");
         QCOMPARE(texts(dates), QStringList({"1900-01-01 00:00", "2027-03-01 08:00"}));
         QCOMPARE(seriesDates(seriesDatesText(dates)), dates);
+    }
+
+    // A series with its extra and excluded dates, an occurrence of it changed on
+    // its own, and a rule libical cannot read: exported and read back whole, as a
+    // series; read as occurrences, the same starts the views compute.
+    void exchangedWhole()
+    {
+        DayvexData data;
+        Schedule weekly = series(at(2027, 3, 1, 9), "FREQ=WEEKLY;BYDAY=MO,WE;COUNT=8", "20270306T170000",
+                                 "20270303T090000");
+        data.Schedules()->Add(weekly);
+        Schedule moved = series(at(2027, 3, 8, 11), {});
+        moved.Key = "o";
+        moved.SeriesKey = "s";
+        moved.RecurrenceId = at(2027, 3, 8, 9);
+        data.Schedules()->Add(moved);
+        Schedule odd = series(at(2027, 3, 2, 8), "FREQ=SOMETIMES");
+        odd.Key = "u";
+        data.Schedules()->Add(odd);
+        const QByteArray file = exportICalendarData(data);
+
+        DayvexData whole;
+        ImportOptions keep;
+        keep.keepSeries = true;
+        QCOMPARE(importICalendarData(file, whole, keep).appointments, 3);
+        QStringList read;
+        for (const auto &s : *whole.Schedules())
+            read << QStringList{s->Recurrence, s->RecurrenceDates, s->ExceptionDates,
+                                s->SeriesKey.isEmpty() ? QString() : whole.Schedules()->Item(s->SeriesKey)->Recurrence,
+                                s->RecurrenceId.isEmpty() ? QString() : texts({s->RecurrenceId}).join(',')}
+                        .join('|');
+        QCOMPARE(read, QStringList({"FREQ=WEEKLY;COUNT=8;BYDAY=MO,WE|20270306T170000|20270303T090000||",
+                                    "|||FREQ=WEEKLY;COUNT=8;BYDAY=MO,WE|2027-03-08 09:00", "FREQ=SOMETIMES||||"}));
+
+        DayvexData expanded;
+        ImportOptions window;
+        window.windowFrom = QDate(2027, 1, 1);
+        window.windowTo = QDate(2027, 12, 31);
+        importICalendarData(file, expanded, window);
+        QStringList starts;
+        for (const auto &s : *expanded.Schedules())
+            if (s->Description.isEmpty() && s->StartDate.toDateTime().date().month() == 3)
+                starts << texts({s->StartDate}).join(',');
+        starts.sort();
+        QStringList computed = texts(occurrenceStarts(weekly, at(2027, 1, 1), at(2028, 1, 1), {moved.RecurrenceId}));
+        computed << "2027-03-08 11:00" << "2027-03-02 08:00"; // the moved occurrence; the odd rule's record alone
+        computed.sort();
+        QCOMPARE(starts, computed);
     }
 };
 

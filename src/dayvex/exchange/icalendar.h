@@ -33,6 +33,13 @@ struct DAYVEX_CORE_EXPORT ImportOptions
     /// Called as components are read, with how many of the file's VEVENTs and
     /// VTODOs are done; returning false cancels the import, leaving the data as it was.
     std::function<bool(int done, int total)> progress;
+
+    /// False (for now the default): a recurring event becomes its occurrences in
+    /// the window, as single appointments. True: it stays one record, a series
+    /// (Recurrence, RecurrenceDates, ExceptionDates), and each occurrence changed
+    /// on its own (RECURRENCE-ID) a record of that series (SeriesKey, RecurrenceId);
+    /// the window and the rule bounds then do not apply to it.
+    bool keepSeries = false;
 };
 
 /// What an export takes in besides the data.

@@ -1,5 +1,6 @@
 #include "icalendar.h"
 #include "icalvalues.h"
+#include "series.h"
 
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/schedules.h>
@@ -168,9 +169,27 @@ ComponentPtr eventOf(const Schedule &s, bool repeatedUid, Context &context)
         add(event.get(), timeProperty(ICAL_DTSTART_PROPERTY, s.StartDate, context.zone));
         add(event.get(), timeProperty(ICAL_DTEND_PROPERTY, s.EndDate, context.zone));
     }
-    // Occurrences of one recurring event share its UID: each names its own start.
-    if (repeatedUid)
+    if (!s.Recurrence.isEmpty()) {
+        // A series: its rule, the starts it adds and those it leaves out. A rule
+        // libical cannot read travels as text, never lost.
+        if (isReadableRule(s.Recurrence)) {
+            add(event.get(), icalproperty_new_rrule(icalrecurrencetype_from_string(s.Recurrence.toUtf8().constData())));
+        } else {
+            icalproperty *kept = icalproperty_new_x(s.Recurrence.toUtf8().constData());
+            icalproperty_set_x_name(kept, "X-DAYVEX-RRULE");
+            add(event.get(), kept);
+        }
+        for (Date extra : seriesDates(s.RecurrenceDates))
+            add(event.get(), timeProperty(ICAL_RDATE_PROPERTY, extra, context.zone));
+        for (Date left : seriesDates(s.ExceptionDates))
+            add(event.get(), timeProperty(ICAL_EXDATE_PROPERTY, left, context.zone));
+    } else if (!s.SeriesKey.isEmpty()) {
+        // An occurrence changed on its own: under its series' UID, with the start it had there.
+        add(event.get(), timeProperty(ICAL_RECURRENCEID_PROPERTY, s.RecurrenceId, context.zone));
+    } else if (repeatedUid) {
+        // Occurrences of one recurring event share its UID: each names its own start.
         add(event.get(), timeProperty(ICAL_RECURRENCEID_PROPERTY, s.StartDate, context.zone));
+    }
     addText(event.get(), ICAL_SUMMARY_PROPERTY, s.Description);
     addText(event.get(), ICAL_DESCRIPTION_PROPERTY, s.Body);
     addText(event.get(), ICAL_LOCATION_PROPERTY, s.Place);
@@ -316,12 +335,20 @@ QByteArray exportICalendarData(DayvexData &from, ExchangeReport *reportOut, cons
     auto todos = from.ToDoS();
     const int total = schedules->Count() + todos->Count();
     int done = 0;
+    // An occurrence changed on its own goes under its series' UID.
+    const auto uidOf = [&schedules](const Schedule &s) {
+        if (!s.SeriesKey.isEmpty()) {
+            if (const std::shared_ptr<Schedule> series = schedules->find(s.SeriesKey))
+                return uidFor(series->Tag, series->Key, 'S');
+        }
+        return uidFor(s.Tag, s.Key, 'S');
+    };
     QHash<QString, int> uses;
     for (const auto &s : *schedules)
-        ++uses[uidFor(s->Tag, s->Key, 'S')];
+        ++uses[uidOf(*s)];
     for (const auto &s : *schedules) {
         context.component = QStringLiteral("appointment %1").arg(s->Key);
-        context.uid = uidFor(s->Tag, s->Key, 'S');
+        context.uid = uidOf(*s);
         const bool repeated = uses.value(context.uid) > 1;
         if (addRecord(calendar.get(), context, [&] { return eventOf(*s, repeated, context); }))
             ++report.appointments;

@@ -1,5 +1,6 @@
 #include "icalendar.h"
 #include "icalvalues.h"
+#include "series.h"
 
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/lookuplists.h>
@@ -30,6 +31,8 @@ struct PlannedAppointment
     QString owner, contactCode, contact, category, description, place, body, extra;
     Date start, end, reminder;
     qint32 color = 0;
+    QString recurrence, recurrenceDates, exceptionDates; // a series kept whole
+    std::optional<Date> recurrenceId;                     // an occurrence of a series, changed on its own
 };
 
 struct PlannedToDo
@@ -317,6 +320,13 @@ private:
             reminder.isEmpty() ? std::nullopt : std::optional(secondsBetween(start->value, reminder));
         const qint64 durationSeconds = secondsBetween(start->value, endValue);
 
+        if (m_options.keepSeries && keptAsSeries(c, appointment)) {
+            appointment.start = start->value;
+            appointment.end = endValue;
+            appointment.reminder = reminder;
+            m_plan.appointments.push_back(std::move(appointment));
+            return;
+        }
         for (const Occurrence &occurrence : occurrences(c, *start, durationSeconds)) {
             PlannedAppointment instance = appointment;
             instance.start = occurrence.start;
@@ -325,6 +335,44 @@ private:
                 instance.reminder = occurrence.start.addSeconds(*reminderLead);
             m_plan.appointments.push_back(std::move(instance));
         }
+    }
+
+    // A recurring event as one series, or an occurrence of one changed on its
+    // own: what makes it so goes into the planned record. False for a plain event.
+    bool keptAsSeries(icalcomponent *c, PlannedAppointment &appointment)
+    {
+        if (const auto id = localTime(c, ICAL_RECURRENCEID_PROPERTY)) {
+            appointment.recurrenceId = id->value;
+            return true;
+        }
+        const auto dates = [&](icalproperty_kind kind) {
+            std::vector<Date> found;
+            for (icalproperty *p = icalcomponent_get_first_property(c, kind); p;
+                 p = icalcomponent_get_next_property(c, kind)) {
+                if (kind == ICAL_RDATE_PROPERTY) {
+                    const icaldatetimeperiodtype rdate = icalproperty_get_rdate(p);
+                    const icaltimetype t = icaltime_is_null_time(rdate.time) ? rdate.period.start : rdate.time;
+                    found.push_back(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value);
+                } else {
+                    found.push_back(localTime(icalproperty_get_datetime_with_component(p, c),
+                                              QByteArray(icalproperty_get_parameter_as_string(p, "TZID")))
+                                        .value);
+                }
+            }
+            return seriesDatesText(found);
+        };
+        if (icalproperty *rrule = icalcomponent_get_first_property(c, ICAL_RRULE_PROPERTY))
+            appointment.recurrence = text(icalproperty_get_value_as_string(rrule));
+        for (icalproperty *p = icalcomponent_get_first_property(c, ICAL_X_PROPERTY); p;
+             p = icalcomponent_get_next_property(c, ICAL_X_PROPERTY)) {
+            if (qstrcmp(icalproperty_get_x_name(p), "X-DAYVEX-RRULE") == 0)
+                appointment.recurrence = text(icalproperty_get_x(p));
+        }
+        appointment.recurrenceDates = dates(ICAL_RDATE_PROPERTY);
+        appointment.exceptionDates = dates(ICAL_EXDATE_PROPERTY);
+        if (appointment.recurrence.isEmpty() && !appointment.recurrenceDates.isEmpty())
+            appointment.recurrence = QStringLiteral("FREQ=YEARLY;COUNT=1"); // the start alone, then its RDATEs
+        return !appointment.recurrence.isEmpty();
     }
 
     // Walks the rule from dtstart into the window, calling consider on each start
@@ -585,6 +633,7 @@ void addPlan(const Plan &plan, DayvexData &into, ExchangeReport &report)
         presentToDos.insert({todo->Tag, todo->DueTo.value()});
 
     ImportTransaction transaction(into);
+    std::vector<std::shared_ptr<Schedule>> occurrencesOnTheirOwn;
     for (const PlannedAppointment &a : plan.appointments) {
         if (!a.uid.isEmpty() && present.contains({a.uid, a.start.value()})) {
             ++report.alreadyPresent;
@@ -608,12 +657,28 @@ void addPlan(const Plan &plan, DayvexData &into, ExchangeReport &report)
         filled.Color = a.color;
         filled.Body = a.body;
         filled.Extra = a.extra;
+        filled.Recurrence = a.recurrence;
+        filled.RecurrenceDates = a.recurrenceDates;
+        filled.ExceptionDates = a.exceptionDates;
+        if (a.recurrenceId)
+            filled.RecurrenceId = *a.recurrenceId;
         const auto added = schedules->Add(filled);
         // Add corrects an end whose clock time is not after the start's; the file's later end stands.
         if (secondsBetween(a.start, a.end) > 0)
             added->EndDate = a.end;
         present.insert({a.uid, a.start.value()});
+        if (a.recurrenceId)
+            occurrencesOnTheirOwn.push_back(added);
         ++report.appointments;
+    }
+    // Each occurrence changed on its own belongs to the series of its UID, read now or before.
+    if (!occurrencesOnTheirOwn.empty()) {
+        QHash<QString, QString> seriesByUid;
+        for (const auto &schedule : *schedules)
+            if (!schedule->Recurrence.isEmpty() && !schedule->Tag.isEmpty())
+                seriesByUid.insert(schedule->Tag, schedule->Key);
+        for (const std::shared_ptr<Schedule> &occurrence : occurrencesOnTheirOwn)
+            occurrence->SeriesKey = seriesByUid.value(occurrence->Tag);
     }
     for (const PlannedToDo &t : plan.todos) {
         if (!t.uid.isEmpty() && presentToDos.contains({t.uid, t.due.value()})) {
