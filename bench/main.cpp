@@ -286,6 +286,25 @@ int runOne(int n, int v)
         grid->fill(*data->ToDoS(), {QStringLiteral("pri"), QStringLiteral("project"), QStringLiteral("to do")});
     }));
 
+    // 500 appointments in the week on show as singles, then as weekly series begun a
+    // year before: the occurrences computed on demand against records that are there.
+    control.Refresh(zntPlanShowWeek);
+    const QDate monday = ShownDay.addDays(1 - ShownDay.dayOfWeek());
+    for (const bool series : {false, true}) {
+        for (int i = 0; i < 500; ++i) {
+            Schedule s;
+            s.Key = QStringLiteral("w%1").arg(i);
+            s.StartDate = Date::fromDateTime(QDateTime(monday.addDays(i % 7 - (series ? 364 : 0)), QTime(8 + i % 10, 0)));
+            s.EndDate = s.StartDate.addMinutes(30);
+            s.Description = QStringLiteral("Weekly %1").arg(i);
+            s.Recurrence = series ? QStringLiteral("FREQ=WEEKLY") : QString();
+            data->Schedules()->Add(s);
+        }
+        report(n, v, series ? "refresh.series" : "refresh.singles", measure(control, [&](int) { control.Refresh(); }));
+        for (int i = 0; i < 500; ++i)
+            data->Schedules()->Remove(QStringLiteral("w%1").arg(i));
+    }
+
     // One pointer step of a box's drag across the week: ghost, tooltip and what they repaint.
     control.setDragEditing(true);
     control.Refresh(zntPlanShowWeek);

@@ -6,6 +6,7 @@
 #include <dayvex/platform/twips.h>
 
 #include <dayvex/editing/appointmentcommands.h>
+#include <dayvex/exchange/series.h>
 #include <dayvex/editing/commandflag.h>
 #include <dayvex/editing/todocommands.h>
 #include <dayvex/i18n/language.h>

@@ -32,7 +32,9 @@ std::vector<std::shared_ptr<Schedule>> zntDayvexPrivate::withOccurrences(std::ve
             continue;
         const Date from = overlapping ? range.from.addMinutes(-minutes) : range.from;
         const bool reminded = Alarms::isPending(s->ReminderDate);
-        for (Date start : occurrenceStarts(*s, from, range.to, overridden[s->Key.toCaseFolded()])) {
+        if (!m_occurrences)
+            m_occurrences = std::make_unique<OccurrenceCache>();
+        for (Date start : m_occurrences->starts(*s, from, range.to, overridden[s->Key.toCaseFolded()])) {
             const Date end = start.addMinutes(minutes);
             if (overlapping && start < range.from && !(range.from < end))
                 continue; // ends as the range begins

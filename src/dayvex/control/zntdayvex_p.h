@@ -30,6 +30,7 @@ namespace dayvex {
 
 class AgendaGrid;
 class AlarmScan;
+class OccurrenceCache;
 class AppointmentCommands;
 class CommandFlag;
 class ToDoCommands;
@@ -105,7 +106,7 @@ public:
     // with the series in all in their place: each series' occurrences in the
     // range, the record itself at its own start and copies at the others' (their
     // RecurrenceId set), in order of start. Nothing of it is stored.
-    static std::vector<std::shared_ptr<Schedule>> withOccurrences(std::vector<std::shared_ptr<Schedule>> shown,
+    std::vector<std::shared_ptr<Schedule>> withOccurrences(std::vector<std::shared_ptr<Schedule>> shown,
                                                                   const Schedules &all, DateRange range,
                                                                   bool overlapping);
     void drawView(int view);
@@ -172,6 +173,7 @@ public:
     int m_presentation = 0; // a zntDayvex::PresentationStyle
     bool m_sideCollapsed = false;
     bool m_dragEditing = false;
+    std::unique_ptr<OccurrenceCache> m_occurrences;
     QUndoStack *m_undo = nullptr;
     // Modern's keyboard: the actions of the control's shortcuts, enabled in Modern only.
     std::vector<QAction *> m_shortcuts;

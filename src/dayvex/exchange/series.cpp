@@ -7,30 +7,39 @@
 #include <QDateTime>
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <memory>
 
 namespace dayvex {
 
 namespace {
-const QString LocalFormat = QStringLiteral("yyyyMMdd'T'HHmmss");
-
+// Wall-clock fields and back, by the calendar alone: a QDateTime in local time
+// would ask the zone database at every occurrence of every series on show.
 icaltimetype floating(Date local)
 {
-    const QDateTime at = local.toDateTime();
-    icaltimetype time = icaltime_null_time();
-    time.year = at.date().year();
-    time.month = at.date().month();
-    time.day = at.date().day();
-    time.hour = at.time().hour();
-    time.minute = at.time().minute();
-    time.second = at.time().second();
-    return time;
+    const QDate day = local.toDate();
+    const QTime time = local.toTime();
+    icaltimetype fields = icaltime_null_time();
+    fields.year = day.year();
+    fields.month = day.month();
+    fields.day = day.day();
+    fields.hour = time.hour();
+    fields.minute = time.minute();
+    fields.second = time.second();
+    return fields;
 }
 
 Date fromFloating(const icaltimetype &time)
 {
-    return Date::fromDateTime(QDateTime(QDate(time.year, time.month, time.day),
-                                        QTime(time.hour, time.minute, time.second)));
+    return Date::fromDateAndTime(QDate(time.year, time.month, time.day), QTime(time.hour, time.minute, time.second));
+}
+
+icalrecurrencetype ruleOf(const QString &rule)
+{
+    const icalrecurrencetype recurrence = icalrecurrencetype_from_string(rule.toUtf8().constData());
+    icalerror_clear_errno();
+    return recurrence;
 }
 
 bool inside(Date start, Date from, Date to) { return !(start < from) && start < to; }
@@ -40,9 +49,12 @@ std::vector<Date> seriesDates(const QString &text)
 {
     std::vector<Date> dates;
     for (const QString &item : text.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
-        const QDateTime at = QDateTime::fromString(item.trimmed(), LocalFormat);
-        if (at.isValid() && at.date().year() >= 100 && at.date().year() <= 9999)
-            dates.push_back(Date::fromDateTime(at));
+        const QString trimmed = item.trimmed();
+        const QDate day = QDate::fromString(trimmed.left(8), QStringLiteral("yyyyMMdd"));
+        const QTime time = QTime::fromString(trimmed.mid(9), QStringLiteral("HHmmss"));
+        if (trimmed.size() == 15 && trimmed[8] == QLatin1Char('T') && day.isValid() && time.isValid()
+            && day.year() >= 100 && day.year() <= 9999)
+            dates.push_back(Date::fromDateAndTime(day, time));
     }
     std::sort(dates.begin(), dates.end());
     return dates;
@@ -52,31 +64,32 @@ QString seriesDatesText(const std::vector<Date> &dates)
 {
     QStringList items;
     for (Date date : dates)
-        items << date.toDateTime().toString(LocalFormat);
+        items << date.toDate().toString(QStringLiteral("yyyyMMdd")) + QLatin1Char('T')
+                     + date.toTime().toString(QStringLiteral("HHmmss"));
     return items.join(QLatin1Char(','));
 }
 
 bool isReadableRule(const QString &rule)
 {
-    if (rule.trimmed().isEmpty())
-        return false;
-    const icalrecurrencetype recurrence = icalrecurrencetype_from_string(rule.toUtf8().constData());
-    icalerror_clear_errno();
-    return recurrence.freq != ICAL_NO_RECURRENCE;
+    return !rule.trimmed().isEmpty() && ruleOf(rule).freq != ICAL_NO_RECURRENCE;
 }
 
 std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, const std::vector<Date> &overridden,
                                    int limit, int maxSteps)
 {
     std::vector<Date> starts;
-    if (!series.StartDate.toDateTime().isValid() || !(from < to))
+    const double value = series.StartDate.value();
+    if (!std::isfinite(value) || !(from < to))
         return starts;
-    if (!isReadableRule(series.Recurrence)) {
+    // A host's start outside the years a date holds repeats nothing.
+    const int year = series.StartDate.toDate().year();
+    const bool plain = series.Recurrence.trimmed().isEmpty() || year < 100 || year > 9999;
+    const icalrecurrencetype rule = plain ? icalrecurrencetype{} : ruleOf(series.Recurrence);
+    if (plain || rule.freq == ICAL_NO_RECURRENCE) {
         if (inside(series.StartDate, from, to))
             starts.push_back(series.StartDate);
         return starts;
     }
-    const icalrecurrencetype rule = icalrecurrencetype_from_string(series.Recurrence.toUtf8().constData());
     const icaltimetype dtstart = floating(series.StartDate);
     std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, dtstart),
                                                                            icalrecur_iterator_free);
@@ -110,6 +123,25 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
     if (int(starts.size()) > limit)
         starts.resize(size_t(limit));
     return starts;
+}
+
+const std::vector<Date> &OccurrenceCache::starts(const Schedule &series, Date from, Date to,
+                                                  const std::vector<Date> &overridden)
+{
+    // Bits, not numbers: a NaN start is the same NaN.
+    const auto same = [](double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; };
+    Entry &entry = m_entries[series.Key];
+    if (!(entry.rule == series.Recurrence && entry.dates == series.RecurrenceDates
+          && entry.exceptions == series.ExceptionDates && same(entry.start, series.StartDate.value())
+          && same(entry.from, from.value()) && same(entry.to, to.value()) && entry.overridden == overridden)) {
+        if (m_entries.size() > 100000)
+            m_entries.clear(); // series long gone; the entry is made again below
+        Entry &fresh = m_entries[series.Key];
+        fresh = Entry{series.Recurrence, series.RecurrenceDates, series.ExceptionDates, series.StartDate.value(),
+                      from.value(), to.value(), overridden, occurrenceStarts(series, from, to, overridden)};
+        return fresh.starts;
+    }
+    return entry.starts;
 }
 
 } // namespace dayvex

@@ -3,6 +3,7 @@
 #include <dayvex/dayvex_export.h>
 #include <dayvex/platform/date.h>
 
+#include <QHash>
 #include <QString>
 
 #include <vector>
@@ -30,5 +31,24 @@ DAYVEX_CORE_EXPORT bool isReadableRule(const QString &rule);
 DAYVEX_CORE_EXPORT std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to,
                                                       const std::vector<Date> &overridden = {}, int limit = 1000,
                                                       int maxSteps = 100000);
+
+/// occurrenceStarts for redraws: the last answer for a series again while its
+/// rule, start, dates, the range and the overridden starts are all the same,
+/// computed anew otherwise; so a redraw of the same days asks libical nothing.
+class DAYVEX_CORE_EXPORT OccurrenceCache
+{
+public:
+    const std::vector<Date> &starts(const Schedule &series, Date from, Date to, const std::vector<Date> &overridden);
+
+private:
+    struct Entry
+    {
+        QString rule, dates, exceptions;
+        double start = 0, from = 0, to = 0;
+        std::vector<Date> overridden;
+        std::vector<Date> starts;
+    };
+    QHash<QString, Entry> m_entries;
+};
 
 } // namespace dayvex
