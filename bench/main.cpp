@@ -305,6 +305,25 @@ int runOne(int n, int v)
             data->Schedules()->Remove(QStringLiteral("w%1").arg(i));
     }
 
+    // A file of 10,000 events, 500 of them weekly series, read into a plan of its own, series kept whole.
+    {
+        QByteArray file = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//bench//EN\r\n";
+        for (int i = 0; i < 10000; ++i) {
+            const QDate day = ShownDay.addDays(i % 365 - 180);
+            file += "BEGIN:VEVENT\r\nUID:bench-" + QByteArray::number(i) + "\r\nDTSTART:"
+                    + day.toString(QStringLiteral("yyyyMMdd")).toLatin1() + "T0" + QByteArray::number(8 + i % 2)
+                    + "0000\r\nDURATION:PT45M\r\nSUMMARY:Event " + QByteArray::number(i) + "\r\n"
+                    + (i % 20 == 0 ? "RRULE:FREQ=WEEKLY;COUNT=52\r\n" : "") + "END:VEVENT\r\n";
+        }
+        file += "END:VCALENDAR\r\n";
+        ImportOptions keep;
+        keep.keepSeries = true;
+        report(n, v, "import.ics", measure(control, [&](int) {
+            DayvexData into;
+            importICalendarData(file, into, keep);
+        }, false));
+    }
+
     // One pointer step of a box's drag across the week: ghost, tooltip and what they repaint.
     control.setDragEditing(true);
     control.Refresh(zntPlanShowWeek);

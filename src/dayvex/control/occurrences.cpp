@@ -34,7 +34,9 @@ std::vector<std::shared_ptr<Schedule>> zntDayvexPrivate::withOccurrences(std::ve
         const bool reminded = Alarms::isPending(s->ReminderDate);
         if (!m_occurrences)
             m_occurrences = std::make_unique<OccurrenceCache>();
-        for (Date start : m_occurrences->starts(*s, from, range.to, overridden[s->Key.toCaseFolded()])) {
+        static const std::vector<Date> none;
+        const auto moved = overridden.empty() ? overridden.end() : overridden.find(s->Key.toCaseFolded());
+        for (Date start : m_occurrences->starts(*s, from, range.to, moved == overridden.end() ? none : moved->second)) {
             const Date end = start.addMinutes(minutes);
             if (overlapping && start < range.from && !(range.from < end))
                 continue; // ends as the range begins
