@@ -226,6 +226,7 @@ void AppointmentEditor::store()
         stored = schedules->addWithStep(filled, host().settings().DayStepMinutes);
         if (host().storesTrueEnd() && working->StartDate < working->EndDate)
             stored->EndDate = working->EndDate;
+        emit added(stored->Key);
     } else {
         stored = schedules->Item(m_values.Key);
         before = *stored;

@@ -31,6 +31,10 @@ public:
     void edit(const QString &formKey, const Schedule &values);
     QString recordKey() const override { return isNew() ? QString() : m_values.Key; }
 
+signals:
+    // A new appointment was stored under key.
+    void added(const QString &key);
+
 protected:
     void load() override;
     void store() override;
