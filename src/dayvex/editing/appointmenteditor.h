@@ -13,6 +13,8 @@ class QTimeEdit;
 
 namespace dayvex {
 
+class RepeatRow;
+
 // frmAppuntamento: the dialog in which the user creates, changes or deletes one
 // appointment, shown without modality by the New and Modify commands.
 class AppointmentEditor : public EditorForm
@@ -65,6 +67,8 @@ private:
     QLabel *m_contattoLabel = nullptr;
     QCheckBox *m_promemoria = nullptr;
     QComboBox *m_tempoPromemoria = nullptr;
+    QLabel *m_repeatLabel = nullptr;
+    RepeatRow *m_repeat = nullptr;
 };
 
 } // namespace dayvex
