@@ -11,6 +11,7 @@
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QSignalSpy>
+#include <QSpinBox>
 #include <QUndoStack>
 #include <QTimeEdit>
 
@@ -55,6 +56,7 @@ private slots:
     void cleanup()
     {
         m_driver.stop();
+        setScopeAnswerer({});
         m_control.reset();
         QVERIFY(!QApplication::overrideCursor());
     }
@@ -629,6 +631,147 @@ private slots:
         QCOMPARE(dropped.count(), 1);
         QCOMPARE(appointment().StartDate, at(2000, 12, 4, 11));
         QCOMPARE(m_control->undoStack()->count(), 0);
+    }
+
+    // The Sunday 11:00 of 3 December in a weekly series from 19 November (its 26
+    // November moved to a record of its own, "8"), acted on with each scope.
+    // records: key, start, rule, exceptions, series and occurrence, the series' and the new record's.
+    void seriesScope_data()
+    {
+        columns<bool, int, bool, QStringList, QString, QStringList>("remove", "scope", "veto", "events", "editor",
+                                                                      "records");
+        const QString series = "9|20001119T110000|FREQ=WEEKLY;COUNT=10|||";
+        const QString moved = "8|20001126T140000|||9|20001126T110000";
+        const QStringList change{"BeforeScheduleChange", "ValidateSchedule", "ScheduleChanged"};
+        const QStringList add{"BeforeScheduleAdd", "ValidateSchedule", "ScheduleAdded"};
+        const QString ended = "9|20001119T110000|FREQ=WEEKLY;UNTIL=20001203T105959|||";
+        const int one = int(SeriesScope::This), following = int(SeriesScope::Following), whole = int(SeriesScope::Whole);
+        for (const bool remove : {true, false}) {
+            const char *command = remove ? "delete" : "modify";
+            QTest::addRow("%s, cancelled", command) << remove << int(SeriesScope::Cancel) << false << QStringList()
+                                                    << "" << QStringList{moved, series};
+            for (const int scope : {one, following, whole}) {
+                const QString first = remove && scope == whole ? "BeforeScheduleDelete"
+                                      : !remove && scope == one ? "BeforeScheduleAdd"
+                                                                : "BeforeScheduleChange";
+                QTest::addRow("%s, scope %d, vetoed", command, scope)
+                    << remove << scope << true << QStringList{first} << "" << QStringList{moved, series};
+            }
+        }
+        QTest::newRow("delete, this") << true << one << false << change << ""
+                                      << QStringList{moved, "9|20001119T110000|FREQ=WEEKLY;COUNT=10|20001203T110000||"};
+        QTest::newRow("delete, following") << true << following << false << change << "" << QStringList{moved, ended};
+        QTest::newRow("delete, whole") << true << whole << false
+                                       << QStringList{"BeforeScheduleDelete", "ScheduleDeleted", "ScheduleDeleted"}
+                                       << "" << QStringList();
+        QTest::newRow("modify, this") << false << one << false << add << AppointmentEditor::NewKey
+                                      << QStringList{"10|20001203T110000|||9|20001203T110000", moved, series};
+        QTest::newRow("modify, following")
+            << false << following << false
+            << QStringList{"BeforeScheduleChange", "ValidateSchedule", "BeforeScheduleAdd", "ValidateSchedule",
+                           "ScheduleAdded", "ScheduleChanged"}
+            << AppointmentEditor::NewKey << QStringList{"10|20001203T110000|FREQ=WEEKLY|||", moved, ended};
+        QTest::newRow("modify, whole") << false << whole << false << change << "0000000000009"
+                                       << QStringList{moved, series};
+    }
+
+    void seriesScope()
+    {
+        QFETCH(bool, remove);
+        QFETCH(int, scope);
+        QFETCH(bool, veto);
+        QFETCH(QString, editor);
+        auto series = m_data->Schedules()->Add("9", "Rossi", at(2000, 11, 19, 11), at(2000, 11, 19, 12), "", "", "",
+                                               "Corso", "", Date());
+        series->Recurrence = "FREQ=WEEKLY;COUNT=10";
+        auto moved = m_data->Schedules()->Add("8", "Rossi", at(2000, 11, 26, 14), at(2000, 11, 26, 15), "", "", "",
+                                              "Corso", "", Date());
+        moved->SeriesKey = "9";
+        moved->RecurrenceId = at(2000, 11, 26, 11);
+        m_control->Refresh(zntPlanShowDay);
+        QTest::mouseClick(boxOf(agendaGrid(m_control.get()), "9"), Qt::LeftButton, {}, QPoint(3, 3));
+        int asked = 0;
+        setScopeAnswerer([&](const QString &) { return ++asked, SeriesScope(scope); });
+        m_host.answer.Cancel = veto;
+        QString opened;
+        m_driver.whenOpen(AppointmentForm, [&](QDialog *form) {
+            opened = static_cast<EditorForm *>(form)->formKey();
+            press(form, "Salva");
+        });
+        remove ? m_control->mnElimina_Click() : m_control->mnModifica_Click();
+
+        QCOMPARE(asked, 1);
+        QTEST(m_host.log, "events");
+        QCOMPARE(opened, editor);
+        QStringList records;
+        for (const auto &s : *m_data->Schedules())
+            if (s->Key != "7")
+                records << QStringList{s->Key, s->StartDate.toDateTime().toString("yyyyMMdd'T'HHmmss"), s->Recurrence,
+                                       s->ExceptionDates, s->SeriesKey,
+                                       s->RecurrenceId.isEmpty() ? "" : s->RecurrenceId.toDateTime().toString("yyyyMMdd'T'HHmmss")}
+                               .join('|');
+        records.sort();
+        QTEST(records, "records");
+    }
+
+    // The editor's Repeat row on appointment 7 given rule; edit changes it as the user would.
+    void repeatRow_data()
+    {
+        columns<QString, bool, std::function<void(QDialog *)>, bool, QString>("rule", "modern", "edit", "readable",
+                                                                             "saved");
+        const auto none = [](QDialog *) {};
+        QTest::newRow("weekly, kept") << "FREQ=WEEKLY;BYDAY=SU;COUNT=10" << false
+                                      << std::function<void(QDialog *)>([](QDialog *form) {
+                                             QCOMPARE(field<QComboBox>(form, "Ripeti")->currentIndex(), 2);
+                                             QCOMPARE(field<QSpinBox>(form, "Volte")->value(), 10);
+                                         })
+                                      << true << "FREQ=WEEKLY;BYDAY=SU;COUNT=10";
+        QTest::newRow("weekly, every second") << "FREQ=WEEKLY;BYDAY=SU;COUNT=10" << false
+                                              << std::function<void(QDialog *)>([](QDialog *form) {
+                                                     field<QSpinBox>(form, "OgniN")->setValue(2);
+                                                 })
+                                              << true << "FREQ=WEEKLY;INTERVAL=2;COUNT=10";
+        QTest::newRow("cut series, its end kept") << "FREQ=DAILY;UNTIL=20001210T085959" << false
+                                                  << std::function<void(QDialog *)>([](QDialog *form) {
+                                                         field<QSpinBox>(form, "OgniN")->setValue(3);
+                                                     })
+                                                  << true << "FREQ=DAILY;INTERVAL=3;UNTIL=20001210T085959";
+        QTest::newRow("no longer repeats") << "FREQ=DAILY" << false << std::function<void(QDialog *)>([](QDialog *form) {
+            field<QComboBox>(form, "Ripeti")->setCurrentIndex(0);
+        }) << true << "";
+        QTest::newRow("unreadable, kept") << "FREQ=MONTHLY;BYDAY=1MO" << false << std::function<void(QDialog *)>(none)
+                                          << false << "FREQ=MONTHLY;BYDAY=1MO";
+        QTest::newRow("modern, daily until") << "" << true << std::function<void(QDialog *)>([](QDialog *form) {
+            field<QComboBox>(form, "Ripeti")->setCurrentIndex(1);
+            field<QComboBox>(form, "FineRipeti")->setCurrentIndex(1);
+            field<QDateEdit>(form, "RipetiFino")->setDate(QDate(2000, 12, 20));
+        }) << true << "FREQ=DAILY;UNTIL=20001220T235959";
+        // Classic keeps its form for a single appointment.
+        QTest::newRow("classic, single") << "" << false << std::function<void(QDialog *)>([](QDialog *form) {
+            QVERIFY(!field<QWidget>(form, "Ripetizione")->isVisible());
+        }) << true << "";
+    }
+
+    void repeatRow()
+    {
+        QFETCH(QString, rule);
+        QFETCH(bool, modern);
+        QFETCH(std::function<void(QDialog *)>, edit);
+        QFETCH(bool, readable);
+        if (modern)
+            m_control->setPresentation(zntDayvex::Modern);
+        appointment().Recurrence = rule;
+        m_driver.whenOpen(AppointmentForm, [&](QDialog *form) {
+            const auto saved = qScopeGuard([form] { press(form, "Salva"); });
+            QWidget *row = field<QWidget>(form, "Ripetizione");
+            QCOMPARE(row->isVisible(), modern || !rule.isEmpty());
+            QCOMPARE(field<QWidget>(form, "Ripeti")->isVisibleTo(row), readable);
+            QCOMPARE(field<QLineEdit>(form, "Regola")->isVisibleTo(row), !readable);
+            edit(form);
+        });
+        m_control->select("7", zntDayvex::SelectedKind::Appointment);
+        m_control->mnModifica_Click();
+        QTEST(appointment().Recurrence, "saved");
     }
 
 private:

@@ -127,7 +127,7 @@ void zntDayvexPrivate::dropVanishedSelection()
     m_gestures->select(selection.kind, QString());
 }
 
-void zntDayvexPrivate::runOnSelection(void (AppointmentCommands::*appointment)(const QString &),
+void zntDayvexPrivate::runOnSelection(void (AppointmentCommands::*appointment)(const QString &, Date),
                                       void (ToDoCommands::*todo)(const QString &))
 {
     runLoggingErrors("zntDayvex", [&] {
@@ -142,7 +142,7 @@ void zntDayvexPrivate::runOnSelection(void (AppointmentCommands::*appointment)(c
         if (isToDo)
             (m_todos.get()->*todo)(key);
         else
-            (m_appointments.get()->*appointment)(key);
+            (m_appointments.get()->*appointment)(key, m_gestures->selection().occurrence);
     });
 }
 

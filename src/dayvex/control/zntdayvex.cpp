@@ -350,12 +350,12 @@ void zntDayvex::mnNuovo_Click()
 
 void zntDayvex::mnModifica_Click()
 {
-    d->m_appointments->modify(d->m_gestures->selection().appointmentKey);
+    d->m_appointments->modify(d->m_gestures->selection().appointmentKey, d->m_gestures->selection().occurrence);
 }
 
 void zntDayvex::mnElimina_Click()
 {
-    d->m_appointments->remove(d->m_gestures->selection().appointmentKey);
+    d->m_appointments->remove(d->m_gestures->selection().appointmentKey, d->m_gestures->selection().occurrence);
 }
 
 // ---- layout ----

@@ -150,7 +150,7 @@ public:
     void dropVanishedSelection();
     // Runs the command of the selected record's kind on it, when the plan still
     // holds it; a kind without a command (nullptr) only warns. Errors are logged.
-    void runOnSelection(void (AppointmentCommands::*appointment)(const QString &),
+    void runOnSelection(void (AppointmentCommands::*appointment)(const QString &, Date),
                         void (ToDoCommands::*todo)(const QString &));
 
     void createChildren();

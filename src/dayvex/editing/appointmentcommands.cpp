@@ -41,34 +41,41 @@ void AppointmentCommands::newAppointment(Date proposed, std::optional<Date> end)
     mSca->StartDate = proposed;
     mSca->EndDate = end.value_or(proposed);
 
-    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleAdd, mSca);
-    if (answer.Cancel)
-        return; // nothing changed, nothing redrawn
-    if (answer.ExternalHandled) {
-        if (!mSca)
-            mSca = std::make_shared<Schedule>();
-        if (mSca->Description.trimmed().isEmpty())
-            throw invalidSchedule();
-        try {
-            schedules->addWithStep(*mSca, m_host.settings().DayStepMinutes);
-        } catch (const Error &) {
-            throw invalidSchedule();
-        }
-        m_host.RaiseScheduleAdded(mSca);
-    } else {
-        if (!runEditor(running, AppointmentEditor::NewKey, *mSca))
-            return;
-    }
-    m_host.redraw();
+    if (add(running, mSca))
+        m_host.redraw();
 }
 
-void AppointmentCommands::modify(const QString &key)
+bool AppointmentCommands::add(const RunningCommand &running, std::shared_ptr<Schedule> mSca, bool *stored)
+{
+    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleAdd, mSca);
+    if (answer.Cancel)
+        return false; // nothing changed, nothing redrawn
+    if (!answer.ExternalHandled)
+        return runEditor(running, AppointmentEditor::NewKey, *mSca, stored);
+    if (!mSca)
+        mSca = std::make_shared<Schedule>();
+    if (mSca->Description.trimmed().isEmpty())
+        throw invalidSchedule();
+    try {
+        m_host.editedPlan()->Schedules()->addWithStep(*mSca, m_host.settings().DayStepMinutes);
+    } catch (const Error &) {
+        throw invalidSchedule();
+    }
+    if (stored)
+        *stored = true;
+    m_host.RaiseScheduleAdded(mSca);
+    return true;
+}
+
+void AppointmentCommands::modify(const QString &key, Date occurrence)
 {
     if (m_running.isSet())
         return;
     const RunningCommand running(m_running);
 
     std::shared_ptr<Schedule> mSca = m_host.editedPlan()->Schedules()->Item(key);
+    if (bool asked; seriesScopeDone(&running, mSca, occurrence, asked))
+        return;
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleChange, mSca);
     if (answer.Cancel)
         return;
@@ -84,17 +91,22 @@ void AppointmentCommands::modify(const QString &key)
     m_host.redraw();
 }
 
-void AppointmentCommands::remove(const QString &key)
+void AppointmentCommands::remove(const QString &key, Date occurrence)
 {
     // The editor open on it has the user's input: its own Delete is the way.
     if (m_editor && m_editor->recordKey() == key)
         return;
     const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
     std::shared_ptr<Schedule> mSca = plan->Schedules()->Item(key);
+    bool asked = false;
+    if (seriesScopeDone(nullptr, mSca, occurrence, asked))
+        return;
+    const bool series = !mSca->Recurrence.isEmpty();
     const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleDelete, mSca);
     if (answer.Cancel)
         return;
-    if (!answer.ExternalHandled) {
+    // The scope question was the confirmation.
+    if (!answer.ExternalHandled && !asked) {
         if (!confirm(m_host.dialogParent(), m_host.language(), Text::DeletingAppointmentMsg, PromptIcon::Exclamation))
             return;
     }
@@ -107,6 +119,8 @@ void AppointmentCommands::remove(const QString &key)
         recordChange(m_host, stepText(QLatin1Char('S'), Step::Delete), std::optional(before), std::optional<Schedule>());
     });
     m_host.RaiseScheduleDeleted(mSca);
+    if (series)
+        removeOverrides(key);
     m_host.redraw();
 }
 
@@ -152,9 +166,12 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end)
     return true;
 }
 
-bool AppointmentCommands::runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values)
+bool AppointmentCommands::runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values,
+                                    bool *added)
 {
     auto *editor = new AppointmentEditor(m_host, m_host.dialogParent());
+    if (added)
+        QObject::connect(editor, &AppointmentEditor::added, editor, [added] { *added = true; });
     editor->edit(formKey, values);
     m_editor = editor;
     return showUntilHidden(editor, running);

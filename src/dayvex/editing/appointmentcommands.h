@@ -28,8 +28,10 @@ public:
     // A new appointment starting and ending at proposed.
     // end, when given, proposes a length too (the slots selected or dragged over).
     void newAppointment(Date proposed, std::optional<Date> end = std::nullopt);
-    void modify(const QString &key);
-    void remove(const QString &key);
+    // occurrence: the start of the occurrence chosen when key is a series; the
+    // person then picks which occurrences the command acts on (see README).
+    void modify(const QString &key, Date occurrence = {});
+    void remove(const QString &key, Date occurrence = {});
     // Gives the appointment of key the times a drag dropped it at. The host sees
     // a copy carrying them, first in BeforeScheduleChange (Cancel ends it there;
     // ExternalHandled leaves the change to the host, and nothing more is raised),
@@ -46,7 +48,29 @@ public:
 
 private:
     // Shows the editor and waits; false when the control went away meanwhile.
-    bool runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values);
+    // added, when given, tells whether the editor stored a new record.
+    bool runEditor(const RunningCommand &running, const QString &formKey, const Schedule &values,
+                   bool *added = nullptr);
+    // BeforeScheduleAdd for mSca, then the host's add or the editor on it. False
+    // when the host cancelled or the control went away; stored tells whether a record was.
+    bool add(const RunningCommand &running, std::shared_ptr<Schedule> mSca, bool *stored = nullptr);
+
+    // The occurrence of series at occurrence as a record of its own, opened as new.
+    void addOverride(const RunningCommand &running, const Schedule &series, Date occurrence);
+    // Ends series before occurrence and opens a copy starting there as new.
+    void splitSeries(const RunningCommand &running, const QString &key, Date occurrence);
+    // Asks which occurrences of series, when occurrence names one, and acts on
+    // all but the whole series (asked tells whether the question came). running:
+    // a Modify's, none for a Delete. True when the command is done.
+    bool seriesScopeDone(const RunningCommand *running, const std::shared_ptr<Schedule> &series, Date occurrence,
+                         bool &asked);
+    // Deletes the records that stand for occurrences of the series of key.
+    void removeOverrides(const QString &key);
+    // The host's say on the series of live taking the rule and dates of proposed:
+    // BeforeScheduleChange, then ValidateSchedule. The host may change proposed.
+    enum class Agreed { No, External, Yes };
+    Agreed askSeriesChange(std::shared_ptr<Schedule> &proposed);
+    void applySeriesChange(const QString &key, const Schedule &proposed);
 
     EditingHost &m_host;
     // Set from the start of a New or Modify (of either kind) until its editor is

@@ -3,6 +3,7 @@
 #include "editinghost.h"
 #include "editorform.h"
 #include "prompts.h"
+#include "repeatrow.h"
 
 #include <dayvex/platform/error.h>
 
@@ -68,6 +69,7 @@ void AppointmentEditor::createFields()
     m_contatto = named(new QLineEdit(this), "Contatto");
     m_promemoria = named(new QCheckBox(caption(Text::Remind, "avvisa"), this), "Promemoria");
     m_tempoPromemoria = leadTimes(this);
+    m_repeat = named(new RepeatRow(dateFormat, this), "Ripetizione");
 
     // Owner, category and contact code changes are not unsaved changes, as designed.
     const auto changed = [this] { markChanged(); };
@@ -77,6 +79,7 @@ void AppointmentEditor::createFields()
     connect(m_oraIni, &QTimeEdit::timeChanged, this, changed);
     connect(m_oraFine, &QTimeEdit::timeChanged, this, changed);
     connect(m_promemoria, &QCheckBox::toggled, this, changed);
+    connect(m_repeat, &RepeatRow::edited, this, changed);
     connect(m_tempoPromemoria, &QComboBox::currentIndexChanged, this, changed);
     for (QDateEdit *date : {m_datIni, m_datFine}) {
         connect(date, &QDateEdit::dateChanged, this, [this] {
@@ -115,6 +118,9 @@ void AppointmentEditor::layOut()
     grid->addWidget(m_codCont, 5, 1);
     grid->addWidget(m_contattoLabel, 5, 2);
     grid->addWidget(m_contatto, 5, 3);
+    m_repeatLabel = label(Text::Repeat, "ripeti");
+    grid->addWidget(m_repeatLabel, 6, 0);
+    grid->addWidget(m_repeat, 6, 1, 1, 3);
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
 
@@ -131,6 +137,11 @@ void AppointmentEditor::layOut()
     form->addLayout(buttonRow());
     orderFocus({m_desApp, m_datIni, m_oraIni, m_datFine, m_oraFine, m_cbCategorie, m_cbUtente, m_cbLuogo, m_codCont,
                 m_contatto, m_promemoria, m_tempoPromemoria});
+    QWidgetList chain = m_repeat->fields();
+    chain.append(m_promemoria);
+    QWidget *previous = m_contatto;
+    for (QWidget *next : chain)
+        setTabOrder(std::exchange(previous, next), next);
 }
 
 void AppointmentEditor::edit(const QString &formKey, const Schedule &values)
@@ -173,6 +184,12 @@ void AppointmentEditor::load()
     showLeadTime(m_tempoPromemoria,
                  reminded ? form::minutesBetween(m_values.ReminderDate, m_values.StartDate) : 15);
 
+    m_repeat->setRule(m_values.Recurrence, start.date());
+    // Classic keeps its form for single appointments.
+    const bool repeats = host().storesTrueEnd() || !m_values.Recurrence.isEmpty();
+    m_repeatLabel->setVisible(repeats);
+    m_repeat->setVisible(repeats);
+
     const bool contacts = host().settings().ContactCodeEnabled;
     for (QWidget *field : std::initializer_list<QWidget *>{m_codCont, m_contatto, m_codContLabel, m_contattoLabel})
         field->setVisible(contacts);
@@ -207,6 +224,7 @@ void AppointmentEditor::store()
     working->Description = m_desApp->text();
     working->ContactCode = m_codCont->text();
     working->Contact = m_contatto->text();
+    working->Recurrence = m_repeat->rule();
 
     bool cancel = false;
     host().RaiseValidateSchedule(working, cancel);
@@ -226,6 +244,7 @@ void AppointmentEditor::store()
         stored = schedules->addWithStep(filled, host().settings().DayStepMinutes);
         if (host().storesTrueEnd() && working->StartDate < working->EndDate)
             stored->EndDate = working->EndDate;
+        emit added(stored->Key);
     } else {
         stored = schedules->Item(m_values.Key);
         before = *stored;
@@ -238,6 +257,7 @@ void AppointmentEditor::store()
         stored->Description = working->Description;
         stored->Place = working->Place;
         stored->ReminderDate = working->ReminderDate;
+        stored->Recurrence = working->Recurrence;
     }
     finishStore(QLatin1Char('S'), *stored, before, [&, added = isNew()] {
         if (added)

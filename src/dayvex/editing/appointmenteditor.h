@@ -13,6 +13,8 @@ class QTimeEdit;
 
 namespace dayvex {
 
+class RepeatRow;
+
 // frmAppuntamento: the dialog in which the user creates, changes or deletes one
 // appointment, shown without modality by the New and Modify commands.
 class AppointmentEditor : public EditorForm
@@ -30,6 +32,10 @@ public:
     // are the record's fields, or a new appointment's proposed times.
     void edit(const QString &formKey, const Schedule &values);
     QString recordKey() const override { return isNew() ? QString() : m_values.Key; }
+
+signals:
+    // A new appointment was stored under key.
+    void added(const QString &key);
 
 protected:
     void load() override;
@@ -61,6 +67,8 @@ private:
     QLabel *m_contattoLabel = nullptr;
     QCheckBox *m_promemoria = nullptr;
     QComboBox *m_tempoPromemoria = nullptr;
+    QLabel *m_repeatLabel = nullptr;
+    RepeatRow *m_repeat = nullptr;
 };
 
 } // namespace dayvex

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QEventLoop>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QPointer>
 #include <QWidget>
 
@@ -15,6 +16,18 @@ PromptAnswerer &promptAnswerer()
 {
     static PromptAnswerer answerer;
     return answerer;
+}
+
+ScopeAnswerer &scopeAnswerer()
+{
+    static ScopeAnswerer answerer;
+    return answerer;
+}
+
+QString textOrDefault(const LanguageTable &language, Text key)
+{
+    const QString loaded = language.text(key);
+    return loaded.isEmpty() ? defaultText(key) : loaded;
 }
 
 // Ends a loop when the form it watches is hidden.
@@ -61,10 +74,39 @@ bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon)
     return yes;
 }
 
+void setScopeAnswerer(ScopeAnswerer answerer)
+{
+    scopeAnswerer() = std::move(answerer);
+}
+
+SeriesScope askScope(QWidget *parent, const LanguageTable &language)
+{
+    const QString text = textOrDefault(language, Text::SeriesScopeMsg);
+    if (const ScopeAnswerer &answerer = scopeAnswerer())
+        return answerer(text);
+    QPointer<QMessageBox> box = new QMessageBox(QMessageBox::Question, QGuiApplication::applicationDisplayName(), text,
+                                                QMessageBox::Cancel, parent);
+    const std::pair<Text, SeriesScope> choices[] = {{Text::ThisOccurrence, SeriesScope::This},
+                                                     {Text::FollowingOccurrences, SeriesScope::Following},
+                                                     {Text::WholeSeries, SeriesScope::Whole}};
+    std::vector<std::pair<QAbstractButton *, SeriesScope>> buttons;
+    for (const auto &[key, scope] : choices)
+        buttons.emplace_back(box->addButton(textOrDefault(language, key), QMessageBox::AcceptRole), scope);
+    // The narrowest change is the one a stray Enter makes.
+    box->setDefaultButton(static_cast<QPushButton *>(buttons.front().first));
+    box->exec();
+    SeriesScope chosen = SeriesScope::Cancel;
+    if (box)
+        for (const auto &[button, scope] : buttons)
+            if (box->clickedButton() == button)
+                chosen = scope;
+    delete box.data();
+    return chosen;
+}
+
 bool confirm(QWidget *parent, const LanguageTable &language, Text message, PromptIcon icon)
 {
-    const QString loaded = language.text(message);
-    return askYesNo(parent, loaded.isEmpty() ? defaultText(message) : loaded, icon);
+    return askYesNo(parent, textOrDefault(language, message), icon);
 }
 
 BusyCursor::BusyCursor()

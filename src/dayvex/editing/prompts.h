@@ -22,6 +22,13 @@ bool askYesNo(QWidget *parent, const QString &text, PromptIcon icon);
 // askYesNo with a message of the language table (its English default before the table is loaded).
 bool confirm(QWidget *parent, const LanguageTable &language, Text message, PromptIcon icon);
 
+// Which occurrences of a series a Modify or Delete acts on; Cancel does nothing.
+// Tests answer through setScopeAnswerer, as setPromptAnswerer does for Yes/No.
+enum class SeriesScope { Cancel, This, Following, Whole };
+using ScopeAnswerer = std::function<SeriesScope(const QString &text)>;
+void setScopeAnswerer(ScopeAnswerer answerer);
+SeriesScope askScope(QWidget *parent, const LanguageTable &language);
+
 // The hourglass over the whole application while it lives; nests.
 class BusyCursor
 {

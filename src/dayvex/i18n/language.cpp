@@ -73,6 +73,11 @@ constexpr std::array<Entry, TextCount> Entries = {{
     {"UnsavedChangesMsg", "There are unsaved changes. Are you shure you want to continue?"},
     {"RemindMeIn5Minutes", "remind me in 5 minutes"},
     {"DontRemind", "don't remind anymore"},
+    {"SeriesScopeMsg", "This appointment repeats. Which occurrences?"},
+    {"ThisOccurrence", "This occurrence"},
+    {"FollowingOccurrences", "This and the following"},
+    {"WholeSeries", "The whole series"},
+    {"Repeat", "repeat"},
 }};
 
 QString &folderCache()

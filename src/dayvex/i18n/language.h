@@ -21,8 +21,9 @@ enum class Text {
     Project, StartDate, StartTime, EndTime, Time, Remind, MinutesBefore,
     Reminder, DateTime, DeletingAppointmentMsg, DeletingToDoMsg,
     UnsavedChangesMsg, RemindMeIn5Minutes, DontRemind,
+    SeriesScopeMsg, ThisOccurrence, FollowingOccurrences, WholeSeries, Repeat,
 };
-constexpr int TextCount = int(Text::DontRemind) + 1;
+constexpr int TextCount = int(Text::Repeat) + 1;
 
 DAYVEX_CORE_EXPORT QString languageKey(Text text);
 DAYVEX_CORE_EXPORT QString defaultText(Text text);

@@ -104,12 +104,23 @@ GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *gr
     });
 }
 
-void GestureRouter::select(ViewSelection::Kind kind, const QString &key)
+void GestureRouter::select(const AgendaEntry &entry)
+{
+    select(ViewSelection::Kind::Appointment, entry.key, entry.series ? entry.start : Date());
+}
+
+void GestureRouter::select(ViewSelection::Kind kind, const QString &key, Date occurrence)
 {
     QString &held = kind == ViewSelection::Kind::ToDo ? m_selection.toDoKey : m_selection.appointmentKey;
     const ViewSelection::Kind chosen = key.isEmpty() ? ViewSelection::Kind::None : kind;
-    if (held == key && m_selection.kind == chosen)
+    if (kind == ViewSelection::Kind::Appointment) {
+        const bool sameOccurrence = m_selection.occurrence == occurrence;
+        m_selection.occurrence = occurrence;
+        if (held == key && m_selection.kind == chosen && sameOccurrence)
+            return;
+    } else if (held == key && m_selection.kind == chosen) {
         return;
+    }
     held = key;
     m_selection.kind = chosen;
     m_host.selectionMoved();
@@ -135,7 +146,7 @@ void GestureRouter::watchBox(AppointmentBox *box)
     const ItemGestures *gestures = box->gestures();
     connect(gestures, &ItemGestures::clicked, this, [this, box] { runFromUser([&] { showBoxDetails(box); }); });
     watchAppointmentGestures(gestures, [this, box] {
-        select(ViewSelection::Kind::Appointment, box->entry().key);
+        select(box->entry());
         return true;
     });
 }
@@ -194,7 +205,7 @@ void GestureRouter::onGridReleased(const QPoint &pos, Qt::MouseButton button, co
     // The menu key over a box (a mouse there reaches the box): the box's menu, as its right click.
     if (button == Qt::RightButton && m_host.modernGestures() && row >= 0 && column >= 0) {
         if (const AppointmentBox *box = m_grid->boxAtCell(row, column)) {
-            select(ViewSelection::Kind::Appointment, box->entry().key);
+            select(box->entry());
             m_host.popUpAppointmentMenu(true, globalPos);
             return;
         }
@@ -215,16 +226,16 @@ void GestureRouter::onCellKey(int key)
     const int row = m_grid->currentRow();
     const int column = m_grid->currentColumn();
     // The appointment at the cell: a box in the day and week views, the day's first line in the month.
-    QString held;
+    const AgendaEntry *held = nullptr;
     if (const std::optional<Date> day = m_grid->monthCellDate(row, column)) {
         for (int i = 0; i < m_grid->dayListCount(); ++i)
             if (m_grid->dayListDate(i) == *day && !m_grid->dayListEntries(i).empty())
-                held = m_grid->dayListEntries(i).front().key;
+                held = &m_grid->dayListEntries(i).front();
     } else if (const AppointmentBox *box = m_grid->boxAtCell(row, column)) {
-        held = box->entry().key;
+        held = &box->entry();
     }
-    if (!held.isEmpty()) {
-        select(ViewSelection::Kind::Appointment, held);
+    if (held && !held->key.isEmpty()) {
+        select(*held);
         m_host.runGestureCommand(enter ? Command::ModifyAppointment : Command::DeleteAppointment);
     } else if (enter) {
         // A new one over the cell, as the menu's entry proposes it.
@@ -273,7 +284,7 @@ void GestureRouter::stepAppointment(int direction)
 void GestureRouter::showBoxDetails(AppointmentBox *box)
 {
     const AgendaEntry &entry = box->entry();
-    select(ViewSelection::Kind::Appointment, entry.key);
+    select(entry);
     // Beside the box, within the grid: the box stays in sight, the calendar uncovered.
     const QRect item(box->mapTo(m_surface, QPoint(0, 0)), box->size());
     m_pane->showAt(m_pane->areaBeside(item, m_grid->geometry()), detail::boxCaption(entry), detail::boxText(entry));
@@ -286,7 +297,7 @@ bool GestureRouter::selectDayLine(int index)
     const std::vector<AgendaEntry> &entries = m_grid->dayListEntries(index);
     if (line < 0 || size_t(line) >= entries.size())
         return false;
-    select(ViewSelection::Kind::Appointment, entries[size_t(line)].key);
+    select(entries[size_t(line)]);
     return true;
 }
 

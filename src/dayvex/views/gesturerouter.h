@@ -12,6 +12,7 @@
 
 namespace dayvex {
 
+class AgendaEntry;
 class AgendaGrid;
 class AppointmentBox;
 class BoxDrag;
@@ -63,7 +64,9 @@ public:
     const ViewSelection &selection() const { return m_selection; }
     // Makes key of that kind the selected record (an empty key selects nothing)
     // and tells the host when that is a change.
-    void select(ViewSelection::Kind kind, const QString &key);
+    void select(ViewSelection::Kind kind, const QString &key, Date occurrence = {});
+    // The box's or line's appointment, with its occurrence when it is one of a series.
+    void select(const AgendaEntry &entry);
     // DragEditing: boxes and month lines can be dragged, and empty slots dragged over.
     void setDragEditing(bool on);
 

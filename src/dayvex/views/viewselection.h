@@ -1,5 +1,7 @@
 #pragma once
 
+#include <dayvex/platform/date.h>
+
 #include <QString>
 
 namespace dayvex {
@@ -13,6 +15,7 @@ struct ViewSelection
     qint32 listaRow = -1;       // the grid's current cell: a new appointment's proposed time
     qint32 listaColumn = -1;
     QString appointmentKey;     // the appointment last clicked, in a box or a day list
+    Date occurrence;            // its start when it is an occurrence of a series; empty otherwise
     QString toDoKey;            // the to-do of the to-do grid's current row
     qint32 pressedListIndex = -1; // the day list last pressed (0-based) and its line then
     qint32 pressedLineIndex = -1;

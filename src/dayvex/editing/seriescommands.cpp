@@ -1,0 +1,181 @@
+#include "appointmentcommands.h"
+
+#include "editinghost.h"
+#include "prompts.h"
+#include "undo.h"
+
+#include <dayvex/model/alarms.h>
+#include <dayvex/model/schedules.h>
+
+#include <QStringList>
+
+namespace dayvex {
+
+namespace {
+
+// The local "yyyyMMddTHHmmss" of the series texts; it sorts as the times do.
+QString stamp(Date when)
+{
+    return when.toDateTime().toString(QStringLiteral("yyyyMMdd'T'HHmmss"));
+}
+
+// The items of a dates text before (or from) the stamp of at.
+QString datesSplitAt(const QString &text, Date at, bool before)
+{
+    const QString cut = stamp(at);
+    QStringList kept;
+    for (const QString &item : text.split(QLatin1Char(','), Qt::SkipEmptyParts))
+        if ((item.trimmed() < cut) == before)
+            kept << item.trimmed();
+    return kept.join(QLatin1Char(','));
+}
+
+// rule without its COUNT and UNTIL parts.
+QStringList openRule(const QString &rule)
+{
+    QStringList parts = rule.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    parts.removeIf([](const QString &part) {
+        const QString name = part.section(QLatin1Char('='), 0, 0).trimmed().toUpper();
+        return name == QLatin1String("COUNT") || name == QLatin1String("UNTIL");
+    });
+    return parts;
+}
+
+// The series with its occurrences from at on left out.
+Schedule endedBefore(const Schedule &series, Date at)
+{
+    Schedule ended = series;
+    ended.Recurrence = (openRule(series.Recurrence) << QStringLiteral("UNTIL=") + stamp(at.addSeconds(-1)))
+                           .join(QLatin1Char(';'));
+    ended.RecurrenceDates = datesSplitAt(series.RecurrenceDates, at, true);
+    ended.ExceptionDates = datesSplitAt(series.ExceptionDates, at, true);
+    return ended;
+}
+
+// A copy of series, or of one of its occurrences, starting at start under a new key.
+std::shared_ptr<Schedule> movedCopy(const Schedule &series, Date start, const QString &key)
+{
+    auto copy = std::make_shared<Schedule>(series);
+    copy->Key = key;
+    copy->StartDate = start;
+    copy->EndDate = start.addMinutes(form::minutesBetween(series.StartDate, series.EndDate));
+    if (!series.ReminderDate.isEmpty())
+        copy->ReminderDate = start.addMinutes(-form::minutesBetween(series.ReminderDate, series.StartDate));
+    return copy;
+}
+
+} // namespace
+
+void AppointmentCommands::addOverride(const RunningCommand &running, const Schedule &series, Date occurrence)
+{
+    auto mSca = movedCopy(series, occurrence, m_host.editedPlan()->Schedules()->NewKey());
+    mSca->Recurrence.clear();
+    mSca->RecurrenceDates.clear();
+    mSca->ExceptionDates.clear();
+    mSca->SeriesKey = series.Key;
+    mSca->RecurrenceId = occurrence;
+    if (add(running, mSca))
+        m_host.redraw();
+}
+
+void AppointmentCommands::splitSeries(const RunningCommand &running, const QString &key, Date occurrence)
+{
+    const std::shared_ptr<Schedules> schedules = m_host.editedPlan()->Schedules();
+    const Schedule series = *schedules->Item(key);
+    auto proposed = std::make_shared<Schedule>(endedBefore(series, occurrence));
+    const Agreed agreed = askSeriesChange(proposed);
+    if (agreed == Agreed::External)
+        m_host.redraw(); // the host splits the series itself
+    if (agreed != Agreed::Yes)
+        return;
+    auto next = movedCopy(series, occurrence, schedules->NewKey());
+    next->Recurrence = openRule(series.Recurrence).join(QLatin1Char(';'));
+    next->RecurrenceDates = datesSplitAt(series.RecurrenceDates, occurrence, false);
+    next->ExceptionDates = datesSplitAt(series.ExceptionDates, occurrence, false);
+    if (bool stored = false; !add(running, next, &stored) || !stored)
+        return; // nothing stored: the series goes on as it was
+    applySeriesChange(key, *proposed);
+}
+
+AppointmentCommands::Agreed AppointmentCommands::askSeriesChange(std::shared_ptr<Schedule> &proposed)
+{
+    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleChange, proposed);
+    if (answer.Cancel || !proposed)
+        return Agreed::No;
+    if (answer.ExternalHandled)
+        return Agreed::External;
+    bool cancel = false;
+    m_host.RaiseValidateSchedule(proposed, cancel);
+    return cancel || !proposed ? Agreed::No : Agreed::Yes;
+}
+
+void AppointmentCommands::applySeriesChange(const QString &key, const Schedule &proposed)
+{
+    // An editor left open meanwhile may have let the series go.
+    std::shared_ptr<Schedule> live = m_host.editedPlan()->Schedules()->find(key);
+    if (!live)
+        return;
+    const Schedule before = *live;
+    live->Recurrence = proposed.Recurrence;
+    live->RecurrenceDates = proposed.RecurrenceDates;
+    live->ExceptionDates = proposed.ExceptionDates;
+    {
+        const auto record = qScopeGuard([&] {
+            recordChange(m_host, stepText(QLatin1Char('S'), Step::Change), std::optional(before), std::optional(*live));
+        });
+        m_host.RaiseScheduleChanged(live);
+    }
+    m_host.redraw();
+}
+
+bool AppointmentCommands::seriesScopeDone(const RunningCommand *running, const std::shared_ptr<Schedule> &series,
+                                          Date occurrence, bool &asked)
+{
+    asked = !series->Recurrence.isEmpty() && !occurrence.isEmpty();
+    if (!asked)
+        return false;
+    SeriesScope scope = askScope(m_host.dialogParent(), m_host.language());
+    // From the first occurrence on is the whole series.
+    if (scope == SeriesScope::Following && !(series->StartDate < occurrence))
+        scope = SeriesScope::Whole;
+    if (scope == SeriesScope::Whole)
+        return false;
+    if (scope == SeriesScope::Cancel)
+        return true;
+    const bool one = scope == SeriesScope::This;
+    if (running) {
+        one ? addOverride(*running, *series, occurrence) : splitSeries(*running, series->Key, occurrence);
+        return true;
+    }
+    // A deletion: the series leaves the occurrence out, or ends before it.
+    auto proposed = std::make_shared<Schedule>(one ? *series : endedBefore(*series, occurrence));
+    if (one) {
+        QString &exceptions = proposed->ExceptionDates;
+        exceptions += (exceptions.isEmpty() ? QString() : QStringLiteral(",")) + stamp(occurrence);
+    }
+    const Agreed agreed = askSeriesChange(proposed);
+    if (agreed == Agreed::Yes)
+        applySeriesChange(series->Key, *proposed);
+    else if (agreed == Agreed::External)
+        m_host.redraw();
+    return true;
+}
+
+void AppointmentCommands::removeOverrides(const QString &key)
+{
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    std::vector<std::shared_ptr<Schedule>> overrides;
+    for (const std::shared_ptr<Schedule> &s : *plan->Schedules())
+        if (!s->SeriesKey.isEmpty() && s->SeriesKey.compare(key, Qt::CaseInsensitive) == 0)
+            overrides.push_back(s);
+    for (std::shared_ptr<Schedule> &s : overrides) {
+        plan->Alarms()->Remove(Alarms::keyFor(QLatin1Char('S'), s->Key));
+        plan->Schedules()->Remove(s->Key);
+        const auto record = qScopeGuard([&, before = *s] {
+            recordChange(m_host, stepText(QLatin1Char('S'), Step::Delete), std::optional(before), std::optional<Schedule>());
+        });
+        m_host.RaiseScheduleDeleted(s);
+    }
+}
+
+} // namespace dayvex
