@@ -309,7 +309,7 @@ public:
     QUndoStack *undoStack() const;
     /// Whether undo() or redo() has a step to take.
     bool canUndo() const;
-    bool canRedo() const;
+    bool canRedo() const; ///< See canUndo().
 
     /// False by default: the host calls Refresh() after changing Plan's records.
     /// True: the control redraws once per turn of the event loop after records
