@@ -33,14 +33,8 @@ void zntDayvexPrivate::createHistory()
                      forward("canUndoChanged", [this](bool on) { emit q->canUndoChanged(on); }));
     QObject::connect(m_undo, &QUndoStack::canRedoChanged, q,
                      forward("canRedoChanged", [this](bool on) { emit q->canRedoChanged(on); }));
-    const auto shortcut = [this](const char *name, QList<QKeySequence> keys, bool back) {
-        auto *action = new QAction(q);
-        action->setObjectName(QString::fromLatin1(name));
-        action->setShortcuts(keys);
-        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        QObject::connect(action, &QAction::triggered, q, [this, back] { takeStep(back); });
-        q->addAction(action);
-        m_historyShortcuts.push_back(action);
+    const auto shortcut = [this](const char *name, const QList<QKeySequence> &keys, bool back) {
+        m_historyShortcuts.push_back(controlShortcut(name, keys, [this, back] { takeStep(back); }));
     };
     shortcut("actUndo", {QKeySequence(Qt::CTRL | Qt::Key_Z)}, true);
     shortcut("actRedo", {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)}, false);

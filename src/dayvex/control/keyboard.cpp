@@ -24,15 +24,8 @@ void zntDayvexPrivate::createShortcuts()
     QWidget::setTabOrder(m_daFare, m_frShowApp);
 
     // Modern's keys, only while the focus is in the control: the host's own stay its own.
-    const auto shortcut = [this](const char *name, const QKeySequence &keys, auto run) {
-        auto *action = new QAction(q);
-        action->setObjectName(QString::fromLatin1(name));
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        QObject::connect(action, &QAction::triggered, q, [this, run] { runFromUser(run); });
-        q->addAction(action);
-        m_shortcuts.push_back(action);
-        return action;
+    const auto shortcut = [this](const char *name, const QKeySequence &keys, std::function<void()> run) {
+        m_shortcuts.push_back(controlShortcut(name, {keys}, std::move(run)));
     };
     for (int view = zntPlanShowDay; view <= zntPlanShowMonth; ++view)
         shortcut(view == zntPlanShowDay ? "actDayView" : view == zntPlanShowWeek ? "actWeekView" : "actMonthView",
@@ -45,6 +38,17 @@ void zntDayvexPrivate::createShortcuts()
     shortcut("actNewToDo", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N), [this] { q->newToDo(); });
     applyShortcuts();
     createHistory();
+}
+
+QAction *zntDayvexPrivate::controlShortcut(const char *name, const QList<QKeySequence> &keys, std::function<void()> run)
+{
+    auto *action = new QAction(q);
+    action->setObjectName(QString::fromLatin1(name));
+    action->setShortcuts(keys);
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    QObject::connect(action, &QAction::triggered, q, [this, run] { runFromUser(run); });
+    q->addAction(action);
+    return action;
 }
 
 void zntDayvexPrivate::applyShortcuts()

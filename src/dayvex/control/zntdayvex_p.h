@@ -14,6 +14,8 @@
 #include <dayvex/views/gesturerouter.h>
 
 #include <functional>
+#include <QKeySequence>
+#include <QList>
 #include <QSet>
 
 #include <memory>
@@ -142,6 +144,8 @@ public:
     // Takes a step back (or forward again); a step the host vetoes stays where it was.
     void takeStep(bool back);
     void applyDragEditing();
+    // A key of the control's own, only while the focus is in it: the host's keys stay the host's.
+    QAction *controlShortcut(const char *name, const QList<QKeySequence> &keys, std::function<void()> run);
     // A new plan: the steps of the old one no longer apply.
     void planReplaced();
     // The selected record, when the plan still holds it; warns and selects nothing when it is gone.
