@@ -63,10 +63,10 @@ void fillSampleData(DayvexData &data, const QDate &day)
     span(day.addDays(2), 9, 0, QDateTime(day.addDays(4), QTime(17, 0)), "Trasferta a Milano");
     span(day.addDays(-1), 2, 38, QDateTime(day.addDays(-1), QTime(3, 30)), "Volo in partenza");
     span(day.addDays(1), 0, 0, QDateTime(day.addDays(2), QTime(0, 0)), "Giornata di formazione");
-    // A weekly series: one record, shown on every Monday at 08:00 from four weeks back.
-    span(day.addDays(1 - day.dayOfWeek() - 28), 8, 0, QDateTime(day.addDays(1 - day.dayOfWeek() - 28), QTime(8, 30)),
+    // A weekly series: one record, shown on every Friday at 17:00 from four weeks back.
+    span(day.addDays(5 - day.dayOfWeek() - 28), 17, 0, QDateTime(day.addDays(5 - day.dayOfWeek() - 28), QTime(17, 30)),
          "Riunione settimanale");
-    schedules->Item(schedules->Count())->Recurrence = QStringLiteral("FREQ=WEEKLY;BYDAY=MO");
+    schedules->Item(schedules->Count())->Recurrence = QStringLiteral("FREQ=WEEKLY;BYDAY=FR");
 
     // One reminder falls due a minute after start: its pop-up shows what reminders look like.
     const Date soon = Date::fromDateTime(now().toDateTime().addSecs(60));
