@@ -191,7 +191,6 @@ void DemoWindow::createFileMenu()
 ExchangeReport DemoWindow::importFile(const QString &path)
 {
     ImportOptions options;
-    options.keepSeries = true; // a weekly meeting stays one record, shown on every week
     const ExchangeReport report = importICalendar(path, *m_control->Plan(), options);
     log(QStringLiteral("Import %1: %2").arg(path, report.summary()));
     m_control->Refresh();

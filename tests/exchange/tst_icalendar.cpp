@@ -16,6 +16,7 @@ ImportOptions window2027()
     ImportOptions options;
     options.windowFrom = QDate(2027, 1, 1);
     options.windowTo = QDate(2027, 12, 31);
+    options.keepSeries = false; // each occurrence of 2027 a record of its own
     return options;
 }
 

@@ -6,6 +6,9 @@
 #include <dayvex/model/schedules.h>
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
+
+#include <map>
 
 Q_DECLARE_METATYPE(dayvex::Schedule)
 
@@ -63,6 +66,9 @@ private slots:
         QTest::newRow("two billion seconds from 1900: bounded, nothing in 2027")
             << series(at(1900, 1, 1), "FREQ=SECONDLY;COUNT=2000000000") << at(2027, 3, 22) << at(2027, 3, 23)
             << QStringList{};
+        QTest::newRow("a whole-day series' day left out at London's midnight, 01:00 here")
+            << series(at(2027, 3, 1), "FREQ=WEEKLY", {}, "20270308T010000,20270314T230000") << at(2027, 3, 1)
+            << at(2027, 3, 23) << QStringList{"2027-03-01 00:00", "2027-03-22 00:00"};
     }
 
     void occurrences()
@@ -87,6 +93,76 @@ private slots:
         QCOMPARE(seriesDates(seriesDatesText(dates)), dates);
     }
 
+    // One reminder per occurrence: the next one after a moment, and the
+    // occurrence a reminder due (or snoozed) at a moment is for.
+    void remindersPerOccurrence_data()
+    {
+        columns<qint32, Date, QString, Date, QString>("lead", "after", "next", "due", "occurrence");
+        // Weekly on Mondays at 09:00 from 1 March, 6 times, 15 March left out.
+        QTest::newRow("from the reminder before the start") << qint32(Schedule::NoLead) << at(2027, 3, 1, 8, 45)
+                                                            << "2027-03-08 08:45" << at(2027, 3, 8, 8, 45)
+                                                            << "2027-03-08 09:00";
+        QTest::newRow("skips the day left out, snoozed past the start")
+            << qint32(Schedule::NoLead) << at(2027, 3, 8, 8, 45) << "2027-03-22 08:45" << at(2027, 3, 8, 10)
+            << "2027-03-08 09:00";
+        QTest::newRow("a lead of its own: a day before") << qint32(86400) << at(2027, 3, 1) << "2027-03-07 09:00"
+                                                        << at(2027, 3, 21, 9) << "2027-03-22 09:00";
+        QTest::newRow("after the last: none") << qint32(Schedule::NoLead) << at(2027, 4, 5, 8, 45) << ""
+                                              << at(2030, 1, 1) << "2027-03-01 09:00";
+    }
+
+    void remindersPerOccurrence()
+    {
+        QFETCH(qint32, lead);
+        QFETCH(Date, after);
+        QFETCH(Date, due);
+        Schedule s = series(at(2027, 3, 1, 9), "FREQ=WEEKLY;COUNT=6", {}, "20270315T090000");
+        s.ReminderDate = at(2027, 3, 1, 8, 45);
+        s.ReminderLead = lead;
+        const Date next = nextReminder(s, after);
+        QTEST(next.isEmpty() ? QString() : texts({next}).join(','), "next");
+        QTEST(texts({remindedOccurrence(s, due)}).join(','), "occurrence");
+    }
+
+    // Files from elsewhere: a London whole-day series with a week left out at
+    // London's midnight in UTC, read in Rome; a timed series with two reminders.
+    // The day stays left out, the reminder comes before each occurrence from
+    // the next one on, and the second reminder goes out again on export.
+    void importedSeriesKeepTheirDaysAndReminders()
+    {
+        setClockSource([] { return QDateTime(QDate(2027, 7, 1), QTime(12, 0)); });
+        const auto restore = qScopeGuard([] { setClockSource({}); });
+        const QByteArray file = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//elsewhere//EN\r\n"
+                                "BEGIN:VEVENT\r\nUID:gym@london\r\nDTSTAMP:20270101T000000Z\r\n"
+                                "DTSTART;VALUE=DATE:20270628\r\nDTEND;VALUE=DATE:20270629\r\n"
+                                "RRULE:FREQ=WEEKLY;COUNT=4\r\nEXDATE:20270704T230000Z\r\nSUMMARY:Gym\r\nEND:VEVENT\r\n"
+                                "BEGIN:VEVENT\r\nUID:standup@x\r\nDTSTAMP:20270101T000000Z\r\n"
+                                "DTSTART;TZID=Europe/Rome:20270607T090000\r\nDURATION:PT15M\r\n"
+                                "RRULE:FREQ=WEEKLY\r\nSUMMARY:Standup\r\n"
+                                "BEGIN:VALARM\r\nACTION:DISPLAY\r\nDESCRIPTION:a\r\nTRIGGER:-PT15M\r\nEND:VALARM\r\n"
+                                "BEGIN:VALARM\r\nACTION:AUDIO\r\nTRIGGER:-P1D\r\nEND:VALARM\r\n"
+                                "END:VEVENT\r\nEND:VCALENDAR\r\n";
+        const auto check = [](DayvexData &data) {
+            std::map<QString, std::shared_ptr<Schedule>> by;
+            for (const auto &s : *data.Schedules())
+                by[s->Description] = s;
+            const auto gym = by["Gym"];
+            QCOMPARE(texts(occurrenceStarts(*gym, at(2027, 6, 1), at(2027, 8, 1))),
+                     QStringList({"2027-06-28 00:00", "2027-07-12 00:00", "2027-07-19 00:00"}));
+            const auto standup = by["Standup"];
+            QCOMPARE(standup->ReminderLead, 900);
+            QCOMPARE(texts({standup->ReminderDate}), QStringList{"2027-07-05 08:45"});
+            QCOMPARE(standup->Extra.count("BEGIN:VALARM"), 1);
+            QVERIFY(standup->Extra.contains("TRIGGER:-P1D"));
+        };
+        DayvexData read;
+        QCOMPARE(importICalendarData(file, read).appointments, 2);
+        check(read);
+        DayvexData again;
+        QCOMPARE(importICalendarData(exportICalendarData(read), again).appointments, 2);
+        check(again);
+    }
+
     // A series with its extra and excluded dates, an occurrence of it changed on
     // its own, and a rule libical cannot read: exported and read back whole, as a
     // series; read as occurrences, the same starts the views compute.
@@ -107,9 +183,7 @@ private slots:
         const QByteArray file = exportICalendarData(data);
 
         DayvexData whole;
-        ImportOptions keep;
-        keep.keepSeries = true;
-        QCOMPARE(importICalendarData(file, whole, keep).appointments, 3);
+        QCOMPARE(importICalendarData(file, whole).appointments, 3);
         QStringList read;
         for (const auto &s : *whole.Schedules())
             read << QStringList{s->Recurrence, s->RecurrenceDates, s->ExceptionDates,
@@ -123,6 +197,7 @@ private slots:
         ImportOptions window;
         window.windowFrom = QDate(2027, 1, 1);
         window.windowTo = QDate(2027, 12, 31);
+        window.keepSeries = false;
         importICalendarData(file, expanded, window);
         QStringList starts;
         for (const auto &s : *expanded.Schedules())

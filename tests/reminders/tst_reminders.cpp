@@ -1,4 +1,5 @@
 #include <dayvextest.h>
+#include <dayvex/platform/format.h>
 
 #include <QLabel>
 #include <QTemporaryDir>
@@ -144,18 +145,30 @@ private slots:
 
     void buttons_data()
     {
-        columns<QString, bool, Date>("button", "appointment", "after");
-        QTest::newRow("appointment, in 5 minutes") << "cmdRipeti" << true << at(2000, 12, 3, 10, 5, 30);
-        QTest::newRow("appointment, no more") << "cmdNonRipetere" << true << Date(0.0);
-        QTest::newRow("to-do, in 5 minutes") << "cmdRipeti" << false << at(2000, 12, 3, 10, 5, 30);
+        // A daily series from 20 November reminds two hours before each occurrence:
+        // the pop-up names today's, and no more means tomorrow's reminder.
+        columns<QString, bool, bool, Date>("button", "appointment", "series", "after");
+        QTest::newRow("appointment, in 5 minutes") << "cmdRipeti" << true << false << at(2000, 12, 3, 10, 5, 30);
+        QTest::newRow("appointment, no more") << "cmdNonRipetere" << true << false << Date(0.0);
+        QTest::newRow("to-do, in 5 minutes") << "cmdRipeti" << false << false << at(2000, 12, 3, 10, 5, 30);
+        QTest::newRow("series, in 5 minutes") << "cmdRipeti" << true << true << at(2000, 12, 3, 10, 5, 30);
+        QTest::newRow("series, no more: the next one's") << "cmdNonRipetere" << true << true << at(2000, 12, 4, 9, 0);
     }
 
     void buttons()
     {
         QFETCH(QString, button);
         QFETCH(bool, appointment);
+        QFETCH(bool, series);
         QFETCH(Date, after);
         addAppointment("1", at(2000, 12, 3, 9, 0));
+        if (series) {
+            const auto daily = m_data->Schedules()->Item("1");
+            daily->Recurrence = "FREQ=DAILY";
+            daily->StartDate = at(2000, 11, 20, 11, 0);
+            daily->EndDate = at(2000, 11, 20, 12, 0);
+            daily->ReminderLead = 2 * 3600;
+        }
         addToDo(at(2000, 12, 3, 9, 0));
         QStringList changes;
         connect(m_control.get(), &zntDayvex::AlarmChange, this,
@@ -168,6 +181,9 @@ private slots:
         zntDayvexPrivate::get(&*m_control)->scanAlarms();
         QCOMPARE(popups().size(), 1);
 
+        if (appointment)
+            QCOMPARE(popups().first()->findChild<QLabel *>("lblData")->text(),
+                     formatDate(at(2000, 12, 3, 11, 0), sharedSettings().DateFormat));
         QTest::mouseClick(popups().first()->findChild<QPushButton *>(button), Qt::LeftButton);
         QVERIFY(popups().isEmpty());
         QCOMPARE(m_data->Alarms()->Item(key)->AlarmDateTime.value(), after.value());

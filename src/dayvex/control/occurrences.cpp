@@ -31,7 +31,8 @@ std::vector<std::shared_ptr<Schedule>> zntDayvexPrivate::withOccurrences(std::ve
         if (!std::isfinite(s->StartDate.value()) || !(s->StartDate < range.to))
             continue;
         const Date from = overlapping ? range.from.addMinutes(-minutes) : range.from;
-        const bool reminded = Alarms::isPending(s->ReminderDate);
+        const bool reminded = Alarms::isPending(s->ReminderDate) || s->ReminderLead != Schedule::NoLead;
+        const qint64 lead = reminded ? s->reminderLead() : 0;
         if (!m_occurrences)
             m_occurrences = std::make_unique<OccurrenceCache>();
         static const std::vector<Date> none;
@@ -49,7 +50,7 @@ std::vector<std::shared_ptr<Schedule>> zntDayvexPrivate::withOccurrences(std::ve
             occurrence->EndDate = end;
             occurrence->RecurrenceId = start;
             if (reminded)
-                occurrence->ReminderDate = Date(start.value() - (s->StartDate.value() - s->ReminderDate.value()));
+                occurrence->ReminderDate = start.addSeconds(-lead);
             shown.push_back(std::move(occurrence));
         }
     }
@@ -58,6 +59,24 @@ std::vector<std::shared_ptr<Schedule>> zntDayvexPrivate::withOccurrences(std::ve
         return a->StartDate < b->StartDate;
     });
     return shown;
+}
+
+Date zntDayvexPrivate::remindedStart(const Schedule &appointment, Date due) const
+{
+    return appointment.Recurrence.isEmpty() ? appointment.StartDate : remindedOccurrence(appointment, due);
+}
+
+Date zntDayvexPrivate::nextSeriesReminder(const Schedule &series) const
+{
+    // Occurrences changed on their own remind as records of their own.
+    std::vector<Date> overridden;
+    if (const std::shared_ptr<DayvexData> plan = editedPlan()) {
+        const QString key = series.Key.toCaseFolded();
+        for (const std::shared_ptr<Schedule> &s : *plan->Schedules())
+            if (!s->SeriesKey.isEmpty() && s->SeriesKey.toCaseFolded() == key)
+                overridden.push_back(s->RecurrenceId);
+    }
+    return nextReminder(series, now(), overridden);
 }
 
 } // namespace dayvex

@@ -54,6 +54,8 @@ public:
     BeforeAnswer raiseBefore(EventId id, std::shared_ptr<Schedule> &mSca) override;
     BeforeAnswer raiseBefore(EventId id, std::shared_ptr<ToDo> &mToDo) override;
     BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) override;
+    Date remindedStart(const Schedule &appointment, Date due) const override;
+    Date nextSeriesReminder(const Schedule &series) const override;
     void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) override;
     void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) override;
     void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) override;

@@ -179,10 +179,13 @@ void AppointmentEditor::load()
     m_codCont->setText(m_values.ContactCode);
     m_contatto->setText(m_values.Contact);
 
-    const bool reminded = m_values.ReminderDate.value() != 0.0;
+    // A series shows how long before each occurrence it reminds, not when it next does.
+    const bool series = !m_values.Recurrence.isEmpty();
+    const bool reminded = m_values.ReminderDate.value() != 0.0 || (series && m_values.ReminderLead != Schedule::NoLead);
     m_promemoria->setChecked(reminded);
-    showLeadTime(m_tempoPromemoria,
-                 reminded ? form::minutesBetween(m_values.ReminderDate, m_values.StartDate) : 15);
+    showLeadTime(m_tempoPromemoria, !reminded ? 15
+                                    : series  ? int(m_values.reminderLead() / 60)
+                                              : form::minutesBetween(m_values.ReminderDate, m_values.StartDate));
 
     m_repeat->setRule(m_values.Recurrence, start.date());
     // Classic keeps its form for single appointments.
@@ -232,6 +235,12 @@ void AppointmentEditor::store()
         return; // the host refuses: the user's input stays
     if (!working)
         working = std::make_shared<Schedule>();
+    working->ReminderLead = Schedule::NoLead;
+    if (!working->Recurrence.isEmpty() && m_promemoria->isChecked()) {
+        // A series reminds before each occurrence, from the next one on.
+        working->setReminderLead(qint64(m_tempoPromemoria->currentText().toInt()) * 60);
+        working->ReminderDate = host().nextSeriesReminder(*working);
+    }
 
     BusyCursor busy;
     const std::shared_ptr<DayvexData> plan = host().editedPlan();
@@ -257,6 +266,7 @@ void AppointmentEditor::store()
         stored->Description = working->Description;
         stored->Place = working->Place;
         stored->ReminderDate = working->ReminderDate;
+        stored->ReminderLead = working->ReminderLead;
         stored->Recurrence = working->Recurrence;
     }
     finishStore(QLatin1Char('S'), *stored, before, [&, added = isNew()] {

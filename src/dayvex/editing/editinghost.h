@@ -31,6 +31,9 @@ public:
     virtual bool storesTrueEnd() const = 0;
     // Modern: every button of an editor gets a keyboard mnemonic.
     virtual bool keyboardMnemonics() const = 0;
+    // A series reminds before each occurrence: the reminder due next after now,
+    // the empty date when no occurrence is left.
+    virtual Date nextSeriesReminder(const Schedule &series) const = 0;
     // Redraws the current view from the data.
     virtual void redraw() = 0;
     // Refills the to-do list; greys the row of a to-do marked done.

@@ -59,8 +59,10 @@ std::shared_ptr<Schedule> movedCopy(const Schedule &series, Date start, const QS
     copy->Key = key;
     copy->StartDate = start;
     copy->EndDate = start.addMinutes(form::minutesBetween(series.StartDate, series.EndDate));
-    if (!series.ReminderDate.isEmpty())
-        copy->ReminderDate = start.addMinutes(-form::minutesBetween(series.ReminderDate, series.StartDate));
+    // The copy reminds as long before its start as the series does before each occurrence.
+    if (!series.ReminderDate.isEmpty() || (!series.Recurrence.isEmpty() && series.ReminderLead != Schedule::NoLead))
+        copy->ReminderDate = start.addSeconds(-series.reminderLead());
+    copy->ReminderLead = Schedule::NoLead;
     return copy;
 }
 
@@ -92,6 +94,10 @@ void AppointmentCommands::splitSeries(const RunningCommand &running, const QStri
     next->Recurrence = openRule(series.Recurrence).join(QLatin1Char(';'));
     next->RecurrenceDates = datesSplitAt(series.RecurrenceDates, occurrence, false);
     next->ExceptionDates = datesSplitAt(series.ExceptionDates, occurrence, false);
+    if (!next->ReminderDate.isEmpty()) {
+        next->ReminderLead = series.ReminderLead;
+        next->ReminderDate = m_host.nextSeriesReminder(*next);
+    }
     if (bool stored = false; !add(running, next, &stored) || !stored)
         return; // nothing stored: the series goes on as it was
     applySeriesChange(key, *proposed);

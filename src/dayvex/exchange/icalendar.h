@@ -16,8 +16,8 @@ class DayvexData;
 /// What an import takes in besides the file.
 struct DAYVEX_CORE_EXPORT ImportOptions
 {
-    // Recurring events become single appointments between these days, both
-    // included. Null days mean a year back and two years ahead of today.
+    // Without keepSeries, recurring events become single appointments between
+    // these days, both included. Null days mean a year back and two years ahead of today.
     QDate windowFrom;   ///< First day recurring events are expanded on; null: a year back from today.
     QDate windowTo;     ///< Last day recurring events are expanded on, included; null: two years ahead of today.
     /// A bound on the appointments one recurring event may yield inside the window.
@@ -34,12 +34,13 @@ struct DAYVEX_CORE_EXPORT ImportOptions
     /// VTODOs are done; returning false cancels the import, leaving the data as it was.
     std::function<bool(int done, int total)> progress;
 
-    /// False (for now the default): a recurring event becomes its occurrences in
-    /// the window, as single appointments. True: it stays one record, a series
-    /// (Recurrence, RecurrenceDates, ExceptionDates), and each occurrence changed
-    /// on its own (RECURRENCE-ID) a record of that series (SeriesKey, RecurrenceId);
-    /// the window and the rule bounds then do not apply to it.
-    bool keepSeries = false;
+    /// True (the default): a recurring event stays one record, a series
+    /// (Recurrence, RecurrenceDates, ExceptionDates, its reminder's lead in
+    /// ReminderLead), and each occurrence changed on its own (RECURRENCE-ID) a
+    /// record of that series (SeriesKey, RecurrenceId); the window and the rule
+    /// bounds then do not apply to it. False: a recurring event becomes its
+    /// occurrences in the window, as single appointments.
+    bool keepSeries = true;
 };
 
 /// What an export takes in besides the data.

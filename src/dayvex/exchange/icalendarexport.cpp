@@ -89,7 +89,7 @@ void addAlarm(icalcomponent *component, Date reminder, Date base, bool relatedTo
 // The properties an import kept (Extra), less those the record writes itself.
 // An ORGANIZER is kept only while it still names the owner; ownerKept tells.
 std::vector<PropertyPtr> keptProperties(const QString &extra, bool todo, const QString &owner, bool &ownerKept,
-                                        Context &context)
+                                        Context &context, std::vector<ComponentPtr> &alarms)
 {
     std::vector<PropertyPtr> kept;
     ownerKept = false;
@@ -117,17 +117,25 @@ std::vector<PropertyPtr> keptProperties(const QString &extra, bool todo, const Q
         }
         kept.push_back(std::move(property));
     }
+    // Reminders after the record's own one.
+    while (icalcomponent *alarm = icalcomponent_get_first_component(holder.get(), ICAL_VALARM_COMPONENT)) {
+        icalcomponent_remove_component(holder.get(), alarm);
+        alarms.emplace_back(alarm);
+    }
     return kept;
 }
 
 void addOwnerAndKept(icalcomponent *component, const QString &owner, const QString &extra, bool todo, Context &context)
 {
     bool ownerKept = false;
-    std::vector<PropertyPtr> kept = keptProperties(extra, todo, owner, ownerKept, context);
+    std::vector<ComponentPtr> alarms;
+    std::vector<PropertyPtr> kept = keptProperties(extra, todo, owner, ownerKept, context, alarms);
     if (!ownerKept && !owner.trimmed().isEmpty())
         add(component, newOrganizer(owner));
     for (PropertyPtr &property : kept)
         add(component, std::move(property));
+    for (ComponentPtr &alarm : alarms)
+        icalcomponent_add_component(component, alarm.release());
 }
 
 bool isWholeDays(const Schedule &s)
@@ -179,13 +187,19 @@ ComponentPtr eventOf(const Schedule &s, bool repeatedUid, Context &context)
             icalproperty_set_x_name(kept, "X-DAYVEX-RRULE");
             add(event.get(), kept);
         }
+        // A whole-day series names days, as its DTSTART does.
+        const auto dated = [&](icalproperty_kind kind, Date at) {
+            add(event.get(), isWholeDays(s) ? dayProperty(kind, at.toDate()) : timeProperty(kind, at, context.zone));
+        };
         for (Date extra : seriesDates(s.RecurrenceDates))
-            add(event.get(), timeProperty(ICAL_RDATE_PROPERTY, extra, context.zone));
+            dated(ICAL_RDATE_PROPERTY, extra);
         for (Date left : seriesDates(s.ExceptionDates))
-            add(event.get(), timeProperty(ICAL_EXDATE_PROPERTY, left, context.zone));
+            dated(ICAL_EXDATE_PROPERTY, left);
     } else if (!s.SeriesKey.isEmpty()) {
         // An occurrence changed on its own: under its series' UID, with the start it had there.
-        add(event.get(), timeProperty(ICAL_RECURRENCEID_PROPERTY, s.RecurrenceId, context.zone));
+        add(event.get(), isWholeDays(s) && s.RecurrenceId.toTime() == QTime(0, 0)
+                             ? dayProperty(ICAL_RECURRENCEID_PROPERTY, s.RecurrenceId.toDate())
+                             : timeProperty(ICAL_RECURRENCEID_PROPERTY, s.RecurrenceId, context.zone));
     } else if (repeatedUid) {
         // Occurrences of one recurring event share its UID: each names its own start.
         add(event.get(), timeProperty(ICAL_RECURRENCEID_PROPERTY, s.StartDate, context.zone));
@@ -204,8 +218,12 @@ ComponentPtr eventOf(const Schedule &s, bool repeatedUid, Context &context)
         add(event.get(), contact);
     }
     addColor(event.get(), s.Color);
+    // A series reminds before each occurrence: its lead, not the reminder next due.
+    // The record's own reminder goes first: an import takes the first VALARM.
+    const bool led = !s.Recurrence.isEmpty() && s.ReminderLead != Schedule::NoLead;
+    addAlarm(event.get(), led ? s.StartDate.addSeconds(-s.ReminderLead) : s.ReminderDate, s.StartDate, false,
+             s.Description, context);
     addOwnerAndKept(event.get(), s.Owner, s.Extra, false, context);
-    addAlarm(event.get(), s.ReminderDate, s.StartDate, false, s.Description, context);
     return event;
 }
 
@@ -226,8 +244,8 @@ ComponentPtr todoOf(const ToDo &t, Context &context)
     add(todo.get(), icalproperty_new_status(t.Done ? ICAL_STATUS_COMPLETED : ICAL_STATUS_NEEDSACTION));
     if (!t.DateDone.isEmpty()) // a date done is kept even on a to-do taken up again
         add(todo.get(), timeProperty(ICAL_COMPLETED_PROPERTY, t.DateDone, nullptr));
-    addOwnerAndKept(todo.get(), t.Owner, t.Extra, true, context);
     addAlarm(todo.get(), t.ReminderDate, t.DueTo, true, t.ShortDesc, context);
+    addOwnerAndKept(todo.get(), t.Owner, t.Extra, true, context);
     return todo;
 }
 

@@ -2,6 +2,7 @@
 #include "icalvalues.h"
 #include "series.h"
 
+#include <dayvex/model/alarms.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/lookuplists.h>
 #include <dayvex/model/schedules.h>
@@ -320,7 +321,7 @@ private:
             reminder.isEmpty() ? std::nullopt : std::optional(secondsBetween(start->value, reminder));
         const qint64 durationSeconds = secondsBetween(start->value, endValue);
 
-        if (m_options.keepSeries && keptAsSeries(c, appointment)) {
+        if (m_options.keepSeries && keptAsSeries(c, appointment, start->isDate)) {
             appointment.start = start->value;
             appointment.end = endValue;
             appointment.reminder = reminder;
@@ -339,10 +340,12 @@ private:
 
     // A recurring event as one series, or an occurrence of one changed on its
     // own: what makes it so goes into the planned record. False for a plain event.
-    bool keptAsSeries(icalcomponent *c, PlannedAppointment &appointment)
+    bool keptAsSeries(icalcomponent *c, PlannedAppointment &appointment, bool wholeDays)
     {
+        // A whole-day series' dates mean days, whatever zone wrote them.
+        const auto day = [wholeDays](Date local) { return wholeDays ? nearestMidnight(local) : local; };
         if (const auto id = localTime(c, ICAL_RECURRENCEID_PROPERTY)) {
-            appointment.recurrenceId = id->value;
+            appointment.recurrenceId = day(id->value);
             return true;
         }
         const auto dates = [&](icalproperty_kind kind) {
@@ -352,11 +355,11 @@ private:
                 if (kind == ICAL_RDATE_PROPERTY) {
                     const icaldatetimeperiodtype rdate = icalproperty_get_rdate(p);
                     const icaltimetype t = icaltime_is_null_time(rdate.time) ? rdate.period.start : rdate.time;
-                    found.push_back(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value);
+                    found.push_back(day(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value));
                 } else {
-                    found.push_back(localTime(icalproperty_get_datetime_with_component(p, c),
-                                              QByteArray(icalproperty_get_parameter_as_string(p, "TZID")))
-                                        .value);
+                    found.push_back(day(localTime(icalproperty_get_datetime_with_component(p, c),
+                                                  QByteArray(icalproperty_get_parameter_as_string(p, "TZID")))
+                                            .value));
                 }
             }
             return seriesDatesText(found);
@@ -453,11 +456,15 @@ private:
             consider(t);
         }
 
-        QSet<double> excluded = m_overridden.value(m_uid);
+        // A whole-day series' dates mean days, whatever zone wrote them.
+        const auto day = [&start](Date local) { return start.isDate ? nearestMidnight(local) : local; };
+        QSet<double> excluded;
+        for (double id : m_overridden.value(m_uid))
+            excluded.insert(day(Date(id)).value());
         for (icalproperty *p = icalcomponent_get_first_property(c, ICAL_EXDATE_PROPERTY); p;
              p = icalcomponent_get_next_property(c, ICAL_EXDATE_PROPERTY)) {
             icaltimetype t = icalproperty_get_datetime_with_component(p, c);
-            excluded.insert(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value.value());
+            excluded.insert(day(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value).value());
         }
         std::sort(starts.begin(), starts.end(), [](Date a, Date b) { return wallSeconds(a) < wallSeconds(b); });
         starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
@@ -662,6 +669,11 @@ void addPlan(const Plan &plan, DayvexData &into, ExchangeReport &report)
         filled.ExceptionDates = a.exceptionDates;
         if (a.recurrenceId)
             filled.RecurrenceId = *a.recurrenceId;
+        if (!filled.Recurrence.isEmpty() && Alarms::isPending(a.reminder)) {
+            // A series reminds before each occurrence: from the next one on, not the first.
+            filled.setReminderLead(secondsBetween(a.reminder, a.start));
+            filled.ReminderDate = nextReminder(filled, now());
+        }
         const auto added = schedules->Add(filled);
         // Add corrects an end whose clock time is not after the start's; the file's later end stands.
         if (secondsBetween(a.start, a.end) > 0)

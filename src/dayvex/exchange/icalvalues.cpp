@@ -301,6 +301,13 @@ QString keptText(icalcomponent *component, bool todo)
         kept += QString::fromUtf8(line);
         icalmemory_free_buffer(line);
     }
+    // The record holds the first reminder; any others travel whole.
+    icalcomponent *alarm = icalcomponent_get_first_component(component, ICAL_VALARM_COMPONENT);
+    while (alarm && (alarm = icalcomponent_get_next_component(component, ICAL_VALARM_COMPONENT))) {
+        char *text = icalcomponent_as_ical_string_r(alarm);
+        kept += QString::fromUtf8(text);
+        icalmemory_free_buffer(text);
+    }
     return kept;
 }
 

@@ -1,6 +1,9 @@
 #include "series.h"
 
+#include "icalvalues.h"
+
 #include <dayvex/model/records.h>
+#include <dayvex/platform/error.h>
 
 #include <libical/ical.h>
 
@@ -10,6 +13,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 namespace dayvex {
 
@@ -43,7 +47,28 @@ icalrecurrencetype ruleOf(const QString &rule)
 }
 
 bool inside(Date start, Date from, Date to) { return !(start < from) && start < to; }
+
+// date moved by seconds; none outside the years a date holds.
+std::optional<Date> shifted(Date date, qint64 seconds)
+{
+    if (!std::isfinite(date.value()))
+        return std::nullopt;
+    try {
+        return date.addSeconds(seconds);
+    } catch (const Error &) {
+        return std::nullopt;
+    }
+}
 } // namespace
+
+Date nearestMidnight(Date date)
+{
+    if (!date.isValid() || date.isEmpty())
+        return date;
+    const QDate day = date.toDate();
+    const QDate nearest = date.minuteOfDay() >= 12 * 60 ? day.addDays(1) : day;
+    return nearest.year() <= 9999 ? Date::fromDate(nearest) : date;
+}
 
 std::vector<Date> seriesDates(const QString &text)
 {
@@ -90,6 +115,15 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
             starts.push_back(series.StartDate);
         return starts;
     }
+    std::vector<Date> left = seriesDates(series.ExceptionDates);
+    left.insert(left.end(), overridden.begin(), overridden.end());
+    // A whole-day series written in another zone names its days by that zone's
+    // midnight (00:00 in London is 01:00 in Rome): it still means that day.
+    if (series.StartDate.toTime() == QTime(0, 0)) {
+        for (Date &day : left)
+            day = nearestMidnight(day);
+    }
+    const auto leftOut = [&left](Date start) { return std::find(left.begin(), left.end(), start) != left.end(); };
     const icaltimetype dtstart = floating(series.StartDate);
     std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, dtstart),
                                                                            icalrecur_iterator_free);
@@ -105,24 +139,45 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
             const Date start = fromFloating(next);
             if (!(start < to))
                 break;
-            if (!(start < from))
+            if (!(start < from) && !leftOut(start))
                 starts.push_back(start);
         }
-    } else if (inside(series.StartDate, from, to)) {
+    } else if (inside(series.StartDate, from, to) && !leftOut(series.StartDate)) {
         starts.push_back(series.StartDate);
     }
     for (Date extra : seriesDates(series.RecurrenceDates)) {
-        if (inside(extra, from, to))
+        if (inside(extra, from, to) && !leftOut(extra))
             starts.push_back(extra);
     }
-    std::vector<Date> left = seriesDates(series.ExceptionDates);
-    left.insert(left.end(), overridden.begin(), overridden.end());
-    std::erase_if(starts, [&](Date start) { return std::find(left.begin(), left.end(), start) != left.end(); });
     std::sort(starts.begin(), starts.end());
     starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
     if (int(starts.size()) > limit)
         starts.resize(size_t(limit));
     return starts;
+}
+
+Date nextReminder(const Schedule &series, Date after, const std::vector<Date> &overridden)
+{
+    const qint64 lead = series.reminderLead();
+    const std::optional<Date> from = shifted(after, lead + 1);
+    if (!from)
+        return {};
+    // Far enough for a yearly rule with its gaps (29 February); a rule with nothing
+    // in that span (a series that ended) reminds no more.
+    const Date to = shifted(*from, (366 * 8 + 2) * 86400LL).value_or(Date(Date::MaxValue - 1));
+    const std::vector<Date> next = occurrenceStarts(series, *from, to, overridden, 1);
+    return next.empty() ? Date() : shifted(next.front(), -lead).value_or(Date());
+}
+
+Date remindedOccurrence(const Schedule &series, Date due)
+{
+    const std::optional<Date> until = shifted(due, series.reminderLead() + 1);
+    if (!until)
+        return series.StartDate;
+    // A year back: a reminder snoozed for longer than that is the series' own.
+    const Date from = shifted(*until, -366 * 86400LL).value_or(Date(Date::MinValue));
+    const std::vector<Date> starts = occurrenceStarts(series, from, *until, {}, 100000);
+    return starts.empty() ? series.StartDate : starts.back();
 }
 
 const std::vector<Date> &OccurrenceCache::starts(const Schedule &series, Date from, Date to,

@@ -18,6 +18,10 @@ DAYVEX_CORE_EXPORT std::vector<Date> seriesDates(const QString &text);
 /// The text seriesDates reads.
 DAYVEX_CORE_EXPORT QString seriesDatesText(const std::vector<Date> &dates);
 
+/// The midnight nearest to date: the day a whole-day series' date means when
+/// it was written in another zone (00:00 in London is 01:00 in Rome).
+DAYVEX_CORE_EXPORT Date nearestMidnight(Date date);
+
 /// Whether libical can read `rule` as an RRULE value.
 DAYVEX_CORE_EXPORT bool isReadableRule(const QString &rule);
 
@@ -31,6 +35,16 @@ DAYVEX_CORE_EXPORT bool isReadableRule(const QString &rule);
 DAYVEX_CORE_EXPORT std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to,
                                                       const std::vector<Date> &overridden = {}, int limit = 1000,
                                                       int maxSteps = 100000);
+
+/// The reminder of a series next due after `after`: the first occurrence
+/// (less `overridden`, which remind as records of their own) whose reminder
+/// falls later, less its reminderLead(); the empty date when none does.
+DAYVEX_CORE_EXPORT Date nextReminder(const Schedule &series, Date after, const std::vector<Date> &overridden = {});
+
+/// The start of the occurrence a series' reminder due at `due` is for: the last
+/// one to start no later than `due` plus the lead (a reminder snoozed past its
+/// start still belongs to it); StartDate when there is none.
+DAYVEX_CORE_EXPORT Date remindedOccurrence(const Schedule &series, Date due);
 
 /// occurrenceStarts for redraws: the last answer for a series again while its
 /// rule, start, dates, the range and the overridden starts are all the same,

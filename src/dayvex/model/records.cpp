@@ -2,6 +2,8 @@
 // their Qt-typed accessors.
 #include "records.h"
 
+#include <cmath>
+
 namespace dayvex {
 
 namespace {
@@ -22,6 +24,24 @@ QDateTime Schedule::end() const { return toQt(EndDate); }
 void Schedule::setEnd(const QDateTime &value) { EndDate = fromQt(value); }
 QDateTime Schedule::reminder() const { return toQt(ReminderDate); }
 void Schedule::setReminder(const QDateTime &value) { ReminderDate = fromQt(value); }
+
+qint64 Schedule::reminderLead() const
+{
+    if (ReminderLead != NoLead)
+        return ReminderLead;
+    // By the calendar, as the series repeats on the wall clock.
+    const auto seconds = [](Date date) {
+        return qint64(QDate(1899, 12, 30).daysTo(date.toDate())) * 86400 + date.toTime().msecsSinceStartOfDay() / 1000;
+    };
+    const bool readable = ReminderDate.isValid() && StartDate.isValid() && std::isfinite(ReminderDate.value())
+                          && ReminderDate.value() > 0.0;
+    return readable ? seconds(StartDate) - seconds(ReminderDate) : 0;
+}
+
+void Schedule::setReminderLead(qint64 seconds)
+{
+    ReminderLead = qint32(qBound<qint64>(qint64(NoLead) + 1, seconds, std::numeric_limits<qint32>::max()));
+}
 
 QColor Schedule::color() const
 {

@@ -8,6 +8,8 @@
 #include <QObject>
 #include <QString>
 
+#include <limits>
+
 namespace dayvex {
 
 // Plain records shared by the host, the collections and the views. Each member
@@ -38,6 +40,7 @@ struct DAYVEX_CORE_EXPORT Schedule
     Q_PROPERTY(QString ExceptionDates MEMBER ExceptionDates)
     Q_PROPERTY(QString SeriesKey MEMBER SeriesKey)
     Q_PROPERTY(dayvex::Date RecurrenceId MEMBER RecurrenceId)
+    Q_PROPERTY(qint32 ReminderLead MEMBER ReminderLead)
 public:
     QString Key;            ///< The key it is stored under in its Schedules.
     Date StartDate;         ///< When it starts.
@@ -68,6 +71,12 @@ public:
     /// the occurrence had in the series (RECURRENCE-ID), which the series then skips.
     QString SeriesKey;
     Date RecurrenceId; ///< See SeriesKey.
+    /// NoLead, or how many seconds before each occurrence of a series its
+    /// reminder is due. A series reminds once per occurrence: ReminderDate is
+    /// the reminder next due, and dismissing it moves it to the next
+    /// occurrence's. Without a lead the series takes StartDate - ReminderDate.
+    qint32 ReminderLead = NoLead;
+    static constexpr qint32 NoLead = std::numeric_limits<qint32>::min(); ///< No lead of its own.
 
     // Qt's types beside the automation dates and BGR colour. A date that is
     // empty, NaN or outside the years 100 to 9999 reads as an invalid
@@ -79,6 +88,12 @@ public:
     void setEnd(const QDateTime &value);     ///< Sets EndDate; throws as setStart.
     QDateTime reminder() const;              ///< ReminderDate as a QDateTime; invalid for no reminder.
     void setReminder(const QDateTime &value); ///< Sets ReminderDate; an invalid value removes the reminder.
+    /// Seconds before each occurrence's start a series reminds: ReminderLead, or
+    /// without one as long before StartDate as ReminderDate is (0 for no reminder
+    /// or a date outside the years 100 to 9999).
+    qint64 reminderLead() const;
+    /// Sets ReminderLead, brought inside what it holds besides NoLead.
+    void setReminderLead(qint64 seconds);
     QColor color() const;                    ///< Color as a QColor; invalid for 0, the default colour.
     void setColor(const QColor &value);      ///< Sets Color; an invalid colour stores 0.
 };

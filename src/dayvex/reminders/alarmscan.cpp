@@ -100,7 +100,8 @@ void AlarmScan::tick()
             listed = m_window->add(*alarm) || listed;
             continue;
         }
-        auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, m_host.settings().DateFormat, m_host.language()),
+        auto *popup = new ReminderPopup(m_host, alarm->Key, reminderText(*alarm, *plan, m_host.settings().DateFormat,
+                                                                         m_host.language(), occurrenceStart(m_host, *alarm, *plan)),
                                         m_host.reminderOwner());
         popup->showNear(m_host.reminderOwner(), opened);
         popup->repaint(); // painted before the sound holds the tick

@@ -31,6 +31,12 @@ public:
     // Opens the record of an alarm in its editor, as Modify does.
     virtual void openAlarmRecord(const Alarm &alarm) = 0;
 
+    // A series reminds before each of its occurrences: the start of the one a
+    // reminder due at `due` is for (StartDate for a single appointment), and the
+    // reminder due next after now, the empty date when no occurrence is left.
+    virtual Date remindedStart(const Schedule &appointment, Date due) const = 0;
+    virtual Date nextSeriesReminder(const Schedule &series) const = 0;
+
     virtual BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) = 0;
     virtual void RaiseAlarmChange(std::shared_ptr<Schedule> &mSca) = 0;
     virtual void RaiseToDoAlarmChange(std::shared_ptr<ToDo> &mToDo) = 0;

@@ -16,18 +16,25 @@
 namespace dayvex {
 
 ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat,
-                          const LanguageTable &language)
+                          const LanguageTable &language, Date occurrenceStart)
 {
     const QString separator = QStringLiteral(": ");
     if (alarm.AlarmType == QLatin1String("S")) {
         const std::shared_ptr<Schedule> appointment = data.Schedules()->Item(alarm.AlarmEventKey);
-        return {formatDate(appointment->StartDate, dateFormat), language.textOr(Text::Event, "Appointment"),
+        return {formatDate(occurrenceStart.isEmpty() ? appointment->StartDate : occurrenceStart, dateFormat), language.textOr(Text::Event, "Appointment"),
                 {language.textOr(Text::Place, "place") + separator + appointment->Place,
                  language.textOr(Text::Contact, "contact") + separator + appointment->Contact, appointment->Description}};
     }
     const std::shared_ptr<ToDo> todo = data.ToDoS()->Item(alarm.AlarmEventKey);
     return {formatDate(todo->DueTo, dateFormat), language.textOr(Text::ToDo, "To do activity"),
             {language.textOr(Text::Project, "project") + separator + todo->Project, todo->ShortDesc}};
+}
+
+Date occurrenceStart(const ReminderHost &host, const Alarm &alarm, DayvexData &data)
+{
+    if (alarm.AlarmType != QLatin1String("S"))
+        return {};
+    return host.remindedStart(*data.Schedules()->Item(alarm.AlarmEventKey), alarm.AlarmDateTime);
 }
 
 ReminderPopup::ReminderPopup(ReminderHost &host, const QString &alarmKey, const ReminderText &text, QWidget *owner)
@@ -135,6 +142,14 @@ void moveAlarm(ReminderHost &host, const QString &alarmKey, Date when)
     alarm->AlarmDateTime = when;
     if (alarm->Key.startsWith(QLatin1Char('S'))) {
         std::shared_ptr<Schedule> appointment = plan->Schedules()->Item(alarm->AlarmEventKey);
+        if (!appointment->Recurrence.isEmpty()) {
+            // The lead stays what it was before the reminder moves, and dismissing
+            // one occurrence's reminder leaves the next occurrence's.
+            if (appointment->ReminderLead == Schedule::NoLead)
+                appointment->setReminderLead(appointment->reminderLead());
+            if (when.isEmpty())
+                alarm->AlarmDateTime = host.nextSeriesReminder(*appointment);
+        }
         appointment->ReminderDate = alarm->AlarmDateTime;
         host.RaiseAlarmChange(appointment);
     } else {

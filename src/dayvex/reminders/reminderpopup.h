@@ -24,11 +24,17 @@ struct ReminderText
     QString kind;
     QStringList details;
 };
+// An occurrence of a series shows occurrenceStart, when given, as its date.
 ReminderText reminderText(const Alarm &alarm, DayvexData &data, const QString &dateFormat,
-                          const LanguageTable &language);
+                          const LanguageTable &language, Date occurrenceStart = Date());
+
+// The start of the occurrence an appointment's alarm is for (a series'
+// occurrence, or the appointment's own start); the empty date for a to-do's.
+Date occurrenceStart(const ReminderHost &host, const Alarm &alarm, DayvexData &data);
 
 // Moves a due alarm and its record's reminder to when (the empty date: no more
-// reminders) and tells the host, as each reminder window's buttons do. Nothing
+// reminders; for a series, on to its next occurrence's) and tells the host, as
+// each reminder window's buttons do. Nothing
 // happens for an alarm the list no longer holds; a gone record throws Error 5.
 void moveAlarm(ReminderHost &host, const QString &alarmKey, Date when);
 

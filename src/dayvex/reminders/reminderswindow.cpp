@@ -124,12 +124,12 @@ bool RemindersWindow::add(const Alarm &alarm)
     const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
     if (!plan)
         return false;
-    const ReminderText text = reminderText(alarm, *plan, m_host.settings().DateFormat, m_host.language());
+    const Date start = occurrenceStart(m_host, alarm, *plan);
+    const ReminderText text = reminderText(alarm, *plan, m_host.settings().DateFormat, m_host.language(), start);
     // An appointment's line shows when it starts, a to-do's the day it is due.
     QString when = text.date;
     if (alarm.AlarmType == QLatin1String("S"))
-        when += QLatin1Char(' ') + plan->Schedules()->Item(alarm.AlarmEventKey)->StartDate.toDateTime().toString(
-                                       QStringLiteral("HH:mm"));
+        when += QLatin1Char(' ') + start.toDateTime().toString(QStringLiteral("HH:mm"));
     auto *item = new QTreeWidgetItem(m_list, {text.details.value(text.details.size() - 1), when, QString()});
     item->setData(0, AlarmKeyRole, alarm.Key);
     item->setData(0, DueRole, alarm.AlarmDateTime.value());
