@@ -578,7 +578,7 @@ private slots:
         m_control->mnModifica_Click();
         list()->setCurrentCell(rowOf("1"), 3);
         m_control->mnuAttivitaCompleta_Click();
-        zntDayvexPrivate::get(&*m_control)->dropAppointment("7", at(2000, 12, 4, 11), at(2000, 12, 4, 12, 30));
+        zntDayvexPrivate::get(&*m_control)->dropAppointment("7", at(2000, 12, 4, 11), at(2000, 12, 4, 12, 30), Date());
         m_driver.whenOpen(ToDoForm, [](QDialog *form) {
             field<QLineEdit>(form, "txDescBreve")->setText("Nuova");
             press(form, "Salva");
@@ -609,7 +609,7 @@ private slots:
             if (throwing)
                 throw std::runtime_error("host failure");
         });
-        zntDayvexPrivate::get(&*m_control)->dropAppointment("7", at(2000, 12, 4, 11), at(2000, 12, 4, 12));
+        zntDayvexPrivate::get(&*m_control)->dropAppointment("7", at(2000, 12, 4, 11), at(2000, 12, 4, 12), Date());
         m_host.log.clear();
         m_host.answer.Cancel = true;
         m_control->undo();

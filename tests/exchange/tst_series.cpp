@@ -63,6 +63,9 @@ private slots:
         QTest::newRow("every hour from 1900, seen in 2027: a jump, not a walk")
             << series(at(1900, 1, 1, 0, 30), "FREQ=HOURLY") << at(2027, 3, 22, 7) << at(2027, 3, 22, 10)
             << QStringList{"2027-03-22 07:30", "2027-03-22 08:30", "2027-03-22 09:30"};
+        QTest::newRow("every 5 hours, months on: the rule's own phase")
+            << series(at(2026, 1, 5, 9, 30), "FREQ=HOURLY;INTERVAL=5;BYDAY=MO,WE") << at(2026, 8, 19)
+            << at(2026, 8, 19, 12) << QStringList{"2026-08-19 00:30", "2026-08-19 05:30", "2026-08-19 10:30"};
         QTest::newRow("two billion seconds from 1900: bounded, nothing in 2027")
             << series(at(1900, 1, 1), "FREQ=SECONDLY;COUNT=2000000000") << at(2027, 3, 22) << at(2027, 3, 23)
             << QStringList{};

@@ -1,6 +1,9 @@
 #include <dayvextest.h>
 
+#include <dayvex/editing/prompts.h>
 #include <dayvex/model/alarms.h>
+
+#include <QScopeGuard>
 
 #include <QListView>
 
@@ -119,6 +122,62 @@ private slots:
         QTEST(m_data->Alarms()->Item(1)->AlarmDateTime, "reminder");
         if (m_host.log.size() <= 2 && box)
             QCOMPARE(boxOf(grid, "a")->geometry(), before); // nothing moved on screen either
+    }
+
+    // The Sunday occurrence of a daily series from Friday, dragged to Saturday an
+    // hour on: the person's answer to which occurrences decides what moves.
+    void occurrenceDrags_data()
+    {
+        columns<int, QStringList, QStringList>("scope", "events", "records");
+        QTest::newRow("this one: a record of its own")
+            << int(SeriesScope::This)
+            << QStringList{"BeforeScheduleAdd", "Sat 10:00 11:00", "ValidateSchedule", "ScheduleAdded"}
+            << QStringList{"Fri 1 09:00 FREQ=DAILY ", "Sat 2 10:00  a"};
+        QTest::newRow("this and the following: a series of their own")
+            << int(SeriesScope::Following)
+            << QStringList{"BeforeScheduleChange", "Fri 09:00 10:00", "ValidateSchedule", "BeforeScheduleAdd",
+                           "Sat 10:00 11:00", "ValidateSchedule", "ScheduleAdded", "ScheduleChanged"}
+            << QStringList{"Fri 1 09:00 FREQ=DAILY;UNTIL=20001203T085959 ", "Sat 2 10:00 FREQ=DAILY "};
+        QTest::newRow("the whole series, by as much")
+            << int(SeriesScope::Whole)
+            << QStringList{"BeforeScheduleChange", "Thu 10:00 11:00", "ValidateSchedule", "ScheduleChanged",
+                           "AlarmChange"}
+            << QStringList{"Thu 30 10:00 FREQ=DAILY "};
+        QTest::newRow("cancelled") << int(SeriesScope::Cancel) << QStringList{}
+                                   << QStringList{"Fri 1 09:00 FREQ=DAILY "};
+    }
+
+    void occurrenceDrags()
+    {
+        QFETCH(int, scope);
+        const std::shared_ptr<Schedule> a = m_data->Schedules()->Item("a");
+        a->StartDate = at(2000, 12, 1, 9);
+        a->EndDate = at(2000, 12, 1, 10);
+        a->ReminderDate = at(2000, 12, 1, 8, 45);
+        a->Recurrence = "FREQ=DAILY";
+        setScopeAnswerer([scope](const QString &) { return SeriesScope(scope); });
+        const auto answered = qScopeGuard([] { setScopeAnswerer({}); });
+        m_control->setPresentation(zntDayvex::Modern);
+        m_control->Refresh(zntPlanShowWeek);
+        AgendaGrid *grid = agendaGrid(m_control.get());
+        const DragGrid cells = grid->dragGrid();
+        AppointmentBox *sunday = nullptr;
+        for (int i = 0; i < grid->boxCount(); ++i)
+            if (grid->box(i)->entry().start == at(2000, 12, 3, 9))
+                sunday = grid->box(i);
+        QVERIFY(sunday);
+        const QPoint grab(sunday->width() / 2, sunday->height() / 4);
+        const QPoint by = slotRect(cells, 5, 600, 600 + cells.step).center() - slotRect(cells, 6, 540, 540 + cells.step).center();
+        QTest::mousePress(sunday, Qt::LeftButton, {}, grab);
+        QTest::mouseMove(sunday, grab + QPoint(0, 12));
+        QTest::mouseMove(sunday, grab + by);
+        QTest::mouseRelease(sunday, Qt::LeftButton, {}, grab + by);
+        QTEST(m_host.log, "events");
+        QStringList records;
+        for (const auto &s : *m_data->Schedules())
+            records << s->start().toString("ddd d hh:mm ") + s->Recurrence + ' ' + s->SeriesKey;
+        records.sort();
+        QTEST(records, "records");
     }
 
 private:

@@ -85,9 +85,9 @@ void zntDayvexPrivate::undoStepDropped(const QString &why)
     callHostHandler("undoStepDropped", [&] { emit q->undoStepDropped(why); });
 }
 
-void zntDayvexPrivate::dropAppointment(const QString &key, Date start, Date end)
+void zntDayvexPrivate::dropAppointment(const QString &key, Date start, Date end, Date occurrence)
 {
-    m_appointments->reschedule(key, start, end);
+    m_appointments->reschedule(key, start, end, occurrence);
 }
 
 } // namespace dayvex

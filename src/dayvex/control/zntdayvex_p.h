@@ -138,7 +138,7 @@ public:
     // Start and end proposed for a new appointment by the grid's selected slots.
     std::pair<Date, Date> selectedSlots() const;
     void selectionMoved() override;
-    void dropAppointment(const QString &key, Date start, Date end) override;
+    void dropAppointment(const QString &key, Date start, Date end, Date occurrence) override;
     QUndoStack *undoStack() const override { return m_undo; }
     void undoStepDropped(const QString &why) override;
     // Builds the undo stack and its signals to the control.

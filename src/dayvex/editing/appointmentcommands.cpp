@@ -124,16 +124,25 @@ void AppointmentCommands::remove(const QString &key, Date occurrence)
     m_host.redraw();
 }
 
-bool AppointmentCommands::reschedule(const QString &key, Date start, Date end)
+bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, Date occurrence)
 {
     if (m_running.isSet())
         return false;
     const RunningCommand running(m_running);
     const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
     std::shared_ptr<Schedule> live = plan->Schedules()->find(key);
+    if (bool moved = false; live && !live->Recurrence.isEmpty() && !occurrence.isEmpty()
+                            && rescheduleOccurrence(live, occurrence, start, end, moved))
+        return moved;
     if (!live || (live->StartDate == start && live->EndDate == end))
         return false;
     auto proposed = std::make_shared<Schedule>(*live);
+    if (!live->Recurrence.isEmpty()) {
+        // The whole series: its other dates move with its start.
+        const qint64 minutes = form::minutesBetween(live->StartDate, start);
+        proposed->RecurrenceDates = shiftedDates(live->RecurrenceDates, minutes);
+        proposed->ExceptionDates = shiftedDates(live->ExceptionDates, minutes);
+    }
     proposed->StartDate = start;
     proposed->EndDate = end;
     if (Alarms::isPending(live->ReminderDate))
@@ -153,6 +162,8 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end)
     live->StartDate = proposed->StartDate;
     live->EndDate = proposed->EndDate;
     live->ReminderDate = proposed->ReminderDate;
+    live->RecurrenceDates = proposed->RecurrenceDates;
+    live->ExceptionDates = proposed->ExceptionDates;
     setAlarmQuietly(*plan->Alarms(), QLatin1Char('S'), key, live->ReminderDate);
     {
         const auto record = qScopeGuard([&] {

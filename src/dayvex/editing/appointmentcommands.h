@@ -38,7 +38,11 @@ public:
     // then in ValidateSchedule (Cancel ends it). The record then takes the times,
     // its reminder moves by as much as its start, and ScheduleChanged follows,
     // then AlarmChange when the reminder moved. False when nothing changed.
-    bool reschedule(const QString &key, Date start, Date end);
+    // occurrence: the start of the occurrence dragged when key is a series; the
+    // person then picks which occurrences move: this one (a record of its own,
+    // added as New adds), this and the following (a series of their own), or
+    // the whole series, its dates moved by as much.
+    bool reschedule(const QString &key, Date start, Date end, Date occurrence = {});
 
     // The open editor (AppForm), if any.
     AppointmentEditor *editor() const { return m_editor; }
@@ -64,6 +68,17 @@ private:
     // a Modify's, none for a Delete. True when the command is done.
     bool seriesScopeDone(const RunningCommand *running, const std::shared_ptr<Schedule> &series, Date occurrence,
                          bool &asked);
+    // A dragged occurrence of series: false when the whole series moves (start
+    // and end then say where it starts and ends), true when done here; moved
+    // tells whether anything changed.
+    bool rescheduleOccurrence(const std::shared_ptr<Schedule> &series, Date occurrence, Date &start, Date &end,
+                              bool &moved);
+    // Adds mSca, made by a drag, as a record: BeforeScheduleAdd (ExternalHandled
+    // leaves it to the host), ValidateSchedule, then ScheduleAdded. stored tells
+    // whether the control stored it; false when the host refused it.
+    bool addDropped(std::shared_ptr<Schedule> mSca, bool *stored = nullptr);
+    // A series' dates text ("yyyyMMddTHHmmss,...") with each date minutes later.
+    static QString shiftedDates(const QString &dates, qint64 minutes);
     // Deletes the records that stand for occurrences of the series of key.
     void removeOverrides(const QString &key);
     // The host's say on the series of live taking the rule and dates of proposed:

@@ -66,16 +66,23 @@ std::shared_ptr<Schedule> movedCopy(const Schedule &series, Date start, const QS
     return copy;
 }
 
-} // namespace
-
-void AppointmentCommands::addOverride(const RunningCommand &running, const Schedule &series, Date occurrence)
+// The occurrence of series at occurrence as a record of its own, starting at start.
+std::shared_ptr<Schedule> overrideOf(const Schedule &series, Date occurrence, Date start, const QString &key)
 {
-    auto mSca = movedCopy(series, occurrence, m_host.editedPlan()->Schedules()->NewKey());
+    auto mSca = movedCopy(series, start, key);
     mSca->Recurrence.clear();
     mSca->RecurrenceDates.clear();
     mSca->ExceptionDates.clear();
     mSca->SeriesKey = series.Key;
     mSca->RecurrenceId = occurrence;
+    return mSca;
+}
+
+} // namespace
+
+void AppointmentCommands::addOverride(const RunningCommand &running, const Schedule &series, Date occurrence)
+{
+    auto mSca = overrideOf(series, occurrence, occurrence, m_host.editedPlan()->Schedules()->NewKey());
     if (add(running, mSca))
         m_host.redraw();
 }
@@ -182,6 +189,101 @@ void AppointmentCommands::removeOverrides(const QString &key)
         });
         m_host.RaiseScheduleDeleted(s);
     }
+}
+
+QString AppointmentCommands::shiftedDates(const QString &dates, qint64 minutes)
+{
+    QStringList moved;
+    for (const QString &item : dates.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        const QDateTime at = QDateTime::fromString(item.trimmed(), QStringLiteral("yyyyMMdd'T'HHmmss"));
+        moved << (at.isValid() ? stamp(Date::fromDateTime(at).addMinutes(minutes)) : item.trimmed());
+    }
+    return moved.join(QLatin1Char(','));
+}
+
+bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &series, Date occurrence, Date &start,
+                                               Date &end, bool &moved)
+{
+    const qint64 length = form::minutesBetween(series->StartDate, series->EndDate);
+    if (start == occurrence && end == occurrence.addMinutes(length))
+        return true; // dropped where it was
+    SeriesScope scope = askScope(m_host.dialogParent(), m_host.language());
+    // From the first occurrence on is the whole series.
+    if (scope == SeriesScope::Following && !(series->StartDate < occurrence))
+        scope = SeriesScope::Whole;
+    if (scope == SeriesScope::Cancel)
+        return true;
+    const qint64 by = form::minutesBetween(occurrence, start);
+    const qint64 lasting = form::minutesBetween(start, end);
+    if (scope == SeriesScope::Whole) {
+        start = series->StartDate.addMinutes(by);
+        end = start.addMinutes(lasting);
+        return false;
+    }
+    const std::shared_ptr<Schedules> schedules = m_host.editedPlan()->Schedules();
+    if (scope == SeriesScope::This) {
+        auto mSca = overrideOf(*series, occurrence, start, schedules->NewKey());
+        mSca->EndDate = end;
+        moved = addDropped(mSca);
+        return true;
+    }
+    // This and the following: the series ends before the occurrence, and a new
+    // one goes on from where it was dropped.
+    auto proposed = std::make_shared<Schedule>(endedBefore(*series, occurrence));
+    const Agreed agreed = askSeriesChange(proposed);
+    if (agreed == Agreed::External)
+        m_host.redraw(); // the host splits the series itself
+    moved = agreed == Agreed::External;
+    if (agreed != Agreed::Yes)
+        return true;
+    auto next = movedCopy(*series, start, schedules->NewKey());
+    next->EndDate = end;
+    next->Recurrence = openRule(series->Recurrence).join(QLatin1Char(';'));
+    next->RecurrenceDates = shiftedDates(datesSplitAt(series->RecurrenceDates, occurrence, false), by);
+    next->ExceptionDates = shiftedDates(datesSplitAt(series->ExceptionDates, occurrence, false), by);
+    if (!next->ReminderDate.isEmpty()) {
+        next->ReminderLead = series->ReminderLead;
+        next->ReminderDate = m_host.nextSeriesReminder(*next);
+    }
+    if (bool stored = false; !addDropped(next, &stored) || !stored) {
+        moved = stored;
+        return true; // nothing stored: the series goes on as it was
+    }
+    applySeriesChange(series->Key, *proposed);
+    moved = true;
+    return true;
+}
+
+bool AppointmentCommands::addDropped(std::shared_ptr<Schedule> mSca, bool *stored)
+{
+    const BeforeAnswer answer = m_host.raiseBefore(EventId::BeforeScheduleAdd, mSca);
+    if (answer.Cancel || !mSca)
+        return false;
+    if (answer.ExternalHandled) {
+        m_host.redraw();
+        return true;
+    }
+    bool cancel = false;
+    m_host.RaiseValidateSchedule(mSca, cancel);
+    if (cancel || !mSca)
+        return false;
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    std::shared_ptr<Schedule> added = plan->Schedules()->Add(*mSca);
+    // Add cuts an end on a later day at an earlier clock time; the drop's stands.
+    if (mSca->StartDate < mSca->EndDate)
+        added->EndDate = mSca->EndDate;
+    setAlarmQuietly(*plan->Alarms(), QLatin1Char('S'), added->Key, added->ReminderDate);
+    if (stored)
+        *stored = true;
+    {
+        const auto record = qScopeGuard([&] {
+            recordChange(m_host, stepText(QLatin1Char('S'), Step::New), std::optional<Schedule>(),
+                         std::optional(*added));
+        });
+        m_host.RaiseScheduleAdded(added);
+    }
+    m_host.redraw();
+    return true;
 }
 
 } // namespace dayvex

@@ -124,13 +124,28 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
             day = nearestMidnight(day);
     }
     const auto leftOut = [&left](Date start) { return std::find(left.begin(), left.end(), start) != left.end(); };
-    const icaltimetype dtstart = floating(series.StartDate);
+    // Without COUNT the walk may start at the range: the occurrences before it cost nothing.
+    const bool jump = rule.count == 0 && series.StartDate < from;
+    // libical's own jump loses the phase of an hourly, minutely or secondly rule
+    // (every 5 hours from 09:30 comes out at 01:30): such a rule starts instead
+    // from its own occurrence a period before the range, which keeps the phase.
+    const qint64 unit = rule.freq == ICAL_HOURLY_RECURRENCE     ? 3600
+                        : rule.freq == ICAL_MINUTELY_RECURRENCE ? 60
+                        : rule.freq == ICAL_SECONDLY_RECURRENCE ? 1
+                                                                : 0;
+    Date first = series.StartDate;
+    if (jump && unit > 0) {
+        const qint64 period = unit * std::max<qint64>(1, rule.interval);
+        const qint64 periods = (ical::wallSeconds(from) - ical::wallSeconds(series.StartDate)) / period - 1;
+        if (periods > 0)
+            first = series.StartDate.addSeconds(periods * period);
+    }
+    const icaltimetype dtstart = floating(first);
     std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, dtstart),
                                                                            icalrecur_iterator_free);
     icalerror_clear_errno();
     if (it) {
-        // Without COUNT the walk may start at the range: the occurrences before it cost nothing.
-        if (rule.count == 0 && series.StartDate < from)
+        if (jump && unit == 0)
             icalrecur_iterator_set_start(it.get(), floating(from));
         int steps = 0;
         for (icaltimetype next = icalrecur_iterator_next(it.get());
@@ -174,10 +189,16 @@ Date remindedOccurrence(const Schedule &series, Date due)
     const std::optional<Date> until = shifted(due, series.reminderLead() + 1);
     if (!until)
         return series.StartDate;
-    // A year back: a reminder snoozed for longer than that is the series' own.
-    const Date from = shifted(*until, -366 * 86400LL).value_or(Date(Date::MinValue));
-    const std::vector<Date> starts = occurrenceStarts(series, from, *until, {}, 100000);
-    return starts.empty() ? series.StartDate : starts.back();
+    // Back an hour, a day, then a year: a frequent rule has its occurrence
+    // close by, long before its steps run out. A reminder snoozed for longer
+    // than a year is the series' own.
+    for (const qint64 back : {3600LL, 86400LL, 366 * 86400LL}) {
+        const Date from = shifted(*until, -back).value_or(Date(Date::MinValue));
+        const std::vector<Date> starts = occurrenceStarts(series, from, *until, {}, 100000);
+        if (!starts.empty())
+            return starts.back();
+    }
+    return series.StartDate;
 }
 
 const std::vector<Date> &OccurrenceCache::starts(const Schedule &series, Date from, Date to,

@@ -24,7 +24,7 @@ public:
     Date start;
     Date end;
     qint32 color = 0; // 0x00BBGGRR; 0 for the default background
-    bool series = false; // a series or one of its occurrences: its times are the series' business
+    bool series = false; // a series or one of its occurrences: a change asks which occurrences it is for
 
     // "hh:mm-hh:mm": the box's tag.
     const QString &times() const;

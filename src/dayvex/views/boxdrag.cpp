@@ -116,14 +116,13 @@ void BoxDrag::hover(AppointmentBox *box, const QMouseEvent *event)
 
 bool BoxDrag::pressBox(AppointmentBox *box, const QMouseEvent *event)
 {
-    // The all-day strip's bars stay where they are; so do a series' occurrences,
-    // whose times the series rule sets.
-    if (box->parentWidget() != m_grid->viewport() || m_grid->dragGrid().columnLefts.empty() || box->entry().series)
+    // The all-day strip's bars stay where they are.
+    if (box->parentWidget() != m_grid->viewport() || m_grid->dragGrid().columnLefts.empty())
         return false;
     const QPoint at = box->mapTo(m_grid->viewport(), event->position().toPoint());
     const DragGrid grid = m_grid->dragGrid();
     m_press = Press{box->entry().key, box->entry().start, box->entry().end, partAt(box, at),
-                    slotStart(grid, slotAt(grid, at)), Date(), false, at};
+                    slotStart(grid, slotAt(grid, at)), Date(), false, at, box->entry().series};
     m_pressed = true;
     return false; // the press still selects the box
 }
@@ -135,10 +134,8 @@ bool BoxDrag::pressLine(DayList *list, const QMouseEvent *event)
     if (line < 0 || line >= list->count() || list->moreLine().contains(pos))
         return false;
     const AgendaEntry &entry = list->entries()[size_t(line)];
-    if (entry.series)
-        return false;
     m_press = Press{entry.key, entry.start, entry.end, DragPart::Move, Date(), m_grid->dayListDate(list->index()),
-                    true, list->viewport()->mapTo(m_grid->viewport(), pos)};
+                    true, list->viewport()->mapTo(m_grid->viewport(), pos), entry.series};
     m_pressed = true;
     return false;
 }
@@ -200,7 +197,7 @@ bool BoxDrag::release()
     if (!active)
         return false; // a click, the box's own business
     if (!(start == press.start && end == press.end))
-        emit dropped(press.key, start, end);
+        emit dropped(press.key, start, end, press.series ? press.start : Date());
     return true;
 }
 

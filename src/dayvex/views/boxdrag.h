@@ -37,7 +37,8 @@ public:
     static constexpr int EdgePixels = 5;
 
 signals:
-    void dropped(const QString &key, dayvex::Date start, dayvex::Date end);
+    // occurrence: the start of the occurrence dragged when the box stands for one of a series.
+    void dropped(const QString &key, dayvex::Date start, dayvex::Date end, dayvex::Date occurrence);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -52,6 +53,7 @@ private:
         Date fromDay;     // month: the day of the list pressed
         bool month = false;
         QPoint at;        // in the grid's viewport
+        bool series = false; // an occurrence of a series, starting at start
     };
 
     bool pressBox(AppointmentBox *box, const QMouseEvent *event);

@@ -33,8 +33,8 @@ GestureRouter::GestureRouter(GestureHost &host, QWidget *surface, AgendaGrid *gr
     : m_host(host), m_surface(surface), m_grid(grid), m_todos(todos), m_pane(pane)
     , m_drag(new BoxDrag(grid, surface))
 {
-    connect(m_drag, &BoxDrag::dropped, this, [this](const QString &key, Date start, Date end) {
-        runFromUser([&] { m_host.dropAppointment(key, start, end); });
+    connect(m_drag, &BoxDrag::dropped, this, [this](const QString &key, Date start, Date end, Date occurrence) {
+        runFromUser([&] { m_host.dropAppointment(key, start, end, occurrence); });
     });
     // Slots dragged over propose a new appointment over them, as New does over selected slots.
     connect(m_grid, &AgendaGrid::slotsDragged, this,

@@ -48,7 +48,7 @@ public:
     // The selected appointment or to-do is another one.
     virtual void selectionMoved() = 0;
     // DragEditing: a drag moved or resized the appointment of key to start .. end.
-    virtual void dropAppointment(const QString &key, Date start, Date end) = 0;
+    virtual void dropAppointment(const QString &key, Date start, Date end, Date occurrence) = 0;
 };
 
 // Turns the clicks, keys and menus on the grids, boxes, day lists and detail
