@@ -66,6 +66,9 @@ private slots:
         QTest::newRow("every 5 hours, months on: the rule's own phase")
             << series(at(2026, 1, 5, 9, 30), "FREQ=HOURLY;INTERVAL=5;BYDAY=MO,WE") << at(2026, 8, 19)
             << at(2026, 8, 19, 12) << QStringList{"2026-08-19 00:30", "2026-08-19 05:30", "2026-08-19 10:30"};
+        QTest::newRow("every second of each 366th day: too costly for libical, the start alone")
+            << series(at(2027, 3, 1), "FREQ=SECONDLY;BYYEARDAY=366") << at(2027, 3, 1) << at(2029, 1, 1)
+            << QStringList{"2027-03-01 00:00"};
         QTest::newRow("two billion seconds from 1900: bounded, nothing in 2027")
             << series(at(1900, 1, 1), "FREQ=SECONDLY;COUNT=2000000000") << at(2027, 3, 22) << at(2027, 3, 23)
             << QStringList{};

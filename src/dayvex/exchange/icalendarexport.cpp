@@ -180,8 +180,11 @@ ComponentPtr eventOf(const Schedule &s, bool repeatedUid, Context &context)
     if (!s.Recurrence.isEmpty()) {
         // A series: its rule, the starts it adds and those it leaves out. A rule
         // libical cannot read travels as text, never lost.
-        if (isReadableRule(s.Recurrence)) {
-            add(event.get(), icalproperty_new_rrule(icalrecurrencetype_from_string(s.Recurrence.toUtf8().constData())));
+        // One too costly to walk here is still a rule for other programs.
+        const icalrecurrencetype rule = icalrecurrencetype_from_string(s.Recurrence.toUtf8().constData());
+        icalerror_clear_errno();
+        if (rule.freq != ICAL_NO_RECURRENCE) {
+            add(event.get(), icalproperty_new_rrule(rule));
         } else {
             icalproperty *kept = icalproperty_new_x(s.Recurrence.toUtf8().constData());
             icalproperty_set_x_name(kept, "X-DAYVEX-RRULE");

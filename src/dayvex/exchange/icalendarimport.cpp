@@ -432,6 +432,8 @@ private:
             const icalrecurrencetype rule = icalproperty_get_rrule(rrule);
             if (rule.freq == ICAL_NO_RECURRENCE)
                 throw QStringLiteral("RRULE cannot be read");
+            if (tooCostlyToWalk(rule))
+                throw QStringLiteral("RRULE repeats too often to expand");
             if (rule.count == 0 && icaltime_is_null_time(rule.until))
                 note(QStringLiteral("repeats without end: occurrences from %1 to %2 taken")
                          .arg(m_fromDay.toString(Qt::ISODate), m_toDay.toString(Qt::ISODate)));

@@ -94,9 +94,36 @@ QString seriesDatesText(const std::vector<Date> &dates)
     return items.join(QLatin1Char(','));
 }
 
+namespace ical {
+bool tooCostlyToWalk(const icalrecurrencetype &rule)
+{
+    const auto given = [](const short *parts) { return parts[0] != ICAL_RECURRENCE_ARRAY_MAX; };
+    // A weekday with a number (the 2nd Tuesday) or a week number asks for a
+    // month or a year: with a finer frequency nothing may ever match, and
+    // libical looks until the year 2582.
+    bool numberedDay = false;
+    for (int i = 0; i < ICAL_BY_DAY_SIZE && rule.by_day[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i)
+        numberedDay = numberedDay || icalrecurrencetype_day_position(rule.by_day[i]) != 0;
+    if ((numberedDay && rule.freq != ICAL_MONTHLY_RECURRENCE && rule.freq != ICAL_YEARLY_RECURRENCE)
+        || (given(rule.by_week_no) && rule.freq != ICAL_YEARLY_RECURRENCE))
+        return true;
+    const bool sparseDays = given(rule.by_month) || given(rule.by_week_no) || given(rule.by_year_day);
+    if (rule.freq == ICAL_SECONDLY_RECURRENCE) {
+        bool leapSecond = false; // 60 is a second that may never come
+        for (int i = 0; i < ICAL_BY_SECOND_SIZE && rule.by_second[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i)
+            leapSecond = leapSecond || rule.by_second[i] >= 60;
+        return sparseDays || given(rule.by_month_day) || given(rule.by_day) || given(rule.by_set_pos) || leapSecond;
+    }
+    return rule.freq == ICAL_MINUTELY_RECURRENCE && sparseDays;
+}
+} // namespace ical
+
 bool isReadableRule(const QString &rule)
 {
-    return !rule.trimmed().isEmpty() && ruleOf(rule).freq != ICAL_NO_RECURRENCE;
+    if (rule.trimmed().isEmpty())
+        return false;
+    const icalrecurrencetype recurrence = ruleOf(rule);
+    return recurrence.freq != ICAL_NO_RECURRENCE && !ical::tooCostlyToWalk(recurrence);
 }
 
 std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, const std::vector<Date> &overridden,
@@ -110,7 +137,7 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
     const int year = series.StartDate.toDate().year();
     const bool plain = series.Recurrence.trimmed().isEmpty() || year < 100 || year > 9999;
     const icalrecurrencetype rule = plain ? icalrecurrencetype{} : ruleOf(series.Recurrence);
-    if (plain || rule.freq == ICAL_NO_RECURRENCE) {
+    if (plain || rule.freq == ICAL_NO_RECURRENCE || ical::tooCostlyToWalk(rule)) {
         if (inside(series.StartDate, from, to))
             starts.push_back(series.StartDate);
         return starts;
