@@ -82,12 +82,31 @@ QByteArray asUtf8(const QByteArray &bytes, ExchangeReport &report)
     return QString::fromLatin1(bytes).toUtf8();
 }
 
+// Old Mozilla files put empty lines before each folded part ("DTSTART\n\n ;VALUE=DATE\n :20031225");
+// libical would read every part as a line of its own.
+QByteArray joinBrokenFolds(const QByteArray &text, ExchangeReport &report)
+{
+    static const QRegularExpression broken(QStringLiteral("(?:\\r?\\n)+(\\r?\\n[ \\t])"));
+    if (!text.contains("\n\n ") && !text.contains("\n\r\n ") && !text.contains("\n\n\t")
+        && !text.contains("\n\r\n\t"))
+        return text;
+    QString unicode = QString::fromUtf8(text);
+    unicode.replace(broken, QStringLiteral("\\1"));
+    fileEntry(report, QStringLiteral("folded lines broken by empty lines: joined"), false);
+    return unicode.toUtf8();
+}
+
 // A file cut short ends inside a component: drop that component, close the calendar.
 QByteArray closeTruncated(QByteArray text, ExchangeReport &report)
 {
     const QByteArray upper = text.toUpper();
-    if (upper.contains("END:VCALENDAR"))
-        return text;
+    // END:VCALENDAR on a line of its own: a mangled "END:VCALENDARD" closes nothing.
+    for (qsizetype at = upper.indexOf("END:VCALENDAR"); at >= 0; at = upper.indexOf("END:VCALENDAR", at + 1)) {
+        const qsizetype after = at + 13;
+        if ((at == 0 || upper[at - 1] == '\n')
+            && (after == upper.size() || QByteArray("\r\n \t").contains(upper[after])))
+            return text;
+    }
     qsizetype cut = text.size();
     for (const char *kind : {"BEGIN:VEVENT", "BEGIN:VTODO"}) {
         const qsizetype begin = upper.lastIndexOf(kind);
@@ -217,6 +236,7 @@ private:
     {
         m_name = name;
         m_uid = text(icalcomponent_get_uid(c));
+        noteFaults(c);
         try {
             read();
         } catch (const QString &why) {
@@ -232,6 +252,22 @@ private:
         ++m_report.skipped;
     }
     void note(const QString &what) { m_report.entries.append({m_name, m_uid, what, false}); }
+
+    // What libical could not read, and properties given twice of which only the first is read.
+    void noteFaults(icalcomponent *c)
+    {
+        for (icalproperty *p = icalcomponent_get_first_property(c, ICAL_XLICERROR_PROPERTY); p;
+             p = icalcomponent_get_next_property(c, ICAL_XLICERROR_PROPERTY))
+            note(QStringLiteral("a line that cannot be read, left out: %1").arg(text(icalproperty_get_xlicerror(p))));
+        for (const icalproperty_kind kind : {ICAL_DTSTART_PROPERTY, ICAL_DTEND_PROPERTY, ICAL_DUE_PROPERTY,
+                                             ICAL_DURATION_PROPERTY, ICAL_SUMMARY_PROPERTY, ICAL_DESCRIPTION_PROPERTY,
+                                             ICAL_LOCATION_PROPERTY}) {
+            if (const int count = icalcomponent_count_properties(c, kind); count > 1)
+                note(QStringLiteral("%1 appears %2 times: the first taken")
+                         .arg(text(icalproperty_kind_to_string(kind)))
+                         .arg(count));
+        }
+    }
 
     // Throws ImportStopped past a bound of the options, or when the host cancels.
     void checkBounds()
@@ -338,6 +374,22 @@ private:
         }
     }
 
+    // A series on floating time may give its RDATEs and EXDATEs in UTC. libical
+    // matches such a date on the clock as written, and so does the import.
+    // Called before walking the dates: looking up DTSTART moves the component's property iterator.
+    static auto onSeriesClock(icalcomponent *c)
+    {
+        icalproperty *dtstart = icalcomponent_get_first_property(c, ICAL_DTSTART_PROPERTY);
+        const icaltimetype start = icalproperty_get_datetime_with_component(dtstart, c);
+        const bool floating =
+            !start.zone && !start.is_date && !icalproperty_get_first_parameter(dtstart, ICAL_TZID_PARAMETER);
+        return [floating](icaltimetype t) {
+            if (floating && icaltime_is_utc(t))
+                t.zone = nullptr;
+            return t;
+        };
+    }
+
     // A recurring event as one series, or an occurrence of one changed on its
     // own: what makes it so goes into the planned record. False for a plain event.
     bool keptAsSeries(icalcomponent *c, PlannedAppointment &appointment, bool wholeDays)
@@ -348,6 +400,7 @@ private:
             appointment.recurrenceId = day(id->value);
             return true;
         }
+        const auto onClock = onSeriesClock(c);
         const auto dates = [&](icalproperty_kind kind) {
             std::vector<Date> found;
             for (icalproperty *p = icalcomponent_get_first_property(c, kind); p;
@@ -355,13 +408,16 @@ private:
                 if (kind == ICAL_RDATE_PROPERTY) {
                     const icaldatetimeperiodtype rdate = icalproperty_get_rdate(p);
                     const icaltimetype t = icaltime_is_null_time(rdate.time) ? rdate.period.start : rdate.time;
-                    found.push_back(day(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value));
+                    found.push_back(day(localTime(onClock(t),
+                                                  QByteArray(icalproperty_get_parameter_as_string(p, "TZID")))
+                                            .value));
                 } else {
-                    found.push_back(day(localTime(icalproperty_get_datetime_with_component(p, c),
+                    found.push_back(day(localTime(onClock(icalproperty_get_datetime_with_component(p, c)),
                                                   QByteArray(icalproperty_get_parameter_as_string(p, "TZID")))
                                             .value));
                 }
             }
+            std::sort(found.begin(), found.end()); // in order, as seriesDates gives them back
             return seriesDatesText(found);
         };
         if (icalproperty *rrule = icalcomponent_get_first_property(c, ICAL_RRULE_PROPERTY))
@@ -418,6 +474,7 @@ private:
         icalproperty *dtstartProperty = icalcomponent_get_first_property(c, ICAL_DTSTART_PROPERTY);
         const icaltimetype dtstart = icalproperty_get_datetime_with_component(dtstartProperty, c);
         const QByteArray tzid(icalproperty_get_parameter_as_string(dtstartProperty, "TZID"));
+        const auto onClock = onSeriesClock(c);
         std::vector<Date> starts;
         const QDate surelyBefore = m_fromDay.addDays(-2); // no zone moves a time by two days
         auto consider = [&](const icaltimetype &t) {
@@ -452,7 +509,7 @@ private:
         for (icalproperty *p = icalcomponent_get_first_property(c, ICAL_RDATE_PROPERTY); p;
              p = icalcomponent_get_next_property(c, ICAL_RDATE_PROPERTY)) {
             const icaldatetimeperiodtype rdate = icalproperty_get_rdate(p);
-            icaltimetype t = icaltime_is_null_time(rdate.time) ? rdate.period.start : rdate.time;
+            icaltimetype t = onClock(icaltime_is_null_time(rdate.time) ? rdate.period.start : rdate.time);
             if (!t.zone && !icaltime_is_utc(t) && !t.is_date)
                 t.zone = dtstart.zone;
             consider(t);
@@ -465,7 +522,7 @@ private:
             excluded.insert(day(Date(id)).value());
         for (icalproperty *p = icalcomponent_get_first_property(c, ICAL_EXDATE_PROPERTY); p;
              p = icalcomponent_get_next_property(c, ICAL_EXDATE_PROPERTY)) {
-            icaltimetype t = icalproperty_get_datetime_with_component(p, c);
+            icaltimetype t = onClock(icalproperty_get_datetime_with_component(p, c));
             excluded.insert(day(localTime(t, QByteArray(icalproperty_get_parameter_as_string(p, "TZID"))).value).value());
         }
         std::sort(starts.begin(), starts.end(), [](Date a, Date b) { return wallSeconds(a) < wallSeconds(b); });
@@ -738,11 +795,23 @@ ExchangeReport importICalendarData(const QByteArray &bytes, DayvexData &into, co
         fileEntry(report, QStringLiteral("not an iCalendar file"));
         return report;
     }
-    text = markDateTimeTriggers(closeTruncated(std::move(text), report), report);
+    text = markDateTimeTriggers(closeTruncated(joinBrokenFolds(text, report), report), report);
     ComponentPtr root(icalparser_parse_string(text.constData()));
     icalcomponent *calendar = root.get();
-    if (calendar && icalcomponent_isa(calendar) != ICAL_VCALENDAR_COMPONENT)
-        calendar = icalcomponent_get_first_component(calendar, ICAL_VCALENDAR_COMPONENT);
+    if (calendar && icalcomponent_isa(calendar) != ICAL_VCALENDAR_COMPONENT) {
+        // Several calendars in one file: read as one, libical renaming zones whose TZIDs clash.
+        std::vector<icalcomponent *> calendars;
+        for (icalcomponent *c = icalcomponent_get_first_component(calendar, ICAL_VCALENDAR_COMPONENT); c;
+             c = icalcomponent_get_next_component(calendar, ICAL_VCALENDAR_COMPONENT))
+            calendars.push_back(c);
+        calendar = calendars.empty() ? nullptr : calendars.front();
+        for (size_t i = 1; i < calendars.size(); ++i) {
+            icalcomponent_remove_component(root.get(), calendars[i]);
+            icalcomponent_merge_component(calendar, calendars[i]); // frees it
+        }
+        if (calendars.size() > 1)
+            fileEntry(report, QStringLiteral("%1 calendars in the file: read as one").arg(calendars.size()), false);
+    }
     if (!calendar) {
         fileEntry(report, QStringLiteral("no calendar could be read"));
         return report;

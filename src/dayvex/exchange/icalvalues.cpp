@@ -281,7 +281,7 @@ QString keptText(icalcomponent *component, bool todo)
     bool contactRead = false;
     for (icalproperty *p = icalcomponent_get_first_property(component, ICAL_ANY_PROPERTY); p;
          p = icalcomponent_get_next_property(component, ICAL_ANY_PROPERTY)) {
-        if (heldByModel(p, todo))
+        if (heldByModel(p, todo) || icalproperty_isa(p) == ICAL_XLICERROR_PROPERTY) // errors are reported instead
             continue;
         const icalproperty_kind kind = icalproperty_isa(p);
         if (kind == ICAL_CONTACT_PROPERTY && !todo && !std::exchange(contactRead, true))

@@ -136,11 +136,27 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
     // A host's start outside the years a date holds repeats nothing.
     const int year = series.StartDate.toDate().year();
     const bool plain = series.Recurrence.trimmed().isEmpty() || year < 100 || year > 9999;
-    const icalrecurrencetype rule = plain ? icalrecurrencetype{} : ruleOf(series.Recurrence);
+    icalrecurrencetype rule = plain ? icalrecurrencetype{} : ruleOf(series.Recurrence);
     if (plain || rule.freq == ICAL_NO_RECURRENCE || ical::tooCostlyToWalk(rule)) {
         if (inside(series.StartDate, from, to))
             starts.push_back(series.StartDate);
         return starts;
+    }
+    // An UNTIL in UTC is a moment; the walk is on this machine's wall clock, where libical
+    // would take it as a floating time and, east of Greenwich, lose the last occurrence.
+    if (!icaltime_is_null_time(rule.until) && icaltime_is_utc(rule.until)) {
+        const icaltimetype &u = rule.until;
+        const QDateTime local =
+            QDateTime(QDate(u.year, u.month, u.day), QTime(u.hour, u.minute, qMin(u.second, 59)), Qt::UTC).toLocalTime();
+        if (local.isValid()) {
+            rule.until = icaltime_null_time();
+            rule.until.year = local.date().year();
+            rule.until.month = local.date().month();
+            rule.until.day = local.date().day();
+            rule.until.hour = local.time().hour();
+            rule.until.minute = local.time().minute();
+            rule.until.second = local.time().second();
+        }
     }
     std::vector<Date> left = seriesDates(series.ExceptionDates);
     left.insert(left.end(), overridden.begin(), overridden.end());
