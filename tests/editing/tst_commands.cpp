@@ -337,6 +337,32 @@ private slots:
         QCOMPARE(visited.last(), "Fine");
     }
 
+    // Modern: an appointment opened and saved untouched is as it was, whatever the
+    // fields could not show; Classic keeps its cut to the minute and its trimming.
+    void untouchedSaveKeepsTheRecord_data()
+    {
+        columns<int, bool>("presentation", "kept");
+        QTest::newRow("modern") << int(zntDayvex::Modern) << true;
+        QTest::newRow("classic") << int(zntDayvex::Classic) << false;
+    }
+
+    void untouchedSaveKeepsTheRecord()
+    {
+        QFETCH(int, presentation);
+        QFETCH(bool, kept);
+        m_control->setPresentation(zntDayvex::PresentationStyle(presentation));
+        Schedule &record = *m_data->Schedules()->Item("7");
+        record.StartDate = at(2000, 12, 3, 9, 0, 17);
+        record.EndDate = at(2000, 12, 3, 10, 0, 41);
+        record.ReminderDate = Date(std::numeric_limits<double>::quiet_NaN());
+        record.Description = " " + QString(40000, QChar(u'é'));
+        const QString before = fieldsOf(record);
+        m_driver.whenOpen(AppointmentForm, [](QDialog *editor) { press(editor, "Salva"); });
+        m_control->mnModifica_Click();
+        QCOMPARE(fieldsOf(*m_data->Schedules()->Item("7")) == before, kept);
+        QVERIFY(m_data->Schedules()->Item("7")->Description.endsWith(QString(39999, QChar(u'é'))));
+    }
+
     void validateCancelKeepsInput()
     {
         connect(m_control.get(), &zntDayvex::ValidateSchedule, this,

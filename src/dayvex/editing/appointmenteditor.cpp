@@ -7,6 +7,8 @@
 
 #include <dayvex/platform/error.h>
 
+#include <limits>
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateEdit>
@@ -65,6 +67,7 @@ void AppointmentEditor::createFields()
     named(m_oraIni, "OraIni");
     named(m_oraFine, "OraFine");
     m_desApp = named(new QLineEdit(this), "DesApp");
+    m_desApp->setMaxLength(std::numeric_limits<int>::max()); // a host's long text is not cut
     m_codCont = named(new QLineEdit(this), "CodCont");
     m_contatto = named(new QLineEdit(this), "Contatto");
     m_promemoria = named(new QCheckBox(caption(Text::Remind, "avvisa"), this), "Promemoria");
@@ -201,6 +204,13 @@ void AppointmentEditor::load()
     m_elimina->setEnabled(false);
     m_elimina->setEnabled(!isNew() && !formKey().trimmed().isEmpty());
     m_desApp->setFocus();
+    m_loaded = shownNow();
+}
+
+AppointmentEditor::Shown AppointmentEditor::shownNow() const
+{
+    return {QDateTime(m_datIni->date(), m_oraIni->time()), QDateTime(m_datFine->date(), m_oraFine->time()),
+            m_promemoria->isChecked(), m_tempoPromemoria->currentText()};
 }
 
 void AppointmentEditor::keepDatesInOrder()
@@ -211,6 +221,7 @@ void AppointmentEditor::keepDatesInOrder()
 
 void AppointmentEditor::store()
 {
+    const bool descriptionAsLoaded = m_desApp->text() == m_values.Description;
     auto working = std::make_shared<Schedule>(m_values);
     working->StartDate = form::joined(m_datIni->date(), m_oraIni->time());
     working->EndDate = form::joined(m_datFine->date(), m_oraFine->time());
@@ -228,6 +239,22 @@ void AppointmentEditor::store()
     working->ContactCode = m_codCont->text();
     working->Contact = m_contatto->text();
     working->Recurrence = m_repeat->rule();
+    bool reminderKept = false;
+    if (host().storesTrueEnd() && !isNew()) {
+        // Modern: what the fields could not show (seconds, a NaN reminder) stays
+        // as it was wherever the person left the field as it came.
+        const Shown now = shownNow();
+        if (now.start == m_loaded.start)
+            working->StartDate = m_values.StartDate;
+        if (now.end == m_loaded.end)
+            working->EndDate = m_values.EndDate;
+        reminderKept = now.reminded == m_loaded.reminded && now.lead == m_loaded.lead && now.start == m_loaded.start
+                       && working->Recurrence == m_values.Recurrence;
+        if (reminderKept)
+            working->ReminderDate = m_values.ReminderDate;
+        if (descriptionAsLoaded && !m_values.Description.trimmed().isEmpty())
+            working->Description = m_values.Description; // its own blanks too
+    }
 
     bool cancel = false;
     host().RaiseValidateSchedule(working, cancel);
@@ -235,8 +262,8 @@ void AppointmentEditor::store()
         return; // the host refuses: the user's input stays
     if (!working)
         working = std::make_shared<Schedule>();
-    working->ReminderLead = Schedule::NoLead;
-    if (!working->Recurrence.isEmpty() && m_promemoria->isChecked()) {
+    working->ReminderLead = reminderKept ? m_values.ReminderLead : Schedule::NoLead;
+    if (!working->Recurrence.isEmpty() && m_promemoria->isChecked() && !reminderKept) {
         // A series reminds before each occurrence, from the next one on.
         working->setReminderLead(qint64(m_tempoPromemoria->currentText().toInt()) * 60);
         working->ReminderDate = host().nextSeriesReminder(*working);

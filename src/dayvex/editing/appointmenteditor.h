@@ -52,6 +52,16 @@ private:
     void contactCodeLeft();
 
     Schedule m_values;
+    // What the fields showed once loaded: Modern keeps the record's own start,
+    // end and reminder where they still show it, to the second, NaN and all.
+    struct Shown
+    {
+        QDateTime start, end;
+        bool reminded = false;
+        QString lead;
+    };
+    Shown shownNow() const;
+    Shown m_loaded;
 
     QComboBox *m_cbCategorie = nullptr;
     QComboBox *m_cbUtente = nullptr;
