@@ -244,7 +244,9 @@ void Transport::start(int redirects)
     QNetworkRequest request(m_url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setTransferTimeout(30000);
+    // A server may think long before its first byte (Radicale renders a whole
+    // calendar-query first); silence longer than this is a server out of reach.
+    request.setTransferTimeout(120000);
     if (!m_authorization.isEmpty())
         request.setRawHeader("Authorization", m_authorization);
     for (const auto &[header, value] : m_headers)
