@@ -10,6 +10,10 @@
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 #include <QSignalSpy>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslServer>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -22,13 +26,17 @@ class CountingNetwork : public QNetworkAccessManager
 {
 public:
     QStringList requests;
+    std::function<void(QNetworkReply *)> onReply; // sees each reply as it is made
 
 protected:
     QNetworkReply *createRequest(Operation op, const QNetworkRequest &request, QIODevice *data) override
     {
         const QByteArray verb = request.attribute(QNetworkRequest::CustomVerbAttribute).toByteArray();
         requests << QString::fromLatin1(verb.isEmpty() ? QByteArray::number(op) : verb) + ' ' + request.url().path();
-        return QNetworkAccessManager::createRequest(op, request, data);
+        QNetworkReply *reply = QNetworkAccessManager::createRequest(op, request, data);
+        if (onReply)
+            onReply(reply);
+        return reply;
     }
 };
 
@@ -317,6 +325,28 @@ private slots:
         QCOMPARE(b.contents(), a.contents());
     }
 
+    // A first sync cancelled as the calendar starts to arrive leaves the store
+    // consistent and queues nothing; the next one brings the whole calendar.
+    void cancelled()
+    {
+        Peer a(*server), b(*server);
+        for (int i = 0; i < 150; ++i)
+            a.add(QString("event %1").arg(i), at(2027, 3, 1, 8).addDays(i));
+        QVERIFY(a.syncOnce());
+        b.network.onReply = [&b](QNetworkReply *reply) {
+            if (b.network.requests.last().startsWith("REPORT"))
+                QObject::connect(reply, &QNetworkReply::readyRead, &b.sync, [&b] { b.sync.cancel(); });
+        };
+        QVERIFY(!b.syncOnce());
+        QCOMPARE(b.sync.status().state, SyncStatus::State::Idle);
+        QVERIFY(b.data->Schedules()->Count() < 150);
+        QCOMPARE(b.store.pendingCount(), 0);
+        b.network.onReply = nullptr;
+        QVERIFY(b.syncOnce());
+        QCOMPARE(b.contents(), a.contents());
+        QCOMPARE(b.store.pendingCount(), 0);
+    }
+
     void nothingChangedIsOneRequest()
     {
         Peer a(*server);
@@ -355,6 +385,34 @@ private slots:
         peer.sync.discover();
         QVERIFY(failed.wait(20000));
         QVERIFY2(failed.first().first().toString().contains(error), qPrintable(failed.first().first().toString()));
+    }
+
+    // A certificate the system does not trust ends the sync, with the reason.
+    void untrustedCertificate()
+    {
+        QTemporaryDir dir;
+        QProcess openssl;
+        openssl.start("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", dir.filePath("key.pem"), "-out",
+                                  dir.filePath("cert.pem"), "-days", "1", "-subj", "/CN=127.0.0.1"});
+        if (!openssl.waitForFinished(60000) || openssl.exitCode() != 0)
+            QSKIP("openssl cannot make a certificate here");
+        QFile key(dir.filePath("key.pem"));
+        QVERIFY(key.open(QIODevice::ReadOnly));
+        QSslConfiguration config = QSslConfiguration::defaultConfiguration();
+        config.setLocalCertificate(QSslCertificate::fromPath(dir.filePath("cert.pem")).value(0));
+        config.setPrivateKey(QSslKey(&key, QSsl::Rsa));
+        QSslServer tls;
+        tls.setSslConfiguration(config);
+        QVERIFY(tls.listen(QHostAddress::LocalHost, 0));
+
+        Peer peer(*server);
+        peer.sync.setAccount({QUrl(QString("https://127.0.0.1:%1/").arg(tls.serverPort())), server->user});
+        peer.sync.setPassword(server->password);
+        QSignalSpy failed(&peer.sync, &CalDavSync::discoveryFailed);
+        peer.sync.discover();
+        QVERIFY(failed.wait(20000));
+        const QString error = failed.first().first().toString();
+        QVERIFY2(error.contains("secure connection") && error.contains("self-signed", Qt::CaseInsensitive), qPrintable(error));
     }
 
     void plainHttpOnlyToThisMachine()
