@@ -279,6 +279,32 @@ private slots:
         QCOMPARE(a.contents(), expected);
     }
 
+    // The server refuses an upload (412, its ETag is not the one we hold):
+    // the host hears of it with the server's version, and nothing is lost.
+    void preconditionFailed()
+    {
+        Peer a(*server), b(*server);
+        a.add("first", at(2027, 3, 1, 9));
+        QVERIFY(a.syncOnce());
+        QVERIFY(b.syncOnce());
+        auto resource = b.store.syncedResources().at(0);
+        resource.etag = "\"not-the-server's\"";
+        b.store.commitSync({{resource}, {}, {}, {}, false, {}});
+        b.find("first")->Description = "by b";
+        b.store.save();
+        int conflicts = 0;
+        connect(&b.sync, &CalDavSync::conflict, this, [&](SyncConflict &c) {
+            ++conflicts;
+            QVERIFY(c.server.contains("SUMMARY:first") && c.local.contains("SUMMARY:by b"));
+        });
+        QVERIFY(b.syncOnce());
+        QCOMPARE(conflicts, 1);
+        QVERIFY(b.network.requests.filter("GET").size() == 1);
+        QCOMPARE(b.contents(), (QStringList{"by b", "first"}));
+        QVERIFY(a.syncOnce());
+        QCOMPARE(a.contents(), b.contents());
+    }
+
     // The server stops in the middle of a sync and comes back: nothing is lost,
     // the queue goes up in the order it was made, the retries wait longer each time.
     void serverStopped()
