@@ -6,6 +6,8 @@
 // the memory figures of one do not carry over to the next, and ends with the
 // growth of the week's Refresh from 1,000 to 100,000 appointments.
 
+#include "syncbench.h"
+
 #include <internals.h>
 
 #include <QApplication>
@@ -378,7 +380,12 @@ int main(int argc, char *argv[])
     parser.addOption(appointments);
     parser.addOption(inWeek);
     parser.addOption(machine);
+    const QCommandLineOption sync(QStringLiteral("sync"), QStringLiteral("Only the CalDAV figures, over <count> events."),
+                                  QStringLiteral("count"));
+    parser.addOption(sync);
     parser.process(app);
+    if (parser.isSet(sync))
+        return runSyncBench(parser.value(sync).toInt());
 
     g_machineLines = parser.isSet(machine);
     if (parser.isSet(appointments)) {

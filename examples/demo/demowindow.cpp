@@ -1,10 +1,14 @@
 #include "demowindow.h"
 
+#include "accountsdialog.h"
 #include "sampledata.h"
 
 #include <dayvex/dayvex.h>
+#include <dayvex/sync/caldavsync.h>
 
 #include <QCheckBox>
+#include <QLabel>
+#include <QStatusBar>
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QMenuBar>
@@ -185,7 +189,41 @@ void DemoWindow::createFileMenu()
             log(QStringLiteral("PDF: %1 pages in %2").arg(savePdf(path)).arg(path));
     });
     file->addSeparator();
+    entry("accountsAction", QStringLiteral("&CalDAV calendar…"), QKeySequence(), [this] { openAccounts(); });
+    entry("syncAction", QStringLiteral("S&ync now"), QKeySequence(Qt::Key_F5 | Qt::ShiftModifier), [this] {
+        if (m_sync)
+            m_sync->syncNow();
+    });
+    file->addSeparator();
     entry("quitAction", QStringLiteral("&Quit"), QKeySequence::Quit, [this] { close(); });
+}
+
+void DemoWindow::setSync(CalDavSync *sync)
+{
+    m_sync = sync;
+    m_syncState = new QLabel(this);
+    m_syncState->setObjectName(QStringLiteral("syncState"));
+    statusBar()->addPermanentWidget(m_syncState);
+    const auto show = [this](const SyncStatus &status) {
+        m_syncState->setText(m_sync->calendar().isEmpty() ? QStringLiteral("CalDAV: no calendar (File → CalDAV calendar…)")
+                                                          : QStringLiteral("CalDAV: %1").arg(status.text()));
+        m_syncState->setToolTip(status.error);
+    };
+    connect(sync, &CalDavSync::statusChanged, this, show);
+    connect(sync, &CalDavSync::syncFinished, this, [this](bool) { m_control->Refresh(); });
+    connect(sync, &CalDavSync::conflict, this, [this](SyncConflict &conflict) {
+        log(QStringLiteral("Sync conflict on %1: the server's version is kept, this one as a copy").arg(conflict.uid));
+    });
+    show(sync->status());
+}
+
+void DemoWindow::openAccounts()
+{
+    if (!m_sync)
+        return;
+    auto *dialog = new AccountsDialog(*m_sync, m_settings, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
 }
 
 ExchangeReport DemoWindow::importFile(const QString &path)

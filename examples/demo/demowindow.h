@@ -14,7 +14,9 @@ class QSettings;
 
 namespace dayvex {
 class zntDayvex;
+class CalDavSync;
 }
+class QLabel;
 
 // A host form: the control, an event log, and switches that make the log
 // answer Cancel or ExternalHandled to the control's Before events.
@@ -37,6 +39,10 @@ public:
     void showEventsIfRoom();
     // Replaces the agenda's contents by the sample agenda around the day shown.
     void loadSampleData();
+    // Offers sync's accounts dialog in the File menu and its state in the status bar.
+    void setSync(dayvex::CalDavSync *sync);
+    // Opens the accounts dialog (File → CalDAV calendar…).
+    void openAccounts();
 
 private:
     void createFileMenu();
@@ -52,4 +58,6 @@ private:
     QDockWidget *m_events = nullptr;
     QCheckBox *m_cancel = nullptr;
     QCheckBox *m_external = nullptr;
+    dayvex::CalDavSync *m_sync = nullptr;
+    QLabel *m_syncState = nullptr;
 };

@@ -1,7 +1,9 @@
+#include "accountsdialog.h"
 #include "demowindow.h"
 
 #include <dayvex/control/zntdayvex.h>
 #include <dayvex/store/localstore.h>
+#include <dayvex/sync/caldavsync.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -209,11 +211,22 @@ int main(int argc, char *argv[])
     window.showEventsIfRoom();
 
     if (!parser.isSet(screenshot)) {
+        // CalDAV sync, when the person adds a calendar (File → CalDAV calendar…).
+        std::unique_ptr<dayvex::CalDavSync> sync;
+        if (store.isOpen()) {
+            sync = std::make_unique<dayvex::CalDavSync>(store, plan);
+            AccountsDialog::restore(*sync, settings);
+            window.setSync(sync.get());
+            if (!sync->calendar().isEmpty())
+                sync->syncNow();
+        }
         window.show();
         if (!storeError.isEmpty())
             QMessageBox::warning(&window, QStringLiteral("Agenda not kept"),
                                  QStringLiteral("Changes will not be kept: %1").arg(storeError));
         const int code = app.exec();
+        if (sync)
+            sync->cancel();
         save();
         return code;
     }

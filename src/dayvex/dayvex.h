@@ -33,6 +33,8 @@
 
 #include <dayvex/exchange/icalendar.h>
 #include <dayvex/store/localstore.h>
+#include <dayvex/sync/caldavsync.h>
+#include <dayvex/sync/secretstore.h>
 #include <dayvex/printing/agendaprint.h>
 #include <dayvex/reminders/remindersound.h>
 

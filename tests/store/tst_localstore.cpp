@@ -229,6 +229,43 @@ private slots:
         QCOMPARE(reopened(path), contents(*data));
     }
 
+    // A file of the first layout gains the sync's tables. While tracked, each
+    // change is queued in its own write, and not at all when that write fails.
+    void queueOfChanges()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        auto data = std::make_shared<DayvexData>();
+        addSchedule(*data, "1");
+        LocalStore(data).open(path);
+        runSql(path, {"DROP TABLE pending", "DROP TABLE resources", "DROP TABLE syncvalues", "PRAGMA user_version = 1"});
+        QCOMPARE(reopened(path), contents(*data));
+
+        auto loaded = std::make_shared<DayvexData>();
+        LocalStore store(loaded);
+        store.open(path);
+        store.setTracksChanges(true);
+        const auto first = loaded->Schedules()->Item("1");
+        first->Tag = "uid-1";
+        loaded->journalChange(first, false);
+        loaded->journalChange(addSchedule(*loaded, "2"), false);
+        loaded->Schedules()->Remove("1");
+        loaded->journalChange(first, true);
+        runSql(path, {"DROP TABLE schedules"});
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("journal of an appointment: error"));
+        loaded->journalChange(addSchedule(*loaded, "3"), false);
+        store.close();
+
+        LocalStore again(std::make_shared<DayvexData>());
+        runSql(path, {"CREATE TABLE schedules(id INTEGER PRIMARY KEY, pos REAL NOT NULL)"});
+        again.open(path);
+        QVERIFY(again.tracksChanges());
+        QStringList queued;
+        for (const auto &change : again.pendingChanges())
+            queued << QString("%1 %2 %3 %4").arg(change.kind).arg(change.key, change.uid).arg(change.removed);
+        QCOMPARE(queued, (QStringList{"S 1 uid-1 0", "S 2  0", "S 1 uid-1 1"}));
+    }
+
     void refused_data()
     {
         columns<QString, qint32>("file", "error");

@@ -44,4 +44,5 @@
 #include <dayvex/views/daylist.h>
 #include <dayvex/views/itemgestures.h>
 #include <dayvex/printing/printpreview.h>
+#include <dayvex/sync/webdav.h>
 #include <dayvex/control/zntdayvex_p.h>

@@ -284,6 +284,9 @@ bool placeNew(std::vector<double> &pos)
 
 int nextConnection = 0;
 
+// A null QString binds as SQL NULL; the queue's columns hold texts, maybe empty.
+QString notNull(const QString &text) { return text.isNull() ? QStringLiteral("") : text; }
+
 } // namespace
 
 class LocalStore::Impl
@@ -299,6 +302,9 @@ public:
     std::tuple<Table<Schedule>, Table<ToDo>, Table<User>, Table<Place>, Table<Category>, Table<ActiveProject>> tables;
     // What the open transaction changes in the rows, applied once it is committed.
     std::vector<std::function<void()>> staged;
+    bool tracking = false;  // changes are queued for a server
+    bool fromServer = false; // what is being written came from the server: not queued
+    QSqlQuery queue;
 
     template <typename F>
     void forEachTable(F f)
@@ -356,6 +362,35 @@ public:
         for (int step = from; step < SchemaVersion; ++step) {
             if (step == 0)
                 createTables();
+            if (step == 1)
+                createSyncTables();
+        }
+    }
+    void createSyncTables()
+    {
+        exec(QStringLiteral("CREATE TABLE pending(seq INTEGER PRIMARY KEY AUTOINCREMENT, kind TEXT NOT NULL, "
+                            "key TEXT NOT NULL, uid TEXT NOT NULL, series TEXT NOT NULL, removed INTEGER NOT NULL)"));
+        exec(QStringLiteral("CREATE TABLE resources(uid TEXT PRIMARY KEY, href TEXT NOT NULL, etag TEXT NOT NULL, "
+                            "fingerprint TEXT NOT NULL)"));
+        exec(QStringLiteral("CREATE TABLE syncvalues(name TEXT PRIMARY KEY, value TEXT NOT NULL)"));
+    }
+    // Queues a change of an appointment or to-do when the store tracks them.
+    template <typename T>
+    void queueChange(const T &record, bool removed)
+    {
+        if constexpr (std::is_same_v<T, Schedule> || std::is_same_v<T, ToDo>) {
+            if (!tracking || fromServer)
+                return;
+            queue.bindValue(0, QString(QLatin1Char(std::is_same_v<T, Schedule> ? 'S' : 'T')));
+            queue.bindValue(1, notNull(record.Key));
+            queue.bindValue(2, notNull(record.Tag));
+            if constexpr (std::is_same_v<T, Schedule>)
+                queue.bindValue(3, notNull(record.SeriesKey));
+            else
+                queue.bindValue(3, notNull(QString()));
+            queue.bindValue(4, int(removed));
+            if (!queue.exec())
+                throw failed(QStringLiteral("cannot queue a change for the server"), queue.lastError());
         }
     }
     void prepare();
@@ -465,6 +500,10 @@ LocalStore::Opened LocalStore::Impl::open(const QString &file)
 
 void LocalStore::Impl::prepare()
 {
+    queue = QSqlQuery(db);
+    if (!queue.prepare(QStringLiteral("INSERT INTO pending(kind,key,uid,series,removed) VALUES(?,?,?,?,?)")))
+        throw failed(QStringLiteral("cannot prepare the queue's statement"), db.lastError());
+    tracking = exec(QStringLiteral("SELECT value FROM syncvalues WHERE name='tracking'")).next();
     forEachTable([this](auto &table) {
         table.insert = QSqlQuery(db);
         table.update = QSqlQuery(db);
@@ -522,6 +561,7 @@ void LocalStore::Impl::insert(Table<T> &table, const std::shared_ptr<T> &record,
     bindFields(table.insert, table, *record, pos);
     if (!table.insert.exec())
         throw failed(QStringLiteral("cannot add to %1").arg(table.name), table.insert.lastError());
+    queueChange(*record, false);
     Row<T> row{table.insert.lastInsertId().toLongLong(), pos, record, *record};
     staged.push_back([&table, row = std::move(row)] { table.rows.insert_or_assign(row.record.get(), row); });
 }
@@ -533,6 +573,8 @@ void LocalStore::Impl::update(Table<T> &table, Row<T> &row, double pos)
     table.update.bindValue(int(table.columns.size()) + 1, row.id);
     if (!table.update.exec())
         throw failed(QStringLiteral("cannot change %1").arg(table.name), table.update.lastError());
+    if (!table.same(row.copy, *row.record)) // a move in the list alone is nothing to a server
+        queueChange(*row.record, false);
     staged.push_back([&row, pos, copy = *row.record] {
         row.pos = pos;
         row.copy = copy;
@@ -545,6 +587,8 @@ void LocalStore::Impl::remove(Table<T> &table, const T *record, qint64 id)
     table.remove.bindValue(0, id);
     if (!table.remove.exec())
         throw failed(QStringLiteral("cannot remove from %1").arg(table.name), table.remove.lastError());
+    if (const auto row = table.rows.find(record); row != table.rows.end())
+        queueChange(row->second.copy, true);
     staged.push_back([&table, record] { table.rows.erase(record); });
 }
 
@@ -616,6 +660,8 @@ void LocalStore::Impl::close()
         table.remove = QSqlQuery();
     });
     staged.clear();
+    queue = QSqlQuery();
+    tracking = false;
     if (!connection.isEmpty()) {
         db.close();
         db = QSqlDatabase();
@@ -665,5 +711,108 @@ void LocalStore::save()
 void LocalStore::recordChanged(const std::shared_ptr<Schedule> &record, bool removed) { d->journal(record, removed); }
 
 void LocalStore::recordChanged(const std::shared_ptr<ToDo> &record, bool removed) { d->journal(record, removed); }
+
+} // namespace dayvex
+
+namespace dayvex {
+
+void LocalStore::setTracksChanges(bool on)
+{
+    d->inTransaction([&] {
+        d->exec(on ? QStringLiteral("INSERT OR REPLACE INTO syncvalues(name,value) VALUES('tracking','1')")
+                   : QStringLiteral("DELETE FROM syncvalues WHERE name='tracking'"));
+        if (!on)
+            d->exec(QStringLiteral("DELETE FROM pending"));
+    });
+    d->tracking = on;
+}
+
+bool LocalStore::tracksChanges() const { return d->isOpen() && d->tracking; }
+
+std::vector<LocalStore::PendingChange> LocalStore::pendingChanges() const
+{
+    std::vector<PendingChange> out;
+    if (!d->isOpen())
+        return out;
+    QSqlQuery query = d->exec(QStringLiteral("SELECT seq,kind,key,uid,series,removed FROM pending ORDER BY seq"));
+    while (query.next())
+        out.push_back({query.value(0).toLongLong(), char(query.value(1).toString().at(0).toLatin1()),
+                       query.value(2).toString(), query.value(3).toString(), query.value(4).toString(),
+                       query.value(5).toInt() != 0});
+    return out;
+}
+
+qint64 LocalStore::pendingCount() const
+{
+    if (!d->isOpen())
+        return 0;
+    QSqlQuery query = d->exec(QStringLiteral("SELECT count(*) FROM pending"));
+    return query.next() ? query.value(0).toLongLong() : 0;
+}
+
+std::vector<LocalStore::SyncedResource> LocalStore::syncedResources() const
+{
+    std::vector<SyncedResource> out;
+    if (!d->isOpen())
+        return out;
+    QSqlQuery query = d->exec(QStringLiteral("SELECT uid,href,etag,fingerprint FROM resources"));
+    while (query.next())
+        out.push_back({query.value(0).toString(), query.value(1).toString(), query.value(2).toString(),
+                       query.value(3).toString()});
+    return out;
+}
+
+QString LocalStore::syncValue(const QString &name) const
+{
+    if (!d->isOpen())
+        return {};
+    QSqlQuery query(d->db);
+    query.prepare(QStringLiteral("SELECT value FROM syncvalues WHERE name=?"));
+    query.bindValue(0, name);
+    return query.exec() && query.next() ? query.value(0).toString() : QString();
+}
+
+void LocalStore::commitSync(const SyncCommit &commit)
+{
+    const Parts parts = Parts::of(*d->data);
+    d->fromServer = true;
+    const auto run = [&](const QString &sql, const QVariantList &values) {
+        QSqlQuery query(d->db);
+        if (!query.prepare(sql))
+            throw failed(sql, query.lastError());
+        for (int i = 0; i < values.size(); ++i)
+            query.bindValue(i, values[i]);
+        if (!query.exec())
+            throw failed(sql, query.lastError());
+    };
+    try {
+        d->inTransaction([&] {
+            d->forEachTable([&](auto &table) { d->sync(table, parts.list<typename std::decay_t<decltype(table)>::Record>()); });
+            if (commit.resetResources)
+                d->exec(QStringLiteral("DELETE FROM resources"));
+            for (const QString &uid : commit.forgotten)
+                run(QStringLiteral("DELETE FROM resources WHERE uid=?"), {uid});
+            for (const SyncedResource &resource : commit.resources)
+                run(QStringLiteral("INSERT OR REPLACE INTO resources(uid,href,etag,fingerprint) VALUES(?,?,?,?)"),
+                    {notNull(resource.uid), notNull(resource.href), notNull(resource.etag), notNull(resource.fingerprint)});
+            for (const PendingChange &change : commit.queued)
+                run(QStringLiteral("INSERT INTO pending(kind,key,uid,series,removed) VALUES(?,?,?,?,?)"),
+                    {QString(QLatin1Char(change.kind)), notNull(change.key), notNull(change.uid), notNull(change.seriesKey),
+                     int(change.removed)});
+            for (const qint64 seq : commit.done)
+                run(QStringLiteral("DELETE FROM pending WHERE seq=?"), {seq});
+            for (const auto &[name, value] : commit.values) {
+                if (value.isEmpty())
+                    run(QStringLiteral("DELETE FROM syncvalues WHERE name=?"), {name});
+                else
+                    run(QStringLiteral("INSERT OR REPLACE INTO syncvalues(name,value) VALUES(?,?)"), {name, value});
+            }
+        });
+    } catch (...) {
+        d->fromServer = false;
+        throw;
+    }
+    d->fromServer = false;
+}
 
 } // namespace dayvex

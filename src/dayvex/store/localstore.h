@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 namespace dayvex {
 
@@ -25,7 +26,7 @@ namespace dayvex {
 class DAYVEX_CORE_EXPORT LocalStore : public ChangeJournal
 {
 public:
-    static constexpr int SchemaVersion = 1; ///< The layout of the tables this build writes.
+    static constexpr int SchemaVersion = 2; ///< The layout of the tables this build writes.
     /// The file was written by a newer build (its schema version is higher).
     static constexpr qint32 NewerFileError = Error::ObjectErrorBase + 30;
     /// The file is not a Dayvex store, or is damaged.
@@ -71,6 +72,56 @@ public:
     void recordChanged(const std::shared_ptr<Schedule> &record, bool removed) override;
     /// As for an appointment.
     void recordChanged(const std::shared_ptr<ToDo> &record, bool removed) override;
+
+    // What a sync with a server keeps beside the records (see CalDavSync).
+
+    /// An appointment or to-do the control or save() added, changed or removed
+    /// while the store tracks changes, waiting to go to a server.
+    struct PendingChange
+    {
+        qint64 seq = 0;    ///< Its place in the queue: changes go up in this order.
+        char kind = 'S';   ///< 'S' for an appointment, 'T' for a to-do.
+        QString key;       ///< The record's key at the time of the change.
+        QString uid;       ///< The record's Tag (its iCalendar UID) at the time of the change.
+        QString seriesKey; ///< An appointment's SeriesKey at the time of the change.
+        bool removed = false; ///< Whether the record was removed.
+    };
+    /// A resource the server holds: one iCalendar object, one UID.
+    struct SyncedResource
+    {
+        QString uid;  ///< The UID of its records.
+        QString href; ///< Its path on the server.
+        QString etag; ///< Its ETag as last seen.
+        /// A digest of its records' fields as last sent or received: tells a
+        /// server's own rewrite of a resource from a change.
+        QString fingerprint;
+    };
+    /// What commitSync writes in one transaction.
+    struct SyncCommit
+    {
+        std::vector<SyncedResource> resources; ///< Resources added or seen again (by UID).
+        QStringList forgotten;                 ///< UIDs whose resource is gone.
+        std::vector<qint64> done;              ///< Pending changes sent (by seq).
+        std::vector<std::pair<QString, QString>> values; ///< Named values set (an empty value removes one).
+        bool resetResources = false;           ///< Forget every resource first (another calendar).
+        std::vector<PendingChange> queued;     ///< Changes to queue besides (seq is given by the store).
+    };
+
+    /// Whether changes are also queued as pending (kept in the file; off in a new one).
+    void setTracksChanges(bool on);
+    /// Whether changes are queued as pending.
+    bool tracksChanges() const;
+    /// The queue of pending changes, oldest first.
+    std::vector<PendingChange> pendingChanges() const;
+    /// How many changes wait.
+    qint64 pendingCount() const;
+    /// Every resource known on the server.
+    std::vector<SyncedResource> syncedResources() const;
+    /// A value a sync keeps (a token, the calendar's address); empty when unset.
+    QString syncValue(const QString &name) const;
+    /// Writes, in one transaction, whatever differs between the data and the file
+    /// without queueing it (it came from the server), and commit. Throws WriteError.
+    void commitSync(const SyncCommit &commit);
 
 private:
     class Impl;
