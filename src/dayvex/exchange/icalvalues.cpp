@@ -146,8 +146,13 @@ qint64 wallSeconds(Date date)
 
 icaltimezone *exportZone()
 {
+    // A zone that is UTC under another name (Etc/UTC, GMT, Zulu) writes UTC times:
+    // servers refuse a VTIMEZONE for it.
+    const QTimeZone zone = QTimeZone::systemTimeZone();
     const QByteArray id = QTimeZone::systemTimeZoneId();
-    return id.isEmpty() || id == "UTC" ? nullptr : icaltimezone_get_builtin_timezone(id.constData());
+    if (id.isEmpty() || (zone.offsetFromUtc(QDateTime::currentDateTimeUtc()) == 0 && !zone.hasDaylightTime()))
+        return nullptr;
+    return icaltimezone_get_builtin_timezone(id.constData());
 }
 
 QByteArray utcText(Date local)
