@@ -80,7 +80,8 @@ public:
                       AddedSorted, Removed, ManyMoved, SwappedStarts };
     Q_ENUM(Edit)
     enum class Change { None, KeyAssigned, KeyEditedInPlace, ReminderMoved, ReminderCleared, RecordAdded,
-                        RecordRemoved, AlarmSnoozed, AlarmShowing, AlarmTagged, AlarmRemoved, ToDoKeyChanged };
+                        RecordRemoved, AlarmSnoozed, AlarmShowing, AlarmTagged, AlarmRemoved, ToDoKeyChanged,
+                        TieAddedLast, TieAddedFirst, SetByControl, AddedByHost, KeysClash, ManyAdded };
     Q_ENUM(Change)
 
 private slots:
@@ -425,11 +426,37 @@ private slots:
         case Change::AlarmTagged: built->Item("S5")->Tag = QStringLiteral("host"); break;
         case Change::AlarmRemoved: built->Remove("S1"); break;
         case Change::ToDoKeyChanged: todos.Item(" 7 ")->Key = QStringLiteral("8"); break;
+        case Change::TieAddedLast: // due with S3 and Sa, after them in record order
+            schedules.Add("b", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36866.0));
+            break;
+        case Change::TieAddedFirst: { // due with S3 and Sa, before them in record order
+            auto first = std::make_shared<Schedule>();
+            first->Key = QStringLiteral("0");
+            first->StartDate = Date(36860.0);
+            first->ReminderDate = Date(36866.0);
+            schedules.AddSorted(first);
+            break;
+        }
+        case Change::SetByControl: // a command moves a reminder and its alarm
+            schedules.Item("5")->ReminderDate = Date(36866.0);
+            built->setFor(QLatin1Char('S'), QStringLiteral("5"), Date(36866.0));
+            break;
+        case Change::AddedByHost: built->Add("Sx", "S", "x", Date(36861.0), false, "Sx"); break;
+        case Change::KeysClash: schedules.Item("5")->Key = QStringLiteral("A"); break; // and "a" has an alarm
+        case Change::ManyAdded:
+            for (int i = 10; i < 110; ++i)
+                schedules.Add(QString::number(i), "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36800.0 + i % 7));
+            break;
         }
 
         const auto again = Alarms::rebuilt(built, schedules, todos);
-        QCOMPARE(again == built, change == Change::None); // any change makes a new list
+        // Changes to the records are followed in place; an alarm the host changed, a
+        // clash of keys or many changes at once make a new list.
+        QCOMPARE(again == built, change != Change::AlarmSnoozed && change != Change::AlarmShowing
+                                     && change != Change::AlarmTagged && change != Change::KeysClash
+                                     && change != Change::ManyAdded);
         QCOMPARE(described(*again), described(*Alarms::fromRecords(schedules, todos)));
+        QCOMPARE(Alarms::rebuilt(again, schedules, todos), again); // and it knows itself in step
         // A list given up is left as it was: a snoozed alarm keeps its new time.
         if (change == Change::AlarmSnoozed)
             QCOMPARE(snoozed->AlarmDateTime.value(), 36900.0);

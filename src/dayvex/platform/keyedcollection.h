@@ -143,6 +143,8 @@ protected:
         store(m_entries.size(), std::move(item), std::move(folded));
         return true;
     }
+    /// Inserts item under key at index (from 0, up to Count()); throws Error 457 when key is taken.
+    void insertAtIndex(size_t index, Pointer item, const QString &key) { insertAt(index, std::move(item), key); }
     /// Told after an entry was inserted at index (from 0) and before the watchers.
     virtual void entryInserted(size_t) {}
     /// Told after item, the entry at index (from 0), was erased and before the watchers.
