@@ -172,9 +172,12 @@ private:
     size_t indexOfKey(const QString &key) const
     {
         const QString folded = fold(key);
-        if (!folded.isEmpty() && m_byKey.contains(folded)) {
+        const auto found = folded.isEmpty() ? m_byKey.cend() : m_byKey.constFind(folded);
+        if (found != m_byKey.cend()) {
+            // Entries are told apart by their records: comparing pointers costs less than texts.
+            const T *item = found.value().get();
             for (size_t i = 0; i < m_entries.size(); ++i) {
-                if (m_entries[i].foldedKey == folded)
+                if (m_entries[i].item.get() == item && m_entries[i].foldedKey == folded)
                     return i;
             }
         }
