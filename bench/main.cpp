@@ -522,9 +522,8 @@ int main(int argc, char *argv[])
     printHeading();
     // Every configuration, the growth's bases included: 2,000 is the least plan
     // that holds two weeks of 1,000. The two of 1,000,000 take minutes each.
-    const std::pair<int, int> configurations[] = {{1000, 100},     {2000, 1000},      {10000, 100},
-                                                  {10000, 1000},   {100000, 100},     {100000, 1000},
-                                                  {1000000, 100},  {1000000, 1000}};
+    const std::pair<int, int> configurations[] = {{1000, 100},   {2000, 1000},    {10000, 100},  {100000, 100},
+                                                  {100000, 1000}, {1000000, 100}, {1000000, 1000}};
     std::map<std::tuple<QString, int, int>, double> medians;
     const auto runChild = [&](int n, int v, const QStringList &extra) {
         QProcess child;
