@@ -431,6 +431,12 @@ int runOne(int n, int v)
                      });
     // A model call: nothing to paint.
     report(n, v, "command.newkey", measure(control, [&](int) { (void)data->Schedules()->NewKey(); }, false));
+    // What each Refresh pays to know that nothing changed in place: the pass of the
+    // order by start, and the alarm list's check of the records and of its alarms.
+    report(n, v, "check.order", measure(control, [&](int) { (void)data->Schedules()->verifiedOrder(); }, false));
+    report(n, v, "check.alarms", measure(control, [&](int) {
+        data->setAlarms(Alarms::rebuilt(data->Alarms(), *data->Schedules(), *data->ToDoS()));
+    }, false));
     report(n, v, "command.new", measure(control, [&](int) { control.mnNuovo_Click(); }));
     // Per user, of as many users as appointments up to the 10,000 of a large organisation.
     reportValue(n, v, "add.users", "us", usersAddMicroseconds(std::min(n, 10000)));
