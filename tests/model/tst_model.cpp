@@ -3,7 +3,11 @@
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/model/sharedsettings.h>
+#include <dayvex/model/startorder.h>
 #include <dayvex/model/todos.h>
+#include <dayvex/layout/modernlayout.h>
+
+#include <algorithm>
 
 #include <cmath>
 #include <limits>
@@ -34,6 +38,31 @@ QStringList described(const Alarms &alarms)
     return out;
 }
 
+QStringList keysOf(const std::vector<std::shared_ptr<Schedule>> &records)
+{
+    QStringList out;
+    for (const auto &record : records)
+        out << record->Key;
+    return out;
+}
+
+// What a redraw showed before there was an order: every record read, by start.
+QStringList readAll(const Schedules &schedules, Date from, Date to, bool overlapping)
+{
+    std::vector<std::shared_ptr<Schedule>> found;
+    for (const auto &s : schedules) {
+        const double start = s->StartDate.value(), end = s->EndDate.value();
+        const bool in = overlapping ? std::isfinite(start) && start < to.value()
+                                          && (from.value() < std::max(start, std::isfinite(end) ? end : start)
+                                              || (!(start < end) && !(start < from.value())))
+                                    : !(start < from.value()) && start < to.value();
+        if (in)
+            found.push_back(s);
+    }
+    std::stable_sort(found.begin(), found.end(), [](const auto &a, const auto &b) { return a->StartDate < b->StartDate; });
+    return keysOf(found);
+}
+
 QStringList keys(const Alarms &alarms)
 {
     QStringList out;
@@ -47,8 +76,12 @@ class tst_Model : public QObject
 {
     Q_OBJECT
 public:
+    enum class Edit { None, StartMovedIn, StartMovedOut, StartToNaN, EndLengthened, BecameSeries, MovedOccurrence,
+                      AddedSorted, Removed, ManyMoved, SwappedStarts };
+    Q_ENUM(Edit)
     enum class Change { None, KeyAssigned, KeyEditedInPlace, ReminderMoved, ReminderCleared, RecordAdded,
-                        RecordRemoved, AlarmSnoozed, AlarmShowing, AlarmTagged, AlarmRemoved, ToDoKeyChanged };
+                        RecordRemoved, AlarmSnoozed, AlarmShowing, AlarmTagged, AlarmRemoved, ToDoKeyChanged,
+                        TieAddedLast, TieAddedFirst, SetByControl, AddedByHost, KeysClash, ManyAdded };
     Q_ENUM(Change)
 
 private slots:
@@ -209,6 +242,12 @@ private slots:
         QCOMPARE(errorNumber([&] { users.Remove("Bianchi"); }), -2147221502);
         users.Remove(2);
         QCOMPARE(users.Count(), 1);
+        // A name removed is free again; one still there is not.
+        users.Add("BIANCHI ");
+        QCOMPARE(errorNumber([&] { users.Add("rossi"); }), -2147221503);
+        users.Remove(1);
+        users.Add("Rossi");
+        QCOMPARE(users.Count(), 2);
     }
 
     void placesAndProjects()
@@ -295,6 +334,63 @@ private slots:
         QVERIFY(!alarms.find("T9"));
     }
 
+    void startOrderFollowsEdits_data()
+    {
+        columns<Edit>("edit");
+        const QMetaEnum edits = QMetaEnum::fromType<Edit>();
+        for (int i = 0; i < edits.keyCount(); ++i)
+            QTest::newRow(edits.key(i)) << Edit(edits.value(i));
+    }
+
+    // The host edits records in place between two redraws, or adds and removes
+    // them: the order answers as reading every record would.
+    void startOrderFollowsEdits()
+    {
+        QFETCH(Edit, edit);
+        Schedules schedules;
+        for (int i = 0; i < 60; ++i) {
+            const Date start = at(2026, 11, 1 + i % 10, 9 + i % 3);
+            add(schedules, QString::number(i), start, start.addMinutes(60));
+        }
+        (void)schedules.verifiedOrder(); // the order of the records as added
+
+        const auto item = [&](int key) { return schedules.Item(QString::number(key)); };
+        switch (edit) {
+        case Edit::None: break;
+        case Edit::StartMovedIn: item(7)->StartDate = at(2026, 11, 3, 8); break;
+        case Edit::StartMovedOut: item(2)->StartDate = at(2026, 12, 3, 8); break;
+        case Edit::StartToNaN: item(12)->StartDate = Date(std::nan("")); break;
+        case Edit::EndLengthened: item(0)->EndDate = at(2026, 11, 6, 12); break;
+        case Edit::BecameSeries: item(4)->Recurrence = QStringLiteral("FREQ=DAILY"); break;
+        case Edit::MovedOccurrence: item(5)->SeriesKey = QStringLiteral("4"); break;
+        case Edit::AddedSorted: {
+            auto record = std::make_shared<Schedule>();
+            record->Key = QStringLiteral("sorted");
+            record->StartDate = at(2026, 11, 3, 10);
+            schedules.AddSorted(record);
+            break;
+        }
+        case Edit::Removed: schedules.Remove(QStringLiteral("22")); break;
+        case Edit::ManyMoved:
+            for (int i = 0; i < 60; i += 2)
+                item(i)->StartDate = item(i)->StartDate.addDays(1);
+            break;
+        case Edit::SwappedStarts: std::swap(item(2)->StartDate, item(13)->StartDate); break;
+        }
+
+        const StartOrder &order = schedules.verifiedOrder();
+        const std::pair<Date, Date> ranges[] = {{at(2026, 11, 3), at(2026, 11, 4)},
+                                                {at(2026, 10, 1), at(2027, 1, 1)},
+                                                {at(2026, 11, 5, 10), at(2026, 11, 5, 11)},
+                                                {at(2026, 11, 6), at(2026, 11, 7)}};
+        for (const auto &[from, to] : ranges) {
+            QCOMPARE(keysOf(order.startingIn(from, to)), readAll(schedules, from, to, false));
+            QCOMPARE(keysOf(appointmentsOverlapping(order, {from, to})), readAll(schedules, from, to, true));
+        }
+        QCOMPARE(keysOf(order.series()), edit == Edit::BecameSeries ? QStringList{"4"} : QStringList());
+        QCOMPARE(keysOf(order.moved()), edit == Edit::MovedOccurrence ? QStringList{"5"} : QStringList());
+    }
+
     void rebuildKeepsAnUnchangedList_data()
     {
         columns<Change>("change");
@@ -330,11 +426,37 @@ private slots:
         case Change::AlarmTagged: built->Item("S5")->Tag = QStringLiteral("host"); break;
         case Change::AlarmRemoved: built->Remove("S1"); break;
         case Change::ToDoKeyChanged: todos.Item(" 7 ")->Key = QStringLiteral("8"); break;
+        case Change::TieAddedLast: // due with S3 and Sa, after them in record order
+            schedules.Add("b", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36866.0));
+            break;
+        case Change::TieAddedFirst: { // due with S3 and Sa, before them in record order
+            auto first = std::make_shared<Schedule>();
+            first->Key = QStringLiteral("0");
+            first->StartDate = Date(36860.0);
+            first->ReminderDate = Date(36866.0);
+            schedules.AddSorted(first);
+            break;
+        }
+        case Change::SetByControl: // a command moves a reminder and its alarm
+            schedules.Item("5")->ReminderDate = Date(36866.0);
+            built->setFor(QLatin1Char('S'), QStringLiteral("5"), Date(36866.0));
+            break;
+        case Change::AddedByHost: built->Add("Sx", "S", "x", Date(36861.0), false, "Sx"); break;
+        case Change::KeysClash: schedules.Item("5")->Key = QStringLiteral("A"); break; // and "a" has an alarm
+        case Change::ManyAdded:
+            for (int i = 10; i < 110; ++i)
+                schedules.Add(QString::number(i), "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36800.0 + i % 7));
+            break;
         }
 
         const auto again = Alarms::rebuilt(built, schedules, todos);
-        QCOMPARE(again == built, change == Change::None); // any change makes a new list
+        // Changes to the records are followed in place; an alarm the host changed, a
+        // clash of keys or many changes at once make a new list.
+        QCOMPARE(again == built, change != Change::AlarmSnoozed && change != Change::AlarmShowing
+                                     && change != Change::AlarmTagged && change != Change::KeysClash
+                                     && change != Change::ManyAdded);
         QCOMPARE(described(*again), described(*Alarms::fromRecords(schedules, todos)));
+        QCOMPARE(Alarms::rebuilt(again, schedules, todos), again); // and it knows itself in step
         // A list given up is left as it was: a snoozed alarm keeps its new time.
         if (change == Change::AlarmSnoozed)
             QCOMPARE(snoozed->AlarmDateTime.value(), 36900.0);

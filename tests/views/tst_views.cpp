@@ -608,11 +608,41 @@ private slots:
         QVERIFY(grid->viewport()->grab().toImage().pixelColor(corner) != QColor(0xc0, 0, 0));
     }
 
+    void boxTextFollowsItsFont_data()
+    {
+        columns<double>("scale");
+        QTest::newRow("larger") << 2.5;
+        QTest::newRow("smaller") << 0.6;
+    }
+
+    // Boxes share the lines fitted for a text, a size and a font: a box whose font
+    // changes fits its text anew, and finds the first lines again when it changes back.
+    void boxTextFollowsItsFont()
+    {
+        QFETCH(double, scale);
+        addAppointment(*m_data, "a description long enough to need several lines in the box", at(QDate(2000, 12, 3), 9),
+                       180);
+        m_control->Refresh(zntPlanShowWeek);
+        AppointmentBox *box = lista()->box(0);
+        const QFont first = box->font();
+        const QStringList before = box->shownText().lines;
+        QFont changed = first;
+        changed.setPointSizeF(first.pointSizeF() * scale);
+        box->setFont(changed);
+        const QStringList after = box->shownText().lines;
+        QVERIFY(after != before);
+        const QFontMetricsF metrics(changed);
+        for (const QString &line : after)
+            QVERIFY2(metrics.horizontalAdvance(line) <= box->width() - 6, qPrintable(line));
+        box->setFont(first);
+        QCOMPARE(box->shownText().lines, before);
+    }
+
     void refreshShowsChangesMadeInPlace_data()
     {
         columns<int, QString>("view", "change");
         for (const int view : {zntPlanShowDay, zntPlanShowWeek, zntPlanShowMonth}) {
-            for (const char *change : {"description", "time", "removed", "added", "to-do"})
+            for (const char *change : {"description", "time", "moved in", "removed", "added", "to-do"})
                 QTest::addRow("%s, view %d", change, view) << view << QString::fromLatin1(change);
         }
     }
@@ -626,6 +656,7 @@ private slots:
         const QDate sunday(2000, 12, 3);
         addAppointment(*m_data, "a", at(sunday, 9), 60);
         addAppointment(*m_data, "b", at(sunday, 11), 30);
+        addAppointment(*m_data, "far", at(sunday.addMonths(3), 10), 30);
         m_data->ToDoS()->Add("1", {}, "first", {}, Date(), 1, "P", false, Date(), Date());
         m_control->Refresh(zntPlanShowType(view));
         const QStringList before = shownLines();
@@ -639,6 +670,10 @@ private slots:
         } else if (change == "time") {
             a->StartDate = at(sunday, 14);
             a->EndDate = at(sunday, 15);
+        } else if (change == "moved in") {
+            const std::shared_ptr<Schedule> far = m_data->Schedules()->Item("far");
+            far->StartDate = at(sunday, 10);
+            far->EndDate = at(sunday, 12);
         } else if (change == "removed") {
             m_data->Schedules()->Remove("b");
         } else if (change == "added") {

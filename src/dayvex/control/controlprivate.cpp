@@ -12,6 +12,7 @@
 #include <dayvex/i18n/language.h>
 #include <dayvex/reminders/alarmscan.h>
 #include <dayvex/model/sharedsettings.h>
+#include <dayvex/model/startorder.h>
 #include <dayvex/platform/format.h>
 #include <dayvex/views/agendagrid.h>
 #include <dayvex/layout/appointmentorder.h>
@@ -537,8 +538,9 @@ void zntDayvexPrivate::drawAppointments()
         std::vector<Date> days;
         if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
             const SharedSettings &shared = settings();
+            const StartOrder &order = plan->Schedules()->verifiedOrder();
             const std::vector<std::shared_ptr<Schedule>> shown =
-                withOccurrences(appointmentsOverlapping(*plan->Schedules(), weeks), *plan->Schedules(), weeks, true);
+                withOccurrences(appointmentsOverlapping(order, weeks), order, weeks, true);
             for (const DaySegment &part : daySegments(shown, weeks.from, 42, 1)) {
                 entries.emplace_back(*shown[size_t(part.appointment)], shared.MultiUserEnabled, shared.DateFormat);
                 days.push_back(weeks.from.addDays(part.day));
@@ -551,10 +553,11 @@ void zntDayvexPrivate::drawAppointments()
     }
     if (const std::shared_ptr<DayvexData> plan = q->Plan()) {
         const SharedSettings &shared = settings();
+        // The one pass over the records of this redraw.
+        const StartOrder &order = plan->Schedules()->verifiedOrder();
         std::vector<std::shared_ptr<Schedule>> shown = withOccurrences(
-            segmented ? appointmentsOverlapping(*plan->Schedules(), range)
-                      : appointmentsStartingIn(*plan->Schedules(), range),
-            *plan->Schedules(), range, segmented);
+            segmented ? appointmentsOverlapping(order, range) : appointmentsStartingIn(order, range), order, range,
+            segmented);
         if (segmented) {
             // Whole days go to the strip above the time columns, the rest to the columns at their times.
             std::vector<AgendaEntry> wholeDays;

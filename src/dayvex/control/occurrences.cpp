@@ -3,6 +3,7 @@
 #include <dayvex/exchange/series.h>
 #include <dayvex/model/alarms.h>
 #include <dayvex/model/schedules.h>
+#include <dayvex/model/startorder.h>
 
 #include <algorithm>
 #include <cmath>
@@ -11,19 +12,15 @@
 namespace dayvex {
 
 std::vector<std::shared_ptr<Schedule>> zntDayvexPrivate::withOccurrences(std::vector<std::shared_ptr<Schedule>> shown,
-                                                                         const Schedules &all, DateRange range,
+                                                                         const StartOrder &all, DateRange range,
                                                                          bool overlapping)
 {
-    std::vector<std::shared_ptr<Schedule>> series;
-    std::map<QString, std::vector<Date>> overridden; // by the series' folded key
-    for (const std::shared_ptr<Schedule> &s : all) {
-        if (!s->Recurrence.isEmpty())
-            series.push_back(s);
-        if (!s->SeriesKey.isEmpty())
-            overridden[s->SeriesKey.toCaseFolded()].push_back(s->RecurrenceId);
-    }
+    const std::vector<std::shared_ptr<Schedule>> &series = all.series();
     if (series.empty())
         return shown;
+    std::map<QString, std::vector<Date>> overridden; // by the series' folded key
+    for (const std::shared_ptr<Schedule> &s : all.moved())
+        overridden[s->SeriesKey.toCaseFolded()].push_back(s->RecurrenceId);
     // The scan found the series at their first start only: they are placed anew below.
     std::erase_if(shown, [](const std::shared_ptr<Schedule> &s) { return !s->Recurrence.isEmpty(); });
     for (const std::shared_ptr<Schedule> &s : series) {

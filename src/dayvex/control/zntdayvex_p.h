@@ -33,6 +33,7 @@ namespace dayvex {
 class AgendaGrid;
 class AlarmScan;
 class OccurrenceCache;
+class StartOrder;
 class AppointmentCommands;
 class CommandFlag;
 class ToDoCommands;
@@ -111,7 +112,7 @@ public:
     // range, the record itself at its own start and copies at the others' (their
     // RecurrenceId set), in order of start. Nothing of it is stored.
     std::vector<std::shared_ptr<Schedule>> withOccurrences(std::vector<std::shared_ptr<Schedule>> shown,
-                                                                  const Schedules &all, DateRange range,
+                                                                  const StartOrder &all, DateRange range,
                                                                   bool overlapping);
     void drawView(int view);
     void showNow();

@@ -1,22 +1,19 @@
 #include "appointmentorder.h"
 
 #include <dayvex/model/schedules.h>
+#include <dayvex/model/startorder.h>
 
-#include <algorithm>
 
 namespace dayvex {
 
+std::vector<std::shared_ptr<Schedule>> appointmentsStartingIn(const StartOrder &order, const DateRange &range)
+{
+    return order.startingIn(range.from, range.to);
+}
+
 std::vector<std::shared_ptr<Schedule>> appointmentsStartingIn(const Schedules &schedules, const DateRange &range)
 {
-    std::vector<std::shared_ptr<Schedule>> shown;
-    for (const std::shared_ptr<Schedule> &schedule : schedules) {
-        if (!(schedule->StartDate < range.from) && schedule->StartDate < range.to)
-            shown.push_back(schedule);
-    }
-    std::stable_sort(shown.begin(), shown.end(), [](const auto &a, const auto &b) {
-        return a->StartDate < b->StartDate;
-    });
-    return shown;
+    return appointmentsStartingIn(schedules.verifiedOrder(), range);
 }
 
 } // namespace dayvex

@@ -1,6 +1,7 @@
 #include "modernlayout.h"
 
 #include <dayvex/model/schedules.h>
+#include <dayvex/model/startorder.h>
 
 #include <QDateTime>
 
@@ -32,20 +33,25 @@ qint64 wallMinutes(const QDateTime &a, const QDateTime &b)
 
 } // namespace
 
-std::vector<std::shared_ptr<Schedule>> appointmentsOverlapping(const Schedules &schedules, const DateRange &range)
+std::vector<std::shared_ptr<Schedule>> appointmentsOverlapping(const StartOrder &order, const DateRange &range)
 {
-    std::vector<std::shared_ptr<Schedule>> shown;
-    for (const std::shared_ptr<Schedule> &s : schedules) {
-        if (!usable(s->StartDate) || !(s->StartDate < range.to))
-            continue;
+    // Whatever reaches into the range starts at most the longest length before it;
+    // a second more keeps the subtraction's rounding on the safe side.
+    const Date earliest(range.from.value() - order.longest() - 1.0 / 86400);
+    std::vector<std::shared_ptr<Schedule>> shown = order.startingIn(earliest, range.to);
+    std::erase_if(shown, [&range](const std::shared_ptr<Schedule> &s) {
+        if (!usable(s->StartDate))
+            return true;
         const Date end = drawnEnd(*s);
         // An appointment of no length still shows at its start.
-        if (range.from < end || (end == s->StartDate && !(s->StartDate < range.from)))
-            shown.push_back(s);
-    }
-    std::stable_sort(shown.begin(), shown.end(),
-                     [](const auto &a, const auto &b) { return a->StartDate < b->StartDate; });
+        return !(range.from < end || (end == s->StartDate && !(s->StartDate < range.from)));
+    });
     return shown;
+}
+
+std::vector<std::shared_ptr<Schedule>> appointmentsOverlapping(const Schedules &schedules, const DateRange &range)
+{
+    return appointmentsOverlapping(schedules.verifiedOrder(), range);
 }
 
 std::vector<DaySegment> daySegments(const std::vector<std::shared_ptr<Schedule>> &appointments, Date first,

@@ -16,11 +16,15 @@
 namespace dayvex {
 
 class Schedules;
+class StartOrder;
 
 // The appointments that cover any moment of [range.from, range.to), by start
 // and for equal starts in collection order. An appointment whose end is not
 // after its start covers its start alone; NaN and out-of-range dates are left out.
 DAYVEX_CORE_EXPORT std::vector<std::shared_ptr<Schedule>> appointmentsOverlapping(const Schedules &schedules,
+                                                                             const DateRange &range);
+// The same from an order already verified: no pass over the records.
+DAYVEX_CORE_EXPORT std::vector<std::shared_ptr<Schedule>> appointmentsOverlapping(const StartOrder &order,
                                                                              const DateRange &range);
 
 // One day's part of an appointment.

@@ -50,9 +50,13 @@ public:
     template <typename ScheduleRange, typename ToDoRange>
     static std::shared_ptr<Alarms> fromRecords(const ScheduleRange &schedules, const ToDoRange &todos);
 
-    /// fromRecords for a redraw: current itself when the records' keys and
-    /// reminder dates are still those it was built from and its alarms are still
-    /// as built, a new list otherwise. The check is one pass that allocates nothing.
+    /// fromRecords for a redraw. When the records' keys and reminder dates are
+    /// still those the list was built from and its alarms still read as built,
+    /// current itself, found so by one pass that allocates nothing. When a few
+    /// records were added, removed or given another key or reminder since, by the
+    /// host or by the control's own commands (the control's own setFor and Remove
+    /// included), current brought in step with them in place. A new list otherwise,
+    /// among others when the host changed an alarm: current is then left as it was.
     template <typename ScheduleRange, typename ToDoRange>
     static std::shared_ptr<Alarms> rebuilt(const std::shared_ptr<Alarms> &current, const ScheduleRange &schedules,
                                            const ToDoRange &todos);
@@ -63,15 +67,18 @@ private:
     {
         QChar kind;
         QString recordKey; // shares the record's text, so any change to that text detaches from it
-        Date due;
-        qint32 position = -1; // of its alarm, from 0; -1 when a key differing only in case took the alarm
-        QString alarmKey;     // shares the alarm's Key
+        Date due;          // NaN once its alarm was taken out of the list: the record must be read again
+        const void *record = nullptr; // the record itself, to tell an added or removed one from a changed one
+        Alarm *alarm = nullptr; // null when a key differing only in case took the alarm, or it was taken out
+        QString alarmKey;       // shares the alarm's Key
     };
     struct BuiltFrom
     {
         std::vector<Source> sources; // in record order, appointments first
         quint64 revision = 0;
         QString types[2]; // "S" and "T", one text shared by every alarm of the kind
+        bool keysClash = false; // two records' keys differ only in case: only a new list settles which one wins
+        std::vector<Alarm *> unsourced; // alarms put in the list since, not from a record
         const QString &typeOf(QChar kind) const { return types[kind == QLatin1Char('S') ? 0 : 1]; }
     };
 
@@ -86,9 +93,18 @@ private:
     {
         return a.constData() == b.constData() && a.size() == b.size();
     }
+    // Brings the list in step with wanted, the records' reminders now, when few
+    // changed; false, with the list untouched, when a new list must settle it.
+    bool follow(const std::vector<Source> &wanted);
+    // Where an alarm due at due goes among those of equal due: after the ones of
+    // the records before it, sources[0 .. before).
+    qsizetype placeFor(Date due, const std::vector<Source> &sources, size_t before) const;
+    void entryInserted(size_t index) override;
+    void entryErased(size_t index, const Pointer &alarm) override;
     bool alarmsAsBuilt() const;
 
     std::unique_ptr<BuiltFrom> m_builtFrom; // null unless fromRecords built this list
+    bool m_following = false; // the list's own changes, which the bookkeeping needs no telling of
 };
 
 template <typename Range>
@@ -96,7 +112,7 @@ void Alarms::collect(std::vector<Source> &sources, QChar kind, const Range &reco
 {
     for (const auto &record : records) {
         if (isPending(record->ReminderDate))
-            sources.push_back({kind, record->Key, record->ReminderDate, -1, QString()});
+            sources.push_back({kind, record->Key, record->ReminderDate, &*record, nullptr, QString()});
     }
 }
 
@@ -107,8 +123,8 @@ bool Alarms::sameSources(std::vector<Source>::const_iterator &source, std::vecto
     for (const auto &record : records) {
         if (!isPending(record->ReminderDate))
             continue;
-        if (source == end || source->kind != kind || !sameText(source->recordKey, record->Key)
-            || source->due.value() != record->ReminderDate.value())
+        if (source == end || source->kind != kind || source->record != &*record
+            || !sameText(source->recordKey, record->Key) || source->due.value() != record->ReminderDate.value())
             return false;
         ++source;
     }
@@ -128,13 +144,19 @@ template <typename ScheduleRange, typename ToDoRange>
 std::shared_ptr<Alarms> Alarms::rebuilt(const std::shared_ptr<Alarms> &current, const ScheduleRange &schedules,
                                         const ToDoRange &todos)
 {
-    if (current && current->m_builtFrom && current->m_builtFrom->revision == current->revision()) {
+    if (current && current->m_builtFrom && current->m_builtFrom->revision == current->revision()
+        && current->alarmsAsBuilt()) {
         const std::vector<Source> &sources = current->m_builtFrom->sources;
         auto source = sources.cbegin();
-        if (sameSources(source, sources.cend(), QLatin1Char('S'), schedules)
-            && sameSources(source, sources.cend(), QLatin1Char('T'), todos) && source == sources.cend()
-            && current->alarmsAsBuilt())
+        if (current->m_builtFrom->unsourced.empty() && sameSources(source, sources.cend(), QLatin1Char('S'), schedules)
+            && sameSources(source, sources.cend(), QLatin1Char('T'), todos) && source == sources.cend())
             return current;
+        std::vector<Source> wanted;
+        collect(wanted, QLatin1Char('S'), schedules);
+        collect(wanted, QLatin1Char('T'), todos);
+        if (current->follow(wanted))
+            return current;
+        return build(std::move(wanted));
     }
     return fromRecords(schedules, todos);
 }

@@ -18,18 +18,31 @@ static Error invalidUser()
 
 std::shared_ptr<User> Users::Add(const QString &Key, const QString &Tag)
 {
-    const QString name = Key.trimmed().toUpper();
+    const QString name = nameOf(Key);
     if (name.isEmpty())
         throw invalidUser();
-    for (const std::shared_ptr<User> &user : *this) {
-        if (user->Key.trimmed().toUpper() == name)
-            throw Error::objectError(1, QStringLiteral("Nominativo utente già presente."));
-    }
+    if (m_names.contains(name))
+        throw Error::objectError(1, QStringLiteral("Nominativo utente già presente."));
     auto user = std::make_shared<User>();
     user->Key = Key;
     user->Tag = Tag;
     append(user, QString());
     return user;
+}
+
+void Users::entryInserted(size_t index)
+{
+    QString name = nameOf(at(index)->Key);
+    ++m_names[name];
+    m_storedNames.insert(m_storedNames.begin() + qsizetype(index), std::move(name));
+}
+
+void Users::entryErased(size_t index, const Pointer &)
+{
+    const auto it = m_names.find(m_storedNames[index]);
+    if (--it.value() == 0)
+        m_names.erase(it);
+    m_storedNames.erase(m_storedNames.begin() + qsizetype(index));
 }
 
 void Users::Remove(qint32 position)

@@ -18,12 +18,18 @@ public:
         auto entry = std::make_shared<Entry>();
         entry->Key = Key;
         entry->Tag = Tag;
-        try {
-            this->append(entry, Key);
-        } catch (const Error &) {
-            // a duplicate place or category is simply kept once
-        }
+        this->tryAppend(entry, Key); // a duplicate place or category is simply kept once
         return entry;
+    }
+    /// Internal to the component: Add for a text that only has to be there; a text
+    /// already stored costs a look-up and nothing more.
+    void collect(const QString &Key)
+    {
+        if (this->find(Key))
+            return;
+        auto entry = std::make_shared<Entry>();
+        entry->Key = Key;
+        this->tryAppend(std::move(entry), Key);
     }
 };
 
@@ -48,6 +54,8 @@ public:
 
 /// The users of the agenda. Users are appended without a key, so only positions find one;
 /// Add refuses a blank name and a name already present (trimmed, case-insensitive).
+/// The names are compared as the users were stored: a Key that a host rewrites in
+/// place afterwards is not compared anew.
 class DAYVEX_CORE_EXPORT Users : public KeyedCollection<User>
 {
 public:
@@ -62,6 +70,16 @@ public:
     void Remove(qint32 position);
     /// Removes by key; as users are stored without keys, this always throws InvalidUserError.
     void Remove(const QString &key);
+
+private:
+    void entryInserted(size_t index) override;
+    void entryErased(size_t index, const Pointer &user) override;
+    static QString nameOf(const QString &key) { return key.trimmed().toUpper(); }
+
+    // How many users were stored under each name, and each one's name as stored,
+    // in position order: Add looks a name up instead of reading every user.
+    QHash<QString, qint32> m_names;
+    std::vector<QString> m_storedNames;
 };
 
 } // namespace dayvex

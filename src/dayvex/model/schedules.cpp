@@ -1,6 +1,7 @@
 #include "schedules.h"
 
 #include "numerickeys.h"
+#include "startorder.h"
 #include "sharedsettings.h"
 
 #include <dayvex/platform/format.h>
@@ -10,11 +11,21 @@
 namespace dayvex {
 
 Schedules::Schedules()
-    : m_places(std::make_shared<dayvex::Places>()), m_largestKey(std::make_unique<detail::LargestNumericKey>())
+    : m_places(std::make_shared<dayvex::Places>()), m_largestKey(std::make_unique<detail::LargestNumericKey>()),
+      m_order(std::make_unique<StartOrder>())
 {
+    m_order->m_records = this;
 }
 
 void Schedules::keyStored(const QString &key) { m_largestKey->stored(key); }
+void Schedules::entryInserted(size_t index) { m_order->inserted(index); }
+void Schedules::entryErased(size_t index, const Pointer &) { m_order->erased(index); }
+
+const StartOrder &Schedules::verifiedOrder() const
+{
+    m_order->verify();
+    return *m_order;
+}
 void Schedules::keyRemoved(const QString &key) { m_largestKey->removed(key); }
 
 Schedules::~Schedules() = default;
@@ -95,10 +106,10 @@ std::shared_ptr<Schedule> Schedules::addWithStep(const Schedule &filled, qint16 
 
     const QString place = filled.Place.trimmed();
     if (!place.isEmpty() && m_places)
-        m_places->Add(place);
+        m_places->collect(place);
     const QString category = filled.Category.trimmed();
     if (!category.isEmpty() && m_categories)
-        m_categories->Add(category);
+        m_categories->collect(category);
     return schedule;
 }
 

@@ -10,6 +10,7 @@ namespace dayvex {
 namespace detail {
 class LargestNumericKey;
 }
+class StartOrder;
 
 /// The appointments of one DayvexData. Adding an appointment collects its place
 /// and category into the lookup lists.
@@ -59,15 +60,25 @@ public:
     /// that starts no later than it, under the record's own Key (Error 457 when taken).
     void AddSorted(const std::shared_ptr<Schedule> &schedule);
 
+    /// Internal to the component: the appointments by start, made true to the
+    /// records as they are now. Records added and removed since the last call are
+    /// already placed; the records are then read once for starts and ends that
+    /// changed in place, and those are placed anew. Ask once per redraw.
+    const StartOrder &verifiedOrder() const;
+
 private:
+    friend class StartOrder;
     void keyStored(const QString &key) override;
     void keyRemoved(const QString &key) override;
+    void entryInserted(size_t index) override;
+    void entryErased(size_t index, const Pointer &) override;
     qint32 largestNumericKey() const;
 
     // Declared so that destruction releases the categories, then the places.
     std::shared_ptr<dayvex::Places> m_places;
     std::shared_ptr<dayvex::Categories> m_categories;
     std::unique_ptr<detail::LargestNumericKey> m_largestKey;
+    std::unique_ptr<StartOrder> m_order;
 };
 
 } // namespace dayvex

@@ -133,6 +133,25 @@ protected:
     {
         insertAt(m_entries.size(), std::move(item), key);
     }
+    /// append, except that a key already taken leaves the collection as it is and
+    /// returns false instead of throwing: a lookup list meets its duplicates often.
+    bool tryAppend(Pointer item, const QString &key)
+    {
+        QString folded = fold(key);
+        if (!folded.isEmpty() && m_byKey.contains(folded))
+            return false;
+        store(m_entries.size(), std::move(item), std::move(folded));
+        return true;
+    }
+    /// Inserts item under key at index (from 0, up to Count()); throws Error 457 when key is taken.
+    void insertAtIndex(size_t index, Pointer item, const QString &key) { insertAt(index, std::move(item), key); }
+    /// Told after an entry was inserted at index (from 0) and before the watchers.
+    virtual void entryInserted(size_t) {}
+    /// Told after item, the entry at index (from 0), was erased and before the watchers.
+    virtual void entryErased(size_t, const Pointer &) {}
+    /// The entry at index, from 0, unchecked.
+    const Pointer &at(size_t index) const { return m_entries[index].item; }
+
     /// Inserts item under key immediately before the entry stored under beforeKey.
     /// Throws Error 5 when no entry has beforeKey, 457 when key is taken.
     void insertBefore(Pointer item, const QString &key, const QString &beforeKey)
@@ -153,9 +172,12 @@ private:
     size_t indexOfKey(const QString &key) const
     {
         const QString folded = fold(key);
-        if (!folded.isEmpty() && m_byKey.contains(folded)) {
+        const auto found = folded.isEmpty() ? m_byKey.cend() : m_byKey.constFind(folded);
+        if (found != m_byKey.cend()) {
+            // Entries are told apart by their records: comparing pointers costs less than texts.
+            const T *item = found.value().get();
             for (size_t i = 0; i < m_entries.size(); ++i) {
-                if (m_entries[i].foldedKey == folded)
+                if (m_entries[i].item.get() == item && m_entries[i].foldedKey == folded)
                     return i;
             }
         }
@@ -164,26 +186,32 @@ private:
     void insertAt(size_t index, Pointer item, const QString &key)
     {
         QString folded = fold(key);
-        if (!folded.isEmpty()) {
-            if (m_byKey.contains(folded))
-                throw Error::duplicateKey();
+        if (!folded.isEmpty() && m_byKey.contains(folded))
+            throw Error::duplicateKey();
+        store(index, std::move(item), std::move(folded));
+    }
+    void store(size_t index, Pointer item, QString folded)
+    {
+        if (!folded.isEmpty())
             m_byKey.insert(folded, item);
-        }
         m_entries.insert(m_entries.begin() + qsizetype(index), Entry{std::move(item), folded});
         ++m_revision;
         if (!folded.isEmpty())
             keyStored(folded);
+        entryInserted(index);
         changed();
     }
     void eraseAt(size_t index)
     {
         const QString folded = m_entries[index].foldedKey;
+        const Pointer item = m_entries[index].item;
         if (!folded.isEmpty())
             m_byKey.remove(folded);
         m_entries.erase(m_entries.begin() + qsizetype(index));
         ++m_revision;
         if (!folded.isEmpty())
             keyRemoved(folded);
+        entryErased(index, item);
         changed();
     }
     void changed() const

@@ -8,6 +8,7 @@
 #include <dayvex/layout/textfit.h>
 
 #include <QHeaderView>
+#include <QStyleOptionHeader>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QContextMenuEvent>
@@ -19,6 +20,7 @@
 #include <QStyledItemDelegate>
 
 #include <functional>
+#include <map>
 
 namespace dayvex {
 
@@ -182,6 +184,45 @@ void paintBoxes(QPainter &painter, const QRect &area, const std::vector<Appointm
         painter.restore();
     }
 }
+// The day headings, each painted in its own text colour (today's stands out).
+// Qt paints a section with a copy of the header's palette that the colour is set
+// in, and the style keeps the section's picture in the pixmap cache under that
+// palette: a new copy per paint would add pictures to the cache at every redraw,
+// until it pushes out everything else. One palette per colour is kept instead, so
+// that a section painted again finds its picture.
+class HeadingHeader : public QHeaderView
+{
+public:
+    using QHeaderView::QHeaderView;
+
+protected:
+    void initStyleOptionForIndex(QStyleOptionHeader *option, int logicalIndex) const override
+    {
+        QHeaderView::initStyleOptionForIndex(option, logicalIndex);
+        const QPalette &own = palette();
+        const QBrush text = option->palette.brush(QPalette::ButtonText);
+        if (text.style() != Qt::SolidPattern || option->palette.brush(QPalette::Button) != own.brush(QPalette::Button)
+            || option->palette.brush(QPalette::Window) != own.brush(QPalette::Window))
+            return;
+        if (m_paletteKey != own.cacheKey()) {
+            m_palettes.clear();
+            m_paletteKey = own.cacheKey();
+        }
+        const QRgb colour = text.color().rgba();
+        auto kept = m_palettes.find(colour);
+        if (kept == m_palettes.end()) {
+            QPalette withText = own;
+            withText.setBrush(QPalette::ButtonText, text);
+            kept = m_palettes.emplace(colour, withText).first;
+        }
+        option->palette = kept->second;
+    }
+
+private:
+    mutable std::map<QRgb, QPalette> m_palettes;
+    mutable qint64 m_paletteKey = 0;
+};
+
 } // namespace
 
 AgendaGrid::AgendaGrid(QWidget *parent)
@@ -189,6 +230,8 @@ AgendaGrid::AgendaGrid(QWidget *parent)
     , m_cells(new AgendaCells(0, 3, this))
 {
     setObjectName(QStringLiteral("Lista"));
+    setHorizontalHeader(new HeadingHeader(Qt::Horizontal, this));
+    horizontalHeader()->setSectionsClickable(true); // as the header a table makes for itself
     setModel(m_cells);
     verticalHeader()->hide();
     horizontalHeader()->hide();

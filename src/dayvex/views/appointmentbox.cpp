@@ -3,6 +3,8 @@
 #include <dayvex/platform/color.h>
 
 #include <QAccessibleWidget>
+#include <QCache>
+#include <QCoreApplication>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHelpEvent>
@@ -13,6 +15,7 @@
 #include <QToolTip>
 
 #include <cmath>
+#include <memory>
 
 namespace dayvex {
 
@@ -116,44 +119,112 @@ QFont boldOf(QFont font)
 
 } // namespace
 
+namespace {
+// What a box shows of its texts in a font, at a width and a number of lines:
+// moving to a week and back, or drawing a box again at the same size, finds the
+// lines fitted and laid out here instead of measuring them anew. The font is
+// part of the key, so a box whose font changes fits its text again.
+struct FitKey
+{
+    QStringList texts; // the line, or a Modern box's lines
+    QFont font;
+    int width = 0;
+    int lines = 0;
+    bool modern = false;
+    bool operator==(const FitKey &other) const
+    {
+        return width == other.width && lines == other.lines && modern == other.modern && texts == other.texts
+               && font == other.font;
+    }
+};
+
+size_t qHash(const FitKey &key, size_t seed = 0)
+{
+    return qHashMulti(seed, key.texts, key.font, key.width, key.lines, key.modern);
+}
+
+struct Fit
+{
+    FittedText fitted;
+    std::vector<QStaticText> lines;
+};
+
+// A week of a thousand boxes and the week after it, with room to spare.
+constexpr int FitCacheEntries = 4096;
+
+QCache<FitKey, Fit> &fitCache()
+{
+    static QCache<FitKey, Fit> cache(FitCacheEntries);
+    static const bool clearedAtExit = [] {
+        // Laid-out text holds fonts, which must go before the application does.
+        qAddPostRoutine([] { fitCache().clear(); });
+        return true;
+    }();
+    Q_UNUSED(clearedAtExit);
+    return cache;
+}
+
+Fit fitModern(const QStringList &all, const QFont &font, const QRect &area, int room)
+{
+    Fit fit;
+    for (int i = 0; i < all.size() && i < room; ++i) {
+        const QFont face = i == 0 ? boldOf(font) : font;
+        const QString shown = QFontMetrics(face).elidedText(all[i], Qt::ElideRight, area.width());
+        fit.fitted.cut = fit.fitted.cut || shown != all[i];
+        fit.fitted.lines << shown;
+        QStaticText laidOut(shown);
+        laidOut.setTextFormat(Qt::PlainText);
+        laidOut.prepare(QTransform(), face);
+        fit.lines.push_back(std::move(laidOut));
+    }
+    fit.fitted.cut = fit.fitted.cut || all.size() > room;
+    return fit;
+}
+
+Fit fitLine(const QString &line, const QFont &font, const QRect &area, int lines)
+{
+    Fit fit;
+    fit.fitted = fitLines(line, area.width(), lines, pieceWidths(line, font));
+    for (const QString &shown : fit.fitted.lines) {
+        QStaticText laidOut(shown);
+        laidOut.setTextFormat(Qt::PlainText);
+        laidOut.setPerformanceHint(QStaticText::AggressiveCaching);
+        laidOut.prepare(QTransform(), font);
+        fit.lines.push_back(std::move(laidOut));
+    }
+    return fit;
+}
+} // namespace
+
 const FittedText &AppointmentBox::shownText()
 {
-    if (m_modern && m_fittedFor != size()) {
-        const QRect area = textArea();
-        const int spacing = QFontMetrics(font()).lineSpacing();
-        const QStringList all = m_entry.modernLines();
-        const int room = qMax(1, area.height() / qMax(1, spacing));
-        m_fitted = FittedText();
-        m_lines.clear();
-        for (int i = 0; i < all.size() && i < room; ++i) {
-            const QFont face = i == 0 ? boldOf(font()) : font();
-            const QString shown = QFontMetrics(face).elidedText(all[i], Qt::ElideRight, area.width());
-            m_fitted.cut = m_fitted.cut || shown != all[i];
-            m_fitted.lines << shown;
-            QStaticText laidOut(shown);
-            laidOut.setTextFormat(Qt::PlainText);
-            laidOut.prepare(QTransform(), face);
-            m_lines.push_back(std::move(laidOut));
-        }
-        m_fitted.cut = m_fitted.cut || all.size() > room;
-        m_fittedFor = size();
-    }
-    if (m_fittedFor != size()) {
-        const QFontMetricsF metrics(font());
-        const QRect area = textArea();
+    if (m_fittedFor == size() && m_fittedFont == font())
+        return m_fitted;
+    const QRect area = textArea();
+    FitKey key;
+    key.font = font();
+    key.width = area.width();
+    key.modern = m_modern;
+    if (m_modern) {
+        key.texts = m_entry.modernLines();
+        key.lines = qMax(1, area.height() / qMax(1, QFontMetrics(font()).lineSpacing()));
+    } else {
+        key.texts = QStringList{m_entry.line()};
         // At least one line, clipped if the box is lower than a line.
-        const int lines = qMax(1, int(area.height() / metrics.lineSpacing()));
-        m_fitted = fitLines(m_entry.line(), area.width(), lines, pieceWidths(m_entry.line(), font()));
-        m_fittedFor = size();
-        m_lines.clear();
-        for (const QString &line : m_fitted.lines) {
-            QStaticText laidOut(line);
-            laidOut.setTextFormat(Qt::PlainText);
-            laidOut.setPerformanceHint(QStaticText::AggressiveCaching);
-            laidOut.prepare(QTransform(), font());
-            m_lines.push_back(std::move(laidOut));
-        }
+        key.lines = qMax(1, int(area.height() / QFontMetricsF(font()).lineSpacing()));
     }
+    QCache<FitKey, Fit> &cache = fitCache();
+    const Fit *fit = cache.object(key);
+    if (!fit) {
+        auto made = std::make_unique<Fit>(m_modern ? fitModern(key.texts, key.font, area, key.lines)
+                                                   : fitLine(key.texts.constFirst(), key.font, area, key.lines));
+        fit = made.get();
+        cache.insert(key, made.release());
+    }
+    m_fitted = fit->fitted;
+    m_lines = fit->lines;
+    m_fittedFor = size();
+    m_fittedFont = font();
     return m_fitted;
 }
 

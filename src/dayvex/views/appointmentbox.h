@@ -61,6 +61,7 @@ private:
     FittedText m_fitted;
     std::vector<QStaticText> m_lines;
     QSize m_fittedFor;
+    QFont m_fittedFont;
     ItemGestures *m_gestures = nullptr;
     bool m_modern = false;
 };
