@@ -754,15 +754,29 @@ public:
                     batch.queued.push_back({0, 'T', t->Key, t->Tag, QString(), false});
             }
         }
+        downloaded(id);
+    }
+
+    // What came down is in: conflicts settled, the new token written with it, then the uploads.
+    void downloaded(quint64 id)
+    {
         settleConflicts();
         batch.values.push_back({QStringLiteral("token"), newToken});
+        if (!flushed())
+            return;
+        push(id);
+    }
+
+    // Writes the batch; false when the store refused it, and the sync has failed.
+    bool flushed()
+    {
         try {
             flush();
         } catch (const Error &e) {
             fail(e.description(), false);
-            return;
+            return false;
         }
-        push(id);
+        return true;
     }
 
     void settleConflicts()
@@ -803,17 +817,7 @@ public:
                    newToken = token;
                    for (const QString &href : *removed)
                        forget(href);
-                   fetch(id, *changed, [this, id] {
-                       settleConflicts();
-                       batch.values.push_back({QStringLiteral("token"), newToken});
-                       try {
-                           flush();
-                       } catch (const Error &e) {
-                           fail(e.description(), false);
-                           return;
-                       }
-                       push(id);
-                   });
+                   fetch(id, *changed, [this, id] { downloaded(id); });
                });
     }
 
@@ -984,12 +988,8 @@ public:
                            // what was queued for the resource before it was sent went up with it
                            settled.insert(uid, std::max(settled.value(uid, -1), queue.empty() ? seq : queue.back().seq));
                            batch.done.push_back(seq);
-                           try {
-                               flush();
-                           } catch (const Error &e) {
-                               fail(e.description(), false);
+                           if (!flushed())
                                return;
-                           }
                            pushNext(id);
                        }));
     }
@@ -1019,12 +1019,8 @@ public:
                 return;
             }
             batch.done.push_back(seq);
-            try {
-                flush();
-            } catch (const Error &e) {
-                fail(e.description(), false);
+            if (!flushed())
                 return;
-            }
             pushNext(id);
         }));
     }
