@@ -125,26 +125,30 @@ private slots:
     }
 
     // The Sunday occurrence of a daily series from Friday, dragged to Saturday an
-    // hour on: the person's answer to which occurrences decides what moves.
+    // hour on: the person's answer to which occurrences decides what moves. Its
+    // Monday stands apart at 14:00 ("o") and follows the series it belongs to.
     void occurrenceDrags_data()
     {
         columns<int, QStringList, QStringList>("scope", "events", "records");
+        const QString mondayKept = "Mon 4 14:00 of Fri 1 09:00 at Mon 4 09:00";
         QTest::newRow("this one: a record of its own")
             << int(SeriesScope::This)
             << QStringList{"BeforeScheduleAdd", "Sat 10:00 11:00", "ValidateSchedule", "ScheduleAdded"}
-            << QStringList{"Fri 1 09:00 FREQ=DAILY ", "Sat 2 10:00  a"};
+            << QStringList{"Fri 1 09:00 FREQ=DAILY", mondayKept, "Sat 2 10:00 of Fri 1 09:00 at Sun 3 09:00"};
         QTest::newRow("this and the following: a series of their own")
             << int(SeriesScope::Following)
             << QStringList{"BeforeScheduleChange", "Fri 09:00 10:00", "ValidateSchedule", "BeforeScheduleAdd",
-                           "Sat 10:00 11:00", "ValidateSchedule", "ScheduleAdded", "ScheduleChanged"}
-            << QStringList{"Fri 1 09:00 FREQ=DAILY;UNTIL=20001203T085959 ", "Sat 2 10:00 FREQ=DAILY "};
+                           "Sat 10:00 11:00", "ValidateSchedule", "ScheduleAdded", "ScheduleChanged",
+                           "ScheduleChanged"}
+            << QStringList{"Fri 1 09:00 FREQ=DAILY;UNTIL=20001203T085959", "Mon 4 14:00 of Sat 2 10:00 at Sun 3 10:00",
+                           "Sat 2 10:00 FREQ=DAILY"};
         QTest::newRow("the whole series, by as much")
             << int(SeriesScope::Whole)
             << QStringList{"BeforeScheduleChange", "Thu 10:00 11:00", "ValidateSchedule", "ScheduleChanged",
-                           "AlarmChange"}
-            << QStringList{"Thu 30 10:00 FREQ=DAILY "};
+                           "AlarmChange", "ScheduleChanged"}
+            << QStringList{"Mon 4 14:00 of Thu 30 10:00 at Sun 3 10:00", "Thu 30 10:00 FREQ=DAILY"};
         QTest::newRow("cancelled") << int(SeriesScope::Cancel) << QStringList{}
-                                   << QStringList{"Fri 1 09:00 FREQ=DAILY "};
+                                   << QStringList{"Fri 1 09:00 FREQ=DAILY", mondayKept};
     }
 
     void occurrenceDrags()
@@ -155,6 +159,15 @@ private slots:
         a->EndDate = at(2000, 12, 1, 10);
         a->ReminderDate = at(2000, 12, 1, 8, 45);
         a->Recurrence = "FREQ=DAILY";
+        Schedule apart = *a;
+        apart.Key = "o";
+        apart.Recurrence.clear();
+        apart.SeriesKey = "a";
+        apart.RecurrenceId = at(2000, 12, 4, 9);
+        apart.StartDate = at(2000, 12, 4, 14);
+        apart.EndDate = at(2000, 12, 4, 15);
+        apart.ReminderDate = Date();
+        m_data->Schedules()->Add(apart);
         setScopeAnswerer([scope](const QString &) { return SeriesScope(scope); });
         const auto answered = qScopeGuard([] { setScopeAnswerer({}); });
         m_control->setPresentation(zntDayvex::Modern);
@@ -174,8 +187,15 @@ private slots:
         QTest::mouseRelease(sunday, Qt::LeftButton, {}, grab + by);
         QTEST(m_host.log, "events");
         QStringList records;
-        for (const auto &s : *m_data->Schedules())
-            records << s->start().toString("ddd d hh:mm ") + s->Recurrence + ' ' + s->SeriesKey;
+        const auto when = [](Date d) { return d.toDateTime().toString("ddd d hh:mm"); };
+        for (const auto &s : *m_data->Schedules()) {
+            const auto series = s->SeriesKey.isEmpty() ? nullptr : m_data->Schedules()->find(s->SeriesKey);
+            QStringList parts{when(s->StartDate), s->Recurrence};
+            if (series)
+                parts << "of " + when(series->StartDate) + " at " + when(s->RecurrenceId);
+            parts.removeAll(QString());
+            records << parts.join(' ');
+        }
         records.sort();
         QTEST(records, "records");
     }

@@ -173,6 +173,8 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, D
         if (!(live->ReminderDate == before.ReminderDate))
             m_host.RaiseAlarmChange(live);
     }
+    if (!live->Recurrence.isEmpty())
+        moveOverrides(key, key, Date(), form::minutesBetween(before.StartDate, live->StartDate));
     m_host.redraw();
     return true;
 }

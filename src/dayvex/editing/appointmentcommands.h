@@ -81,6 +81,9 @@ private:
     static QString shiftedDates(const QString &dates, qint64 minutes);
     // Deletes the records that stand for occurrences of the series of key.
     void removeOverrides(const QString &key);
+    // Overrides of series key from from on (all when from is empty) go to series
+    // toKey, their occurrences minutes on.
+    void moveOverrides(const QString &key, const QString &toKey, Date from, qint64 minutes);
     // The host's say on the series of live taking the rule and dates of proposed:
     // BeforeScheduleChange, then ValidateSchedule. The host may change proposed.
     enum class Agreed { No, External, Yes };

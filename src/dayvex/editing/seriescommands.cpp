@@ -191,6 +191,27 @@ void AppointmentCommands::removeOverrides(const QString &key)
     }
 }
 
+void AppointmentCommands::moveOverrides(const QString &key, const QString &toKey, Date from, qint64 minutes)
+{
+    // An override names its series and the first start of the occurrence it
+    // replaces: when the series moves or goes on under another key, both follow,
+    // or the override would stand beside an occurrence it no longer replaces.
+    std::vector<std::shared_ptr<Schedule>> overrides;
+    for (const std::shared_ptr<Schedule> &s : *m_host.editedPlan()->Schedules())
+        if (!s->SeriesKey.isEmpty() && s->SeriesKey.compare(key, Qt::CaseInsensitive) == 0
+            && !s->RecurrenceId.isEmpty() && (from.isEmpty() || !(s->RecurrenceId < from)))
+            overrides.push_back(s);
+    for (std::shared_ptr<Schedule> &s : overrides) {
+        const Schedule before = *s;
+        s->SeriesKey = toKey;
+        s->RecurrenceId = s->RecurrenceId.addMinutes(minutes);
+        const auto record = qScopeGuard([&] {
+            recordChange(m_host, stepText(QLatin1Char('S'), Step::Move), std::optional(before), std::optional(*s));
+        });
+        m_host.RaiseScheduleChanged(s);
+    }
+}
+
 QString AppointmentCommands::shiftedDates(const QString &dates, qint64 minutes)
 {
     QStringList moved;
@@ -250,6 +271,8 @@ bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &
         return true; // nothing stored: the series goes on as it was
     }
     applySeriesChange(series->Key, *proposed);
+    if (m_host.editedPlan()->Schedules()->find(next->Key))
+        moveOverrides(series->Key, next->Key, occurrence, by);
     moved = true;
     return true;
 }
