@@ -1,12 +1,14 @@
 #include <dayvextest.h>
 #include <radicale.h>
 
+#include <dayvex/control/zntdayvex.h>
+#include <dayvex/editing/prompts.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/store/localstore.h>
 #include <dayvex/sync/caldavsync.h>
 #include <dayvex/sync/secretstore.h>
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 #include <QSignalSpy>
@@ -241,6 +243,37 @@ private slots:
         a.store.commitSync({{}, {}, {}, {{"token", "http://radicale.org/ns/sync/0000"}}, false, {}});
         QVERIFY(a.syncOnce());
         QVERIFY(a.find("after a lost token"));
+    }
+
+    // What a person does in the control on one device (a deletion, its undo and
+    // its redo) reaches the other device through the store's queue.
+    void throughTheControl()
+    {
+        Peer a(*server), b(*server);
+        const Date monday = at(2027, 3, 1, 9);
+        a.add("kept", monday);
+        a.add("deleted, undone, deleted", monday.addMinutes(120));
+        QVERIFY(a.syncOnce());
+        QVERIFY(b.syncOnce());
+        zntDayvex control;
+        control.InitProperties();
+        control.setPlan(b.data);
+        control.setStartDay(monday);
+        control.Refresh(zntPlanShowDay);
+        setPromptAnswerer([](const QString &, PromptIcon) { return true; });
+        const auto unanswered = qScopeGuard([] { setPromptAnswerer({}); });
+        QVERIFY(control.select(b.find("deleted, undone, deleted")->Key));
+        for (const auto &step : std::vector<std::function<void()>>{[&] { control.mnElimina_Click(); },
+                                                                   [&] { control.undo(); },
+                                                                   [&] { control.redo(); }}) {
+            const QStringList before = b.contents();
+            step();
+            QVERIFY(b.contents() != before);
+            QVERIFY(b.syncOnce());
+            QVERIFY(a.syncOnce());
+            QCOMPARE(a.contents(), b.contents());
+        }
+        QCOMPARE(a.contents(), QStringList{"kept"});
     }
 
     void conflict_data()
@@ -487,7 +520,7 @@ private slots:
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
+    QApplication app(argc, argv);
     if (Radicale::executable().isEmpty()) {
         std::fprintf(stderr, "SKIP: radicale is not installed (Debian package radicale): the CalDAV tests cannot run\n");
         return 77;
