@@ -6,6 +6,7 @@
 #include <radicale.h>
 
 #include <dayvex/model/dayvexdata.h>
+#include <dayvex/exchange/icalendar.h>
 #include <dayvex/store/localstore.h>
 #include <dayvex/sync/caldavsync.h>
 #include <dayvex/sync/secretstore.h>
@@ -110,7 +111,7 @@ int runSyncBench(int events)
     auto data = std::make_shared<DayvexData>();
     LocalStore store(data);
     store.open(dir.filePath(QStringLiteral("sync.sqlite")));
-    CalDavSync sync(store, data);
+    CalDavSync sync(store, data, iCalendarResources());
     sync.setSecretStore(std::make_shared<MemorySecretStore>());
     sync.setAccount({server.server(), server.user});
     sync.setPassword(server.password);

@@ -2,6 +2,7 @@
 #include "demowindow.h"
 
 #include <dayvex/control/zntdayvex.h>
+#include <dayvex/exchange/icalendar.h>
 #include <dayvex/store/localstore.h>
 #include <dayvex/sync/caldavsync.h>
 
@@ -214,7 +215,7 @@ int main(int argc, char *argv[])
         // CalDAV sync, when the person adds a calendar (File → CalDAV calendar…).
         std::unique_ptr<dayvex::CalDavSync> sync;
         if (store.isOpen()) {
-            sync = std::make_unique<dayvex::CalDavSync>(store, plan);
+            sync = std::make_unique<dayvex::CalDavSync>(store, plan, dayvex::iCalendarResources());
             AccountsDialog::restore(*sync, settings);
             window.setSync(sync.get());
             if (!sync->calendar().isEmpty())

@@ -4,6 +4,7 @@
 #include <dayvex/control/zntdayvex.h>
 #include <dayvex/editing/prompts.h>
 #include <dayvex/model/dayvexdata.h>
+#include <dayvex/exchange/icalendar.h>
 #include <dayvex/store/localstore.h>
 #include <dayvex/sync/caldavsync.h>
 #include <dayvex/sync/secretstore.h>
@@ -49,7 +50,7 @@ struct Peer
     std::shared_ptr<DayvexData> data = std::make_shared<DayvexData>();
     LocalStore store{data};
     CountingNetwork network;
-    CalDavSync sync{store, data};
+    CalDavSync sync{store, data, iCalendarResources()};
     std::vector<std::pair<std::chrono::milliseconds, std::function<void()>>> planned;
 
     explicit Peer(const Radicale &server, const QString &password = QString())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/model/syncledger.h>
 
 #include <QByteArray>
 #include <QDate>
@@ -104,5 +105,10 @@ DAYVEX_CORE_EXPORT QByteArray exportICalendarData(DayvexData &from, ExchangeRepo
 /// exportICalendarData with progress; empty when cancelled.
 DAYVEX_CORE_EXPORT QByteArray exportICalendarData(DayvexData &from, ExchangeReport *report,
                                                   const ExportOptions &options);
+
+/// A server resource as one iCalendar object: its records written with
+/// exportICalendarData, read with importICalendarData with series kept whole
+/// and a text over maxBytes refused. What a CalDAV sync is given.
+DAYVEX_CORE_EXPORT ResourceCodec iCalendarResources(qsizetype maxBytes = 16 * 1024 * 1024);
 
 } // namespace dayvex

@@ -881,4 +881,20 @@ QString ExchangeReport::summary() const
     return lines.join(QLatin1Char('\n'));
 }
 
+ResourceCodec iCalendarResources(qsizetype maxBytes)
+{
+    ResourceCodec codec;
+    codec.write = [](DayvexData &records) { return exportICalendarData(records); };
+    codec.read = [maxBytes](const QByteArray &text, DayvexData &into, QString &why) {
+        ImportOptions options;
+        options.keepSeries = true;
+        options.maxFileBytes = maxBytes;
+        const ExchangeReport report = importICalendarData(text, into, options);
+        if (!report.fileRead)
+            why = report.summary();
+        return report.fileRead;
+    };
+    return codec;
+}
+
 } // namespace dayvex

@@ -3,10 +3,9 @@
 #include "secretstore.h"
 #include "webdav.h"
 
-#include <dayvex/exchange/icalendar.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/platform/error.h>
-#include <dayvex/store/localstore.h>
+#include <dayvex/model/syncledger.h>
 
 #include <QCryptographicHash>
 #include <algorithm>
@@ -135,14 +134,15 @@ QString fingerprintOf(DayvexData &data)
 class CalDavSync::Impl
 {
 public:
-    Impl(CalDavSync *owner, LocalStore &localStore, std::shared_ptr<DayvexData> plan)
-        : q(owner), store(localStore), data(std::move(plan)), transport(owner), discovery(owner)
+    Impl(CalDavSync *owner, SyncLedger &ledger, std::shared_ptr<DayvexData> plan, ResourceCodec resources)
+        : q(owner), store(ledger), data(std::move(plan)), codec(std::move(resources)), transport(owner), discovery(owner)
     {
     }
 
     CalDavSync *q;
-    LocalStore &store;
+    SyncLedger &store;
     std::shared_ptr<DayvexData> data;
+    ResourceCodec codec;
     CalDavAccount account;
     std::shared_ptr<SecretStore> secrets;
     QString password;
@@ -158,13 +158,13 @@ public:
 
     // What one run knows.
     QUrl calendarUrl;
-    QHash<QString, LocalStore::SyncedResource> byUid;
+    QHash<QString, SyncLedger::SyncedResource> byUid;
     QHash<QString, QString> uidByHref;
     QHash<QString, QStringList> scheduleKeys, todoKeys; // by UID
     QSet<QString> pendingUids;
     QHash<QString, qint64> settled; // UIDs whose queued changes up to that seq need nothing more
     qint64 pendingMax = 0;
-    LocalStore::SyncCommit batch;
+    SyncLedger::SyncCommit batch;
     int batchCount = 0;
     QString newToken;
     struct Deferred
@@ -173,7 +173,7 @@ public:
         QByteArray server;
     };
     std::vector<Deferred> conflicts;
-    std::vector<LocalStore::PendingChange> queue;
+    std::vector<SyncLedger::PendingChange> queue;
     size_t queuePos = 0;
 
     // ---- plumbing
@@ -294,7 +294,7 @@ public:
             if (const auto t = todos->find(key))
                 one.ToDoS()->restore(std::make_shared<ToDo>(*t), t->Key);
         }
-        return exportICalendarData(one);
+        return codec.write(one);
     }
 
     QString localFingerprint(const QString &uid)
@@ -414,18 +414,16 @@ public:
     // Reads one resource; its UID, or empty when it cannot be read.
     QString readResource(const QByteArray &ics, DayvexData &into)
     {
-        ImportOptions options;
-        options.keepSeries = true;
-        options.maxFileBytes = MaxResourceBytes;
-        const ExchangeReport report = importICalendarData(ics, into, options);
+        QString why;
+        const bool read = codec.read(ics, into, why);
         QString uid;
         if (into.Schedules()->Count())
             uid = uidOf(*into.Schedules(), *into.Schedules()->Item(1));
         else if (into.ToDoS()->Count())
             uid = into.ToDoS()->Item(1)->Tag;
-        if (!report.fileRead || uid.isEmpty())
-            qCWarning(syncLog) << "a resource of the calendar cannot be read:" << report.summary();
-        return report.fileRead ? uid : QString();
+        if (!read || uid.isEmpty())
+            qCWarning(syncLog) << "a resource of the calendar cannot be read:" << why;
+        return read ? uid : QString();
     }
 
     void remember(const QString &uid, const QString &href, const QString &etag, const QString &print)
@@ -484,7 +482,7 @@ public:
             && batch.queued.empty() && batch.values.empty())
             return;
         store.commitSync(batch);
-        batch = LocalStore::SyncCommit();
+        batch = SyncLedger::SyncCommit();
         batchCount = 0;
         data->markChanged();
     }
@@ -874,7 +872,7 @@ public:
     }
 
     // The UID an entry of the queue stands for now, giving a record that has none its own.
-    QString entryUid(const LocalStore::PendingChange &change)
+    QString entryUid(const SyncLedger::PendingChange &change)
     {
         if (change.kind == 'T') {
             const auto t = change.removed ? nullptr : data->ToDoS()->find(change.key);
@@ -940,7 +938,7 @@ public:
                 return;
             }
         }
-        const LocalStore::PendingChange change = queue[queuePos++];
+        const SyncLedger::PendingChange change = queue[queuePos++];
         const QString uid = entryUid(change);
         if (uid.isEmpty() || change.seq <= settled.value(uid, -1) || (!hasLocal(uid) && !byUid.contains(uid))) {
             batch.done.push_back(change.seq); // nothing on the server to change
@@ -1093,8 +1091,8 @@ public:
     }
 };
 
-CalDavSync::CalDavSync(LocalStore &store, std::shared_ptr<DayvexData> data, QObject *parent)
-    : QObject(parent), d(std::make_unique<Impl>(this, store, std::move(data)))
+CalDavSync::CalDavSync(SyncLedger &store, std::shared_ptr<DayvexData> data, ResourceCodec codec, QObject *parent)
+    : QObject(parent), d(std::make_unique<Impl>(this, store, std::move(data), std::move(codec)))
 {
     const QString last = store.syncValue(QStringLiteral("lastSync"));
     if (!last.isEmpty())
@@ -1175,11 +1173,11 @@ QUrl CalDavSync::calendar() const { return QUrl(d->store.syncValue(QStringLitera
 void CalDavSync::setCalendar(const QUrl &calendar)
 {
     if (const QString why = webdav::refusedUrl(calendar); !why.isEmpty())
-        throw Error(LocalStore::WriteError, why, Error::ComponentSource);
+        throw Error(SyncLedger::WriteError, why, Error::ComponentSource);
     if (calendar == this->calendar() && d->store.tracksChanges())
         return;
     cancel();
-    LocalStore::SyncCommit commit;
+    SyncLedger::SyncCommit commit;
     commit.resetResources = true;
     commit.values = {{QStringLiteral("calendar"), calendar.toString()}, {QStringLiteral("token"), QString()}};
     d->store.commitSync(commit);

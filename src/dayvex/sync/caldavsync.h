@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/model/syncledger.h>
 
 #include <QByteArray>
 #include <QDateTime>
@@ -19,7 +20,6 @@ class QNetworkAccessManager;
 namespace dayvex {
 
 class DayvexData;
-class LocalStore;
 class SecretStore;
 
 /// A CalDAV account: where the server is and who signs in. The password is
@@ -78,7 +78,7 @@ struct DAYVEX_CORE_EXPORT SyncConflict
 };
 
 /// Two-way sync between one calendar on a CalDAV server (RFC 4791) and a
-/// LocalStore with its DayvexData. Opt-in: nothing happens until a host calls
+/// SyncLedger (a LocalStore) with its DayvexData. Opt-in: nothing happens until a host calls
 /// setCalendar() and syncNow() (or setAutoSyncInterval()).
 ///
 /// The first sync reads the whole calendar with a calendar-query, streamed
@@ -93,8 +93,9 @@ class DAYVEX_CORE_EXPORT CalDavSync : public QObject
 {
     Q_OBJECT
 public:
-    /// A sync of store, which must be open and hold data. Neither is owned.
-    CalDavSync(LocalStore &store, std::shared_ptr<DayvexData> data, QObject *parent = nullptr);
+    /// A sync of store, which must be open and hold data, its resources written
+    /// and read by codec (iCalendarResources()). Neither store nor data is owned.
+    CalDavSync(SyncLedger &store, std::shared_ptr<DayvexData> data, ResourceCodec codec, QObject *parent = nullptr);
     /// Ends the request under way, if any; what was done is kept.
     ~CalDavSync() override;
 
