@@ -10,6 +10,7 @@
 #include <dayvex/sync/secretstore.h>
 
 #include <QApplication>
+#include <QLineEdit>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 #include <QSignalSpy>
@@ -95,17 +96,32 @@ struct Peer
         return nullptr;
     }
 
-    // Descriptions of the appointments, sorted, overrides as "description@series description".
-    QStringList contents() const
+    // What the store's file holds, read afresh as at the next start.
+    QStringList stored() const
+    {
+        Peer *self = const_cast<Peer *>(this);
+        auto fresh = std::make_shared<DayvexData>();
+        LocalStore reader(fresh);
+        reader.open(self->dir.filePath("agenda.sqlite"));
+        return contents(*fresh, true);
+    }
+
+    QStringList contents() const { return contents(*data, false); }
+
+    // Descriptions of the appointments, sorted, overrides as "description@series
+    // description"; with tags, each with its UID and start.
+    static QStringList contents(DayvexData &data, bool tags)
     {
         QStringList out;
-        for (const auto &s : *data->Schedules()) {
+        for (const auto &s : *data.Schedules()) {
             QString line = s->Description;
+            if (tags)
+                line += ' ' + s->Tag + ' ' + s->StartDate.toDateTime().toString(Qt::ISODate);
             if (!s->SeriesKey.isEmpty())
-                line += '@' + data->Schedules()->Item(s->SeriesKey)->Description;
+                line += '@' + data.Schedules()->Item(s->SeriesKey)->Description;
             out << line;
         }
-        for (const auto &t : *data->ToDoS())
+        for (const auto &t : *data.ToDoS())
             out << "todo:" + t->ShortDesc;
         out.sort();
         return out;
@@ -261,10 +277,19 @@ private slots:
         control.setPlan(b.data);
         control.setStartDay(monday);
         control.Refresh(zntPlanShowDay);
-        setPromptAnswerer([](const QString &, PromptIcon) { return true; });
-        const auto unanswered = qScopeGuard([] { setPromptAnswerer({}); });
-        QVERIFY(control.select(b.find("deleted, undone, deleted")->Key));
-        for (const auto &step : std::vector<std::function<void()>>{[&] { control.mnElimina_Click(); },
+        EditorDriver driver;
+        const auto unanswered = qScopeGuard([&] { driver.stop(); });
+        const auto typed = [&] {
+            driver.whenOpen("frmAppuntamento", [](QDialog *editor) {
+                QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "typed in the editor");
+                press(editor, "Salva");
+            });
+            control.mnNuovo_Click();
+            driver.stop();
+            driver.answerPrompts(true);
+            QVERIFY(control.select(b.find("deleted, undone, deleted")->Key));
+        };
+        for (const auto &step : std::vector<std::function<void()>>{typed, [&] { control.mnElimina_Click(); },
                                                                    [&] { control.undo(); },
                                                                    [&] { control.redo(); }}) {
             const QStringList before = b.contents();
@@ -273,8 +298,10 @@ private slots:
             QVERIFY(b.syncOnce());
             QVERIFY(a.syncOnce());
             QCOMPARE(a.contents(), b.contents());
+            QCOMPARE(b.stored(), Peer::contents(*b.data, true));
+            QCOMPARE(a.stored(), Peer::contents(*a.data, true));
         }
-        QCOMPARE(a.contents(), QStringList{"kept"});
+        QCOMPARE(a.contents(), (QStringList{"kept", "typed in the editor"}));
     }
 
     void conflict_data()

@@ -561,8 +561,9 @@ void LocalStore::Impl::insert(Table<T> &table, const std::shared_ptr<T> &record,
     bindFields(table.insert, table, *record, pos);
     if (!table.insert.exec())
         throw failed(QStringLiteral("cannot add to %1").arg(table.name), table.insert.lastError());
-    queueChange(*record, false);
+    // The row's id before the queue's own insert: SQLite's last id is the connection's.
     Row<T> row{table.insert.lastInsertId().toLongLong(), pos, record, *record};
+    queueChange(*record, false);
     staged.push_back([&table, row = std::move(row)] { table.rows.insert_or_assign(row.record.get(), row); });
 }
 
