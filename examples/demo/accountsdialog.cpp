@@ -9,6 +9,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QSettings>
 #include <QSpinBox>
@@ -31,7 +33,7 @@ void AccountsDialog::restore(CalDavSync &sync, QSettings &settings)
 }
 
 AccountsDialog::AccountsDialog(CalDavSync &sync, QSettings &settings, QWidget *parent)
-    : QDialog(parent), m_sync(sync), m_settings(settings)
+    : QDialog(parent), m_sync(sync), m_settings(settings), m_saved(sync.account())
 {
     setObjectName(QStringLiteral("accountsDialog"));
     setWindowTitle(QStringLiteral("CalDAV calendar"));
@@ -92,7 +94,10 @@ AccountsDialog::AccountsDialog(CalDavSync &sync, QSettings &settings, QWidget *p
     connect(m_find, &QPushButton::clicked, this, &AccountsDialog::findCalendars);
     connect(buttons, &QDialogButtonBox::accepted, this, &AccountsDialog::save);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    connect(m_syncNow, &QPushButton::clicked, &m_sync, &CalDavSync::syncNow);
+    connect(m_syncNow, &QPushButton::clicked, this, [this] {
+        tryTyped(); // what the dialog shows is what signs in
+        m_sync.syncNow();
+    });
     connect(&m_sync, &CalDavSync::statusChanged, this, &AccountsDialog::showStatus);
     connect(&m_sync, &CalDavSync::calendarsFound, this, [this](const QList<CalDavCalendar> &calendars) {
         m_find->setEnabled(true);
@@ -111,14 +116,29 @@ AccountsDialog::AccountsDialog(CalDavSync &sync, QSettings &settings, QWidget *p
     showStatus(sync.status());
 }
 
+void AccountsDialog::tryTyped()
+{
+    // Tried, not kept: only Save keeps the account and its password.
+    m_sync.setAccount({QUrl::fromUserInput(m_server->text().trimmed()), m_user->text().trimmed()});
+    if (!m_password->text().isEmpty()) {
+        m_sync.usePassword(m_password->text());
+        m_tried = true;
+    }
+}
+
+void AccountsDialog::reject()
+{
+    // What was tried goes: the next sync signs in with the saved account and the keychain's password.
+    if (m_tried || m_sync.account().server != m_saved.server || m_sync.account().user != m_saved.user) {
+        m_sync.setAccount({});
+        m_sync.setAccount(m_saved);
+    }
+    QDialog::reject();
+}
+
 void AccountsDialog::findCalendars()
 {
-    m_sync.setAccount({QUrl::fromUserInput(m_server->text().trimmed()), m_user->text().trimmed()});
-    if (!m_password->text().isEmpty())
-        m_sync.setPassword(m_password->text(), [this](const QString &error) {
-            if (!error.isEmpty())
-                m_message->setText(QStringLiteral("%1. The password is used until the demo ends.").arg(error));
-        });
+    tryTyped();
     m_find->setEnabled(false);
     m_message->setText(QStringLiteral("Asking the server…"));
     m_sync.discover();
@@ -131,6 +151,19 @@ void AccountsDialog::save()
         m_message->setText(QStringLiteral("Find the calendars first, and choose one."));
         return;
     }
+    tryTyped();
+    if (!m_password->text().isEmpty()) {
+        QPointer<QWidget> window = parentWidget();
+        m_sync.setPassword(m_password->text(), [window](const QString &error) {
+            if (!error.isEmpty())
+                QMessageBox::warning(window, QStringLiteral("Password not kept"),
+                                     QStringLiteral("%1.\nThe password is used until the demo ends; it will be asked "
+                                                    "for again after a restart.")
+                                         .arg(error));
+        });
+    }
+    m_saved = m_sync.account();
+    m_tried = false;
     m_settings.setValue(ServerKey, m_sync.account().server.toString());
     m_settings.setValue(UserKey, m_sync.account().user);
     m_settings.setValue(AutoKey, m_auto->isChecked() ? m_minutes->value() : 0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <dayvex/sync/caldavsync.h>
+
 #include <QDialog>
 
 class QComboBox;
@@ -10,10 +12,6 @@ class QSettings;
 class QSpinBox;
 class QCheckBox;
 
-namespace dayvex {
-class CalDavSync;
-struct SyncStatus;
-}
 
 // Adds a CalDAV calendar to the demo: the server, user and password (kept in
 // the keychain, never in the settings), the calendar chosen after the server
@@ -27,13 +25,20 @@ public:
     // Applies what the settings hold to sync at start: the account and the automatic sync.
     static void restore(dayvex::CalDavSync &sync, QSettings &settings);
 
+    // Close: an account or password only tried is dropped.
+    void reject() override;
+
 private:
+    // Puts the typed account and password in use for this session, without keeping them.
+    void tryTyped();
     void findCalendars();
     void save();
     void showStatus(const dayvex::SyncStatus &status);
 
     dayvex::CalDavSync &m_sync;
     QSettings &m_settings;
+    dayvex::CalDavAccount m_saved; // the account Save last kept
+    bool m_tried = false;          // a typed password is in use, not kept
     QLineEdit *m_server;
     QLineEdit *m_user;
     QLineEdit *m_password;

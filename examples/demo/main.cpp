@@ -208,7 +208,11 @@ int main(int argc, char *argv[])
     save();
     QObject::connect(plan->changes(), &dayvex::DataChanges::changed, &window, save);
     const QStringList wh = parser.value(size).split(QLatin1Char('x'));
-    window.resize(wh.value(0).toInt() > 0 ? wh.value(0).toInt() : 1280, wh.value(1).toInt() > 0 ? wh.value(1).toInt() : 760);
+    // A small screen gets a window that fits it, status line included.
+    const QSize room = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry().size()
+                                                        : QSize(1280, 760);
+    window.resize(wh.value(0).toInt() > 0 ? wh.value(0).toInt() : std::min(1280, room.width()),
+                  wh.value(1).toInt() > 0 ? wh.value(1).toInt() : std::min(760, room.height()));
     window.showEventsIfRoom();
 
     if (!parser.isSet(screenshot)) {
@@ -218,6 +222,17 @@ int main(int argc, char *argv[])
             sync = std::make_unique<dayvex::CalDavSync>(store, plan, dayvex::iCalendarResources());
             AccountsDialog::restore(*sync, settings);
             window.setSync(sync.get());
+            // The person's edits (written by the journal, or saved above) go up soon.
+            const auto noted = [&sync] { sync->noteLocalChanges(); };
+            QObject::connect(plan->changes(), &dayvex::DataChanges::changed, sync.get(), noted);
+            dayvex::zntDayvex *control = window.control();
+            for (const auto signal : {&dayvex::zntDayvex::ScheduleAdded, &dayvex::zntDayvex::ScheduleChanged,
+                                      &dayvex::zntDayvex::ScheduleDeleted})
+                QObject::connect(control, signal, sync.get(), noted);
+            for (const auto signal : {&dayvex::zntDayvex::TodoAdded, &dayvex::zntDayvex::ToDoChanged,
+                                      &dayvex::zntDayvex::ToDoDeleted, &dayvex::zntDayvex::ToDoAlarmChange})
+                QObject::connect(control, signal, sync.get(), noted);
+            QObject::connect(control, &dayvex::zntDayvex::AlarmChange, sync.get(), noted);
             if (!sync->calendar().isEmpty())
                 sync->syncNow();
         }

@@ -443,6 +443,20 @@ private slots:
         a.network.requests.clear();
         QVERIFY(a.syncOnce());
         QCOMPARE(a.network.requests, QStringList{"REPORT " + server->calendar().path()});
+
+        // A change noted with automatic sync on goes up a moment later, not at the next round.
+        a.sync.setAutoSyncInterval(std::chrono::minutes(5));
+        a.add("two", at(2027, 3, 2, 9));
+        const size_t planned = a.planned.size();
+        a.sync.noteLocalChanges();
+        QCOMPARE(a.sync.status().queued, 1);
+        QCOMPARE(a.sync.status().text().section(", ", 1), "1 change waiting");
+        QCOMPARE(a.planned.size(), planned + 1);
+        QVERIFY(a.planned.back().first < std::chrono::minutes(1));
+        QSignalSpy finished(&a.sync, &CalDavSync::syncFinished);
+        a.planned.back().second();
+        QVERIFY(finished.wait(60000));
+        QCOMPARE(a.sync.status().queued, 0);
     }
 
     void hostileReplies_data()

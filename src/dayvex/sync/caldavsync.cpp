@@ -33,26 +33,30 @@ QString CalDavAccount::secretName() const
 
 QString SyncStatus::text() const
 {
+    const QString waiting = queued == 1 ? QStringLiteral("1 change waiting")
+                                        : QStringLiteral("%1 changes waiting").arg(queued);
     switch (state) {
     case State::Syncing:
         return QStringLiteral("Syncing…");
     case State::Offline:
-        return queued ? QStringLiteral("Offline, %1 change(s) waiting").arg(queued) : QStringLiteral("Offline");
+        return queued ? QStringLiteral("Offline, %1").arg(waiting) : QStringLiteral("Offline");
     case State::Error:
         return QStringLiteral("Sync failed: %1").arg(error);
     case State::Idle:
         break;
     }
     if (!lastSync.isValid())
-        return queued ? QStringLiteral("Not synced, %1 change(s) waiting").arg(queued) : QStringLiteral("Not synced");
-    const QString when = QLocale().toString(lastSync.toLocalTime().time(), QLocale::ShortFormat);
-    return queued ? QStringLiteral("Synced %1, %2 change(s) waiting").arg(when).arg(queued) : QStringLiteral("Synced %1").arg(when);
+        return queued ? QStringLiteral("Not synced, %1").arg(waiting) : QStringLiteral("Not synced");
+    const QString when = lastSync.toLocalTime().time().toString(QStringLiteral("HH:mm"));
+    return queued ? QStringLiteral("Synced %1, %2").arg(when, waiting) : QStringLiteral("Synced %1").arg(when);
 }
 
 namespace {
 
 constexpr int BatchSize = 200;             // resources applied per store transaction, hrefs per multiget
 constexpr qsizetype MaxResourceBytes = 16 * 1024 * 1024;
+// Local changes go up this long after the last one noted, with automatic sync on.
+constexpr std::chrono::milliseconds LocalChangesDelay{2000};
 
 QByteArray xmlEscaped(const QString &text) { return text.toHtmlEscaped().toUtf8(); }
 
@@ -152,6 +156,7 @@ public:
     Scheduler scheduler;
     std::chrono::milliseconds retryFirst = 5s, retryMax = 5min, retryDelay = 5s, autoInterval = 0ms;
     quint64 retryPlan = 0, autoPlan = 0;
+    bool soonPlanned = false; // a sync of local changes is planned
     SyncStatus state;
     bool running = false, again = false;
     quint64 runId = 0;
@@ -1125,13 +1130,18 @@ void CalDavSync::setSecretStore(std::shared_ptr<SecretStore> secrets)
     d->havePassword = false;
 }
 
-void CalDavSync::setPassword(const QString &password, std::function<void(const QString &)> done)
+void CalDavSync::usePassword(const QString &password)
 {
-    // Used for this session whatever the keychain says; kept there for the next.
     d->password = password;
     d->havePassword = true;
     d->transport.setCredentials(d->account.user, password);
     d->discovery.setCredentials(d->account.user, password);
+}
+
+void CalDavSync::setPassword(const QString &password, std::function<void(const QString &)> done)
+{
+    // Used for this session whatever the keychain says; kept there for the next.
+    usePassword(password);
     d->secretStore().write(d->account.secretName(), password, [done = std::move(done)](const QString &error) {
         if (done)
             done(error);
@@ -1158,6 +1168,23 @@ void CalDavSync::setAutoSyncInterval(std::chrono::milliseconds interval)
     const quint64 plan = ++d->autoPlan;
     if (interval > 0ms)
         d->planAutoSync(plan);
+}
+
+void CalDavSync::noteLocalChanges()
+{
+    const qint64 queued = d->store.isOpen() ? d->store.pendingCount() : 0;
+    if (queued != d->state.queued) {
+        d->state.queued = queued;
+        emit statusChanged(d->state);
+    }
+    // Offline, the planned retry sends them; otherwise they need not wait a whole round.
+    if (queued > 0 && d->autoInterval > 0ms && !d->soonPlanned && d->state.state != SyncStatus::State::Offline) {
+        d->soonPlanned = true;
+        d->schedule(LocalChangesDelay, [this] {
+            d->soonPlanned = false;
+            d->start();
+        });
+    }
 }
 
 void CalDavSync::setReplyLimit(qint64 bytes)

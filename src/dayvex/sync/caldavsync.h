@@ -108,6 +108,9 @@ public:
     void setSecretStore(std::shared_ptr<SecretStore> secrets);
     /// Keeps password for the account (through the secret store), then calls done with an empty text or the reason.
     void setPassword(const QString &password, std::function<void(const QString &error)> done = {});
+    /// Uses password for the account until the account changes, without keeping
+    /// it: a password being tried (as a dialog's Find does before Save).
+    void usePassword(const QString &password);
     /// Sends requests through network (not owned); a manager of its own unless set.
     void setNetworkAccessManager(QNetworkAccessManager *network);
 
@@ -121,6 +124,9 @@ public:
     void setRetryDelays(std::chrono::milliseconds first, std::chrono::milliseconds maximum);
     /// Syncs every interval (zero, the default, for never).
     void setAutoSyncInterval(std::chrono::milliseconds interval);
+    /// Local records changed: the status counts the changes waiting, and with
+    /// automatic sync on they go up a moment later instead of at the next round.
+    void noteLocalChanges();
     /// Bounds the size of one reply (256 MiB by default); a larger one is refused.
     void setReplyLimit(qint64 bytes);
 
