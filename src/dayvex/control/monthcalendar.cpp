@@ -1,7 +1,10 @@
 #include "monthcalendar.h"
 
 #include <QCalendarWidget>
+#include <QCoreApplication>
+#include <QFrame>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QSignalBlocker>
 
 namespace dayvex {
@@ -45,6 +48,21 @@ MonthCalendar::MonthCalendar(QWidget *parent)
     m_months[1]->setNavigationBarVisible(true);
     m_months[1]->hide();
     setSelectedDate(QDate::currentDate());
+}
+
+MonthCalendar::~MonthCalendar()
+{
+    // A day typed into a month waits in a frame until Enter, Esc or a pause
+    // takes it, and the month frees what it keeps for the typing only then:
+    // going before that would leave it behind, so an Esc ends the typing first.
+    for (QCalendarWidget *month : m_months) {
+        const auto *typing = month->findChild<QFrame *>(QString(), Qt::FindDirectChildrenOnly);
+        if (QWidget *days = month->findChild<QWidget *>(QStringLiteral("qt_calendar_calendarview"));
+            days && typing && !typing->isHidden()) {
+            QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+            QCoreApplication::sendEvent(days, &escape);
+        }
+    }
 }
 
 void MonthCalendar::setMonthColumns(int columns)
