@@ -352,13 +352,13 @@ private:
         QUndoStack *stack = m_control->undoStack();
         const int depth = 1 + pick(5), index = stack->index(), count = stack->count();
         const QString before = records();
-        m_quiet = true;
+        const bool wasQuiet = std::exchange(m_quiet, true);
         for (int i = 0; i < depth; ++i)
             m_control->undo();
         const int back = index - stack->index();
         for (int i = 0; i < back; ++i)
             m_control->redo();
-        m_quiet = false;
+        m_quiet = wasQuiet;
         m_checked[1] += stack->index() == index && stack->count() == count && back > 0;
         if (const QString now = records(); stack->index() == index && stack->count() == count && now != before)
             fail("undo then redo did not give back the records", before, now);
@@ -380,9 +380,9 @@ private:
         QUndoStack *stack = m_control->undoStack();
         const int index = stack->index();
         const QString after = records();
-        m_quiet = true;
+        const bool wasQuiet = std::exchange(m_quiet, true);
         m_control->undo();
-        m_quiet = false;
+        m_quiet = wasQuiet;
         const QString &expected = stack->index() == index - 1 ? before : after;
         ++m_checked[0];
         if (const QString now = records(); now != expected)
@@ -573,10 +573,14 @@ private:
         zntDayvexPrivate::get(&*m_control)->scanAlarms();
     }
 
-    void act()
+    // The actions of the rolls that may change a record at once, in the step
+    // itself (a key, a drag, a series edit, a command): their undo is checked.
+    static bool changing(int roll) { return (roll >= 3 && roll <= 8) || roll == 16; }
+
+    void act(int roll)
     {
         QWidget *window = activeWindow();
-        // Each action as often as its weight says, out of 24.
+        // Each action as often as its weight says, out of 22.
         const std::pair<int, std::function<void()>> actions[] = {
             {3, [&] { mouse(window); }},
             {2, [&] { key(window); }},
@@ -601,7 +605,6 @@ private:
                  if (auto *grid = m_control->findChild<QAbstractScrollArea *>("Lista"))
                      grid->verticalScrollBar()->setValue(pick(grid->verticalScrollBar()->maximum() + 1));
              }}};
-        int roll = pick(24);
         for (const auto &[weight, action] : actions) {
             if ((roll -= weight) < 0)
                 return action();
@@ -631,20 +634,25 @@ private:
         const int number = m_step = ++m_done;
         if (m_trace)
             std::fprintf(stderr, "step %d depth %d\n", number, m_depth);
-        // One step in two is checked for its undo, when it ends with one change of its own on
-        // top of a stack that had nothing to redo (a push drops what there was to redo). A
-        // cancelling host vetoes every change, undos too: the check after every step covers it.
+        // A step that may change a record is checked for its undo, when it ends with one change
+        // of its own on top of a stack that had nothing to redo (a push drops what there was to
+        // redo); in one of two the host changes and takes over nothing. A cancelling host vetoes
+        // every change, undos too: the check after every step covers it.
+        const int roll = pick(22);
         const QUndoStack *stack = m_control->undoStack();
         const int count = stack->count();
-        const QString before = !m_cancelling && chance(2) && stack->index() == count ? records() : QString();
+        const bool watched = !m_cancelling && changing(roll) && stack->index() == count;
+        const QString before = watched ? records() : QString();
         const int changes = m_hostChanges;
+        const bool wasQuiet = std::exchange(m_quiet, m_quiet || (watched && chance(2)));
         ++m_depth;
         try {
-            act();
+            act(roll);
         } catch (const Error &) {
             // a host call may be refused with an Error
         }
         --m_depth;
+        m_quiet = wasQuiet;
         m_step = number;
         if (std::exchange(m_savedChanges, m_hostChanges) != m_hostChanges)
             m_store->save(); // the host's own changes; the control's are in the store already
@@ -720,7 +728,7 @@ private:
     int m_done = 0;
     int m_step = 0; // the step under way, for the report of a failure
     int m_depth = 0;
-    bool m_quiet = false;       // an undo is being checked: the host changes and takes over nothing
+    bool m_quiet = false; // the host changes and takes over nothing: what records become is the control's doing
     int m_hostChanges = 0; // changes the host made itself, which the store gets by a save
     int m_savedChanges = 0;
     int m_checked[5] = {}; // how often each check ran, as the last line says
