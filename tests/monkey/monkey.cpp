@@ -366,10 +366,15 @@ private:
     }
 
     // The records as the undo checks compare them: an undone deletion comes back
-    // at the end of its collection, so the order is not compared.
+    // at the end of its collection, so the order is not compared; nor are the
+    // lookup lists, which only grow (the deletion's Add collects its category again).
     QString records()
     {
-        QStringList lines = snapshot(*m_plan).split('\n');
+        QStringList lines;
+        for (const auto &schedule : *m_plan->Schedules())
+            lines << fieldsOf(*schedule);
+        for (const auto &todo : *m_plan->ToDoS())
+            lines << fieldsOf(*todo);
         lines.sort();
         return lines.join('\n');
     }
