@@ -1,10 +1,9 @@
 #include "monthcalendar.h"
 
+#include <dayvex/editing/editorform.h>
+
 #include <QCalendarWidget>
-#include <QCoreApplication>
-#include <QFrame>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QSignalBlocker>
 
 namespace dayvex {
@@ -52,17 +51,8 @@ MonthCalendar::MonthCalendar(QWidget *parent)
 
 MonthCalendar::~MonthCalendar()
 {
-    // A day typed into a month waits in a frame until Enter, Esc or a pause
-    // takes it, and the month frees what it keeps for the typing only then:
-    // going before that would leave it behind, so an Esc ends the typing first.
-    for (QCalendarWidget *month : m_months) {
-        const auto *typing = month->findChild<QFrame *>(QString(), Qt::FindDirectChildrenOnly);
-        if (QWidget *days = month->findChild<QWidget *>(QStringLiteral("qt_calendar_calendarview"));
-            days && typing && !typing->isHidden()) {
-            QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
-            QCoreApplication::sendEvent(days, &escape);
-        }
-    }
+    // A day typed into a month and not yet taken would be left behind with the months.
+    form::endCalendarTyping(this);
 }
 
 void MonthCalendar::setMonthColumns(int columns)
