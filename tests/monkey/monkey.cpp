@@ -1,12 +1,18 @@
-// A random user and a random host at once: clicks, keys, wheel, resizes,
-// property assignments, Refresh, record mutations, commands, editors, menus,
-// pop-ups and reminder ticks, drawn from one seed so that a failing run replays.
+// A random user and a random host at once: clicks, keys and the control's
+// shortcuts, wheel, resizes, drags, property assignments (Presentation among
+// them), Refresh, record mutations, commands, series edits in each scope,
+// undo and redo, iCalendar imports, editors, menus, pop-ups and reminder ticks,
+// over a plan kept in a LocalStore, drawn from one seed so that a failing run replays.
 //
 //   dayvex_monkey [--seed S] [--steps N] [--cancelling] [--trace]
 //
 // After every step: no crash and no sanitizer finding (the build aborts on one);
-// with --cancelling the host cancels every "Before" event and every reminder,
-// and its records must stay exactly as they were.
+// a drag cancelled with Esc or let go outside changed nothing; an undo right
+// after a change gives back the records as they were before it, and undos then
+// as many redos give back the records they started from. Every 100 steps and at
+// the end the store, reopened, holds the plan's records, and after a Refresh the
+// alarm list is the one the records ask for. With --cancelling the host cancels
+// every "Before" event and every reminder, and its records must stay exactly as they were.
 
 #include <dayvextest.h>
 
@@ -21,6 +27,7 @@
 #include <QPointer>
 #include <QScrollBar>
 #include <QTemporaryDir>
+#include <QUndoStack>
 #include <QWheelEvent>
 
 #include <cmath>
@@ -43,15 +50,20 @@ public:
         m_now = QDateTime(QDate(2026, 11, 16), QTime(8, 55));
         setClockSource([this] { return m_now; });
         setPromptAnswerer([this](const QString &, PromptIcon) { return chance(2); });
+        setScopeAnswerer([this](const QString &) { return SeriesScope(pick(4)); });
         setReminderSound(std::make_shared<CountingSound>());
         if (!m_dir.isValid() || ::mkfifo(QFile::encodeName(m_dir.filePath("fifo")).constData(), 0600) != 0)
             std::abort();
 
         m_plan = std::make_shared<DayvexData>();
         fill();
+        m_store = std::make_unique<LocalStore>(m_plan);
+        m_store->open(m_dir.filePath("agenda.sqlite"));
         m_control = std::make_unique<zntDayvex>();
         m_control->setPlan(m_plan);
         m_control->setGlobalAlarmsEnable(false); // ticks come from the monkey, in step
+        m_control->setPresentation(chance(2) ? zntDayvex::Modern : zntDayvex::Classic);
+        m_control->setDragEditing(chance(2));
         m_control->resize(1200, 800);
         m_control->show();
         m_control->Refresh(zntPlanShowWeek);
@@ -63,6 +75,7 @@ public:
     {
         setClockSource({});
         setPromptAnswerer({});
+        setScopeAnswerer({});
         setReminderSound({});
     }
 
@@ -71,8 +84,11 @@ public:
         postStep();
         qApp->exec();
         closeEverything();
-        std::printf("dayvex_monkey: seed %llu, %d steps, %s host: no finding\n",
-                    static_cast<unsigned long long>(m_seed), m_done, m_cancelling ? "cancelling" : "random");
+        checkStore(m_done);
+        std::printf("dayvex_monkey: seed %llu, %d steps, %s host: no finding (checked: %d undos, %d undo-redo runs, "
+                    "%d cancelled drags, %d stores, %d alarm lists)\n",
+                    static_cast<unsigned long long>(m_seed), m_done, m_cancelling ? "cancelling" : "random",
+                    m_checked[0], m_checked[1], m_checked[2], m_checked[3], m_checked[4]);
         return 0;
     }
 
@@ -92,12 +108,25 @@ private:
 
     void fill()
     {
+        static const char *const Rules[] = {"FREQ=DAILY;COUNT=6", "FREQ=WEEKLY;BYDAY=MO,TH",
+                                            "FREQ=DAILY;INTERVAL=2;UNTIL=20261205T000000", "FREQ=MONTHLY;COUNT=3"};
         for (int i = 0; i < 300; ++i) {
             const Date start = around();
-            m_plan->Schedules()->Add(QString::number(i + 1), i % 3 ? "Rossi" : "Bianchi", start,
-                                     Date(start.value() + (1 + pick(8)) / 48.0), "C" + QString::number(i), "Ferri",
-                                     i % 2 ? "Lavoro" : "Casa", "Riunione " + QString::number(i), i % 4 ? "Sala A" : "",
-                                     chance(4) ? Date(start.value() - 0.01) : Date());
+            const auto s = m_plan->Schedules()->Add(
+                QString::number(i + 1), i % 3 ? "Rossi" : "Bianchi", start, Date(start.value() + (1 + pick(8)) / 48.0),
+                "C" + QString::number(i), "Ferri", i % 2 ? "Lavoro" : "Casa", "Riunione " + QString::number(i),
+                i % 4 ? "Sala A" : "", chance(4) ? Date(start.value() - 0.01) : Date());
+            if (i % 10 == 0) {
+                s->Recurrence = QString::fromLatin1(any(Rules));
+                if (chance(3))
+                    s->ExceptionDates = s->StartDate.addDays(2).toDateTime().toString("yyyyMMdd'T'HHmmss");
+            } else if (i % 10 == 1) { // an occurrence of the series before, moved an hour on
+                const auto series = m_plan->Schedules()->Item(QString::number(i));
+                s->SeriesKey = series->Key;
+                s->RecurrenceId = series->StartDate.addDays(1);
+                s->StartDate = s->RecurrenceId.addMinutes(60);
+                s->EndDate = s->StartDate.addMinutes(30);
+            }
         }
         for (int i = 0; i < 100; ++i)
             m_plan->ToDoS()->Add(QString::number(i + 1), "Rossi", "Chiamare " + QString::number(i), "Dettagli",
@@ -109,7 +138,9 @@ private:
     // ---- the host ----
 
     // What the host does with an event it can answer; it never does anything
-    // but cancel when the run checks that cancelling keeps the records.
+    // but cancel when the run checks that cancelling keeps the records. While an
+    // undo is checked (m_quiet) it takes nothing over and changes nothing: what
+    // the records become is then the control's doing alone.
     void answer(const char *event, bool &externalHandled, bool &cancel)
     {
         if (m_cancelling) {
@@ -118,7 +149,7 @@ private:
         }
         switch (pick(8)) {
         case 0: cancel = true; break;
-        case 1: externalHandled = true; break;
+        case 1: externalHandled = !m_quiet; break;
         case 2: throw std::runtime_error(event);
         case 3: throw Error::invalidArgument(QString::fromLatin1(event));
         case 4: throw 7;
@@ -130,7 +161,7 @@ private:
     {
         auto before = [this](const char *event) {
             return [this, event](auto &record, bool &externalHandled, bool &cancel) {
-                if (!m_cancelling && chance(6) && record)
+                if (!m_cancelling && !m_quiet && chance(6) && record)
                     mutate(*record);
                 answer(event, externalHandled, cancel);
             };
@@ -152,7 +183,7 @@ private:
         connect(c, &zntDayvex::ValidateToDo, this, validate("ValidateToDo"));
         connect(c, &zntDayvex::ReminderAlarm, this,
                 [this](std::shared_ptr<Alarm> &alarm, QWidget *&, bool &externalHandled, bool &cancel) {
-                    if (!m_cancelling && chance(4) && alarm)
+                    if (!m_cancelling && !m_quiet && chance(4) && alarm)
                         alarm->AlarmDateTime = oddDate();
                     answer("ReminderAlarm", externalHandled, cancel);
                 });
@@ -173,12 +204,14 @@ private:
     // An odd date in one field, an end before the start, an odd priority.
     void mutate(Schedule &s)
     {
+        ++m_hostChanges;
         Date *fields[] = {&s.StartDate, &s.EndDate, &s.ReminderDate};
         const int which = pick(4);
         *fields[which % 3] = which < 3 ? oddDate() : Date(s.StartDate.value() - 0.1);
     }
     void mutate(ToDo &t)
     {
+        ++m_hostChanges;
         if (chance(3))
             t.Priority = qint16(pick(3) ? pick(5) : -32768);
         else
@@ -227,6 +260,141 @@ private:
         QTest::keyClick(target, any(Keys));
     }
 
+    // A key sequence of the control's own actions, with the focus inside it as they need.
+    void shortcut()
+    {
+        QList<QKeySequence> keys;
+        for (const QAction *action : m_control->actions())
+            keys += action->shortcuts();
+        if (keys.isEmpty())
+            return;
+        QWidget *target = QApplication::focusWidget();
+        if (!target || !m_control->isAncestorOf(target)) {
+            target = agendaGrid(m_control.get());
+            m_control->activateWindow();
+            target->setFocus();
+        }
+        QTest::keySequence(target, keys.at(pick(int(keys.size()))));
+    }
+
+    // The boxes of the view on show, the ones of a series alone when seriesOnly.
+    QList<AppointmentBox *> boxes(bool seriesOnly)
+    {
+        QList<AppointmentBox *> out;
+        for (AppointmentBox *box : agendaGrid(m_control.get())->viewport()->findChildren<AppointmentBox *>())
+            if (box->isVisible() && (!seriesOnly || box->entry().series))
+                out << box;
+        return out;
+    }
+
+    // A box pressed and dragged, or a month day's line, or empty slots (a new
+    // appointment over them), dropped inside the view, let go outside the
+    // control, or cancelled with Esc: the last two must change nothing.
+    void drag()
+    {
+        AgendaGrid *grid = agendaGrid(m_control.get());
+        QWidget *viewport = grid->viewport();
+        QPointer<QWidget> on = viewport;
+        QPoint from(pick(qMax(1, viewport->width())), pick(qMax(1, viewport->height())));
+        QList<DayList *> lists;
+        for (DayList *list : viewport->findChildren<DayList *>())
+            if (list->isVisible() && list->count() > 0)
+                lists << list;
+        const QList<AppointmentBox *> shown = boxes(chance(3));
+        if (!shown.isEmpty() && !chance(4)) {
+            AppointmentBox *box = shown.at(pick(int(shown.size())));
+            on = box;
+            const int edge = pick(3); // the top edge, the middle, the bottom edge
+            from = QPoint(box->width() / 2, edge == 0 ? 1 : edge == 1 ? box->height() / 2 : box->height() - 2);
+        } else if (!lists.isEmpty() && !chance(4)) {
+            DayList *list = lists.at(pick(int(lists.size())));
+            on = list->viewport();
+            from = list->visualRect(list->model()->index(pick(list->count()), 0)).center();
+        }
+        const int how = pick(4); // 0: Esc, 1: let go outside, else dropped
+        const QPoint to = how == 1 ? on->mapFromGlobal(m_control->mapToGlobal(QPoint(-40, -40)))
+                                   : on->mapFrom(viewport, QPoint(pick(qMax(1, viewport->width())),
+                                                                  pick(qMax(1, viewport->height()))));
+        const bool check = how < 2 && !m_cancelling; // a cancelling host's records are checked after every step
+        const QString before = check ? snapshot(*m_plan) : QString();
+        const int steps = m_control->undoStack()->count();
+        QTest::mousePress(on, Qt::LeftButton, {}, from);
+        if (on)
+            QTest::mouseMove(on, from + QPoint(0, 12));
+        if (on)
+            QTest::mouseMove(on, to);
+        if (how == 0) // to the grid, where the press left the focus: Esc in a reminders window snoozes
+            QTest::keyClick(grid, Qt::Key_Escape);
+        // Let go where it was pressed, or on the control when a redraw took that away: a
+        // button left down would hold every later move of the run in a drag.
+        QTest::mouseRelease(on ? on.data() : m_control.get(), Qt::LeftButton, {}, on ? to : QPoint(1, 1));
+        m_checked[2] += check;
+        if (check && (snapshot(*m_plan) != before || m_control->undoStack()->count() != steps))
+            fail(how == 0 ? "a drag cancelled with Esc changed the records"
+                          : "a drag let go outside the control changed the records",
+                 before, snapshot(*m_plan));
+    }
+
+    // An occurrence of a series clicked, then changed or deleted: the scope answerer picks which occurrences.
+    void seriesEdit()
+    {
+        const QList<AppointmentBox *> shown = boxes(true);
+        if (shown.isEmpty() || m_depth > 2)
+            return;
+        AppointmentBox *box = shown.at(pick(int(shown.size())));
+        QTest::mouseClick(box, Qt::LeftButton, {}, box->rect().center());
+        chance(2) ? m_control->deleteSelected() : m_control->modifySelected();
+    }
+
+    // Undo a few steps, then redo as many: where every one was taken and none
+    // dropped, the records are back as they started.
+    void history()
+    {
+        QUndoStack *stack = m_control->undoStack();
+        const int depth = 1 + pick(5), index = stack->index(), count = stack->count();
+        const QString before = records();
+        const bool wasQuiet = std::exchange(m_quiet, true);
+        for (int i = 0; i < depth; ++i)
+            m_control->undo();
+        const int back = index - stack->index();
+        for (int i = 0; i < back; ++i)
+            m_control->redo();
+        m_quiet = wasQuiet;
+        m_checked[1] += stack->index() == index && stack->count() == count && back > 0;
+        if (const QString now = records(); stack->index() == index && stack->count() == count && now != before)
+            fail("undo then redo did not give back the records", before, now);
+    }
+
+    // The records as the undo checks compare them: an undone deletion comes back
+    // at the end of its collection, so the order is not compared; nor are the
+    // lookup lists, which only grow (the deletion's Add collects its category again).
+    QString records()
+    {
+        QStringList lines;
+        for (const auto &schedule : *m_plan->Schedules())
+            lines << fieldsOf(*schedule);
+        for (const auto &todo : *m_plan->ToDoS())
+            lines << fieldsOf(*todo);
+        lines.sort();
+        return lines.join('\n');
+    }
+
+    // An undo right after the step's change gives back the records as before
+    // it; vetoed, it leaves them as they are.
+    void checkUndo(const QString &before)
+    {
+        QUndoStack *stack = m_control->undoStack();
+        const int index = stack->index();
+        const QString after = records();
+        const bool wasQuiet = std::exchange(m_quiet, true);
+        m_control->undo();
+        m_quiet = wasQuiet;
+        const QString &expected = stack->index() == index - 1 ? before : after;
+        ++m_checked[0];
+        if (const QString now = records(); now != expected)
+            fail("an undo did not give back the records as they were", expected, now);
+    }
+
     void wheel(QWidget *window)
     {
         QWidget *target = childAt(window, QPoint(pick(qMax(1, window->width())), pick(qMax(1, window->height()))));
@@ -259,7 +427,12 @@ private:
             [&] { c.setDisableMenu(chance(3)); },
             [&] { c.setDisableReminderPopUp(chance(2)); },
             [&] { c.setLanguageFileName(any(files)); },
-            [&] { c.setReminderSoundFile(chance(2) ? QString() : m_dir.filePath("fifo")); }};
+            [&] { c.setReminderSoundFile(chance(2) ? QString() : m_dir.filePath("fifo")); },
+            [&] { c.setPresentation(chance(2) ? zntDayvex::Modern : zntDayvex::Classic); },
+            [&] { c.setPresentation(zntDayvex::PresentationStyle(pick(5) - 1)); },
+            [&] { c.setDragEditing(!chance(3)); },
+            [&] { c.setSideColumnCollapsed(chance(2)); },
+            [&] { c.setAutoRefresh(chance(2)); }};
         any(assignments)();
     }
 
@@ -269,12 +442,72 @@ private:
         const auto todos = m_plan->ToDoS();
         const int s = 1 + pick(qMax(1, schedules->Count())), t = 1 + pick(qMax(1, todos->Count()));
         const int what = pick(5);
+        ++m_hostChanges;
         if (what == 3)
             schedules->Add(schedules->NewKey(), "Rossi", oddDate(), oddDate(), {}, {}, {}, "Strano", {}, oddDate());
         else if (what % 2 == 0 && schedules->Count() > 0)
             what ? schedules->Remove(s) : mutate(*schedules->Item(s));
         else if (what % 2 && todos->Count() > 0)
             what == 1 ? mutate(*todos->Item(t)) : todos->Remove(t);
+    }
+
+    // A few components written here, or a few of the plan's records exported:
+    // both mutated, then imported into the plan, as a host's import would.
+    QByteArray calendar()
+    {
+        if (chance(2)) {
+            DayvexData some;
+            for (int i = 0, n = pick(6); i < n && m_plan->Schedules()->Count() > 0; ++i) {
+                Schedule copy = *m_plan->Schedules()->Item(1 + pick(m_plan->Schedules()->Count()));
+                copy.Key = some.Schedules()->NewKey();
+                some.Schedules()->Add(copy);
+            }
+            if (m_plan->ToDoS()->Count() > 0) {
+                ToDo copy = *m_plan->ToDoS()->Item(1 + pick(m_plan->ToDoS()->Count()));
+                copy.Key = some.ToDoS()->NewKey();
+                some.ToDoS()->Add(copy);
+            }
+            return exportICalendarData(some);
+        }
+        static const char *const Starts[] = {"20261116T090000", "20261117T230000Z", "20261118", "20261119T120000",
+                                             "99991231T235959", "00000000T000000", "2026111"};
+        static const char *const Extras[] = {"RRULE:FREQ=DAILY;COUNT=4", "RRULE:FREQ=WEEKLY;BYDAY=TU,FR;UNTIL=20261220T000000",
+                                             "RRULE:FREQ=HOURLY;INTERVAL=7", "RRULE:FREQ=YEARLY;BYMONTH=13",
+                                             "EXDATE:20261118T090000", "RDATE:20261125T090000",
+                                             "RECURRENCE-ID:20261117T090000", "DURATION:PT45M", "DURATION:-P1D",
+                                             "BEGIN:VALARM\r\nACTION:DISPLAY\r\nTRIGGER:-PT15M\r\nEND:VALARM",
+                                             "LOCATION:Sala B", "CATEGORIES:Lavoro,Nuova", "STATUS:COMPLETED"};
+        QByteArray text = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//monkey//EN\r\n";
+        for (int i = 0, n = 1 + pick(4); i < n; ++i) {
+            const QByteArray kind = chance(3) ? "VTODO" : "VEVENT";
+            text += "BEGIN:" + kind + "\r\nUID:m" + QByteArray::number(pick(6)) + "\r\nSUMMARY:Importato\r\n"
+                    + (kind == "VTODO" ? "DUE:" : "DTSTART:") + any(Starts) + "\r\n";
+            for (int e = pick(4); e > 0; --e)
+                text += QByteArray(any(Extras)) + "\r\n";
+            text += "END:" + kind + "\r\n";
+        }
+        return text + "END:VCALENDAR\r\n";
+    }
+
+    void import()
+    {
+        if (m_cancelling || m_plan->Schedules()->Count() > 600)
+            return;
+        QByteArray bytes = calendar();
+        for (int cuts = pick(3); cuts > 0 && !bytes.isEmpty(); --cuts) {
+            const int at = pick(int(bytes.size()));
+            switch (pick(4)) {
+            case 0: bytes[at] = char(pick(256)); break;
+            case 1: bytes.truncate(at); break;
+            case 2: bytes.insert(at, bytes.mid(pick(int(bytes.size())), pick(80))); break;
+            default: bytes.remove(at, pick(40)); break;
+            }
+        }
+        ImportOptions options;
+        options.keepSeries = !chance(4);
+        options.maxRecords = 200;
+        importICalendarData(bytes, *m_plan, options);
+        ++m_hostChanges;
     }
 
     void command()
@@ -346,17 +579,29 @@ private:
         zntDayvexPrivate::get(&*m_control)->scanAlarms();
     }
 
-    void act()
+    // The actions of the rolls that may change a record at once, in the step
+    // itself (a key, a drag, a series edit, a command): their undo is checked.
+    static bool changing(int roll) { return (roll >= 3 && roll <= 8) || roll == 16; }
+
+    void act(int roll)
     {
         QWidget *window = activeWindow();
-        // Each action as often as its weight says, out of 16.
+        // Each action as often as its weight says, out of 22.
         const std::pair<int, std::function<void()>> actions[] = {
             {3, [&] { mouse(window); }},
             {2, [&] { key(window); }},
+            {1, [&] { shortcut(); }},
+            {2, [&] { drag(); }},
+            {1, [&] { seriesEdit(); }},
+            {1, [&] { history(); }},
+            {1, [&] { import(); }},
             {1, [&] { wheel(window); }},
             {1, [&] { resizeControl(); }},
             {1, [&] { assignProperty(); }},
-            {1, [&] { m_control->Refresh(zntPlanShowType(pick(6) - 1)); }},
+            {1, [&] {
+                 m_control->Refresh(zntPlanShowType(pick(6) - 1));
+                 checkAlarms();
+             }},
             {1, [&] { m_cancelling ? void() : changeRecords(); }},
             {1, [&] { command(); }},
             {2, [&] { answerWindows(); }},
@@ -366,7 +611,6 @@ private:
                  if (auto *grid = m_control->findChild<QAbstractScrollArea *>("Lista"))
                      grid->verticalScrollBar()->setValue(pick(grid->verticalScrollBar()->maximum() + 1));
              }}};
-        int roll = pick(16);
         for (const auto &[weight, action] : actions) {
             if ((roll -= weight) < 0)
                 return action();
@@ -393,21 +637,77 @@ private:
             return;
         }
         postStep();
-        const int number = ++m_done;
+        const int number = m_step = ++m_done;
         if (m_trace)
             std::fprintf(stderr, "step %d depth %d\n", number, m_depth);
+        // A step that may change a record is checked for its undo, when it ends with one change
+        // of its own on top of a stack that had nothing to redo (a push drops what there was to
+        // redo); in one of two the host changes and takes over nothing. A cancelling host vetoes
+        // every change, undos too: the check after every step covers it.
+        const int roll = pick(22);
+        const QUndoStack *stack = m_control->undoStack();
+        const int count = stack->count();
+        const bool watched = !m_cancelling && changing(roll) && stack->index() == count;
+        const QString before = watched ? records() : QString();
+        const int changes = m_hostChanges;
+        const bool wasQuiet = std::exchange(m_quiet, m_quiet || (watched && chance(2)));
         ++m_depth;
         try {
-            act();
+            act(roll);
         } catch (const Error &) {
             // a host call may be refused with an Error
         }
         --m_depth;
-        if (m_cancelling && snapshot(*m_plan) != m_before) {
-            std::fprintf(stderr, "dayvex_monkey: seed %llu step %d: a cancelling host's records changed\n",
-                         static_cast<unsigned long long>(m_seed), number);
-            std::abort();
-        }
+        m_quiet = wasQuiet;
+        m_step = number;
+        if (std::exchange(m_savedChanges, m_hostChanges) != m_hostChanges)
+            m_store->save(); // the host's own changes; the control's are in the store already
+        if (!before.isNull() && m_hostChanges == changes && m_done == number && stack->count() == count + 1
+            && stack->index() == count + 1)
+            checkUndo(before);
+        if (const QString now = m_cancelling ? snapshot(*m_plan) : QString(); now != (m_cancelling ? m_before : QString()))
+            fail("a cancelling host's records changed", m_before, now);
+        if (m_depth == 0 && number % 100 == 0)
+            checkStore(number);
+    }
+
+    // Says what went wrong, with the records that differ between the two snapshots when given.
+    [[noreturn]] void fail(const char *what, const QString &expected = {}, const QString &found = {})
+    {
+        std::fprintf(stderr, "dayvex_monkey: seed %llu step %d: %s\n", static_cast<unsigned long long>(m_seed), m_step,
+                     what);
+        const QStringList a = expected.split('\n'), b = found.split('\n');
+        for (qsizetype i = 0, shown = 0; i < qMax(a.size(), b.size()); ++i)
+            if (a.value(i) != b.value(i) && shown++ < 6)
+                std::fprintf(stderr, "  expected %s\n  found    %s\n", qPrintable(a.value(i)), qPrintable(b.value(i)));
+        std::abort();
+    }
+
+    // The store, opened afresh, holds the plan's records.
+    void checkStore(int number)
+    {
+        m_step = number;
+        auto read = std::make_shared<DayvexData>();
+        LocalStore reopened(read);
+        reopened.open(m_store->path());
+        ++m_checked[3];
+        if (const QString held = snapshot(*read), plan = snapshot(*m_plan); held != plan)
+            fail("the store, reopened, holds other records than the plan", plan, held);
+    }
+
+    // After a Refresh the alarm list is the one the records ask for, in its order.
+    void checkAlarms()
+    {
+        const auto alarmsOf = [](const Alarms &alarms) {
+            QStringList out;
+            for (const auto &alarm : alarms)
+                out << alarm->Key + alarm->AlarmType + alarm->AlarmEventKey
+                           + QString::number(alarm->AlarmDateTime.value(), 'g', 17);
+            return out;
+        };
+        ++m_checked[4];
+        if (alarmsOf(*m_plan->Alarms()) != alarmsOf(*Alarms::fromRecords(*m_plan->Schedules(), *m_plan->ToDoS())))
+            fail("after a Refresh the alarm list is not the one the records ask for");
     }
 
     QWidgetList otherWindows() const
@@ -432,10 +732,16 @@ private:
     bool m_cancelling;
     bool m_trace;
     int m_done = 0;
+    int m_step = 0; // the step under way, for the report of a failure
     int m_depth = 0;
+    bool m_quiet = false; // the host changes and takes over nothing: what records become is the control's doing
+    int m_hostChanges = 0; // changes the host made itself, which the store gets by a save
+    int m_savedChanges = 0;
+    int m_checked[5] = {}; // how often each check ran, as the last line says
     QDateTime m_now;
     QTemporaryDir m_dir;
     std::shared_ptr<DayvexData> m_plan;
+    std::unique_ptr<LocalStore> m_store;
     std::unique_ptr<zntDayvex> m_control;
     QString m_before;
 };

@@ -12,6 +12,14 @@ namespace {
 // 10:00:30 on Sunday 3 December 2000.
 const QDateTime Now(QDate(2000, 12, 3), QTime(10, 0, 30));
 
+// The keys of the records the control says it changed, a to-do's after a "T".
+struct KeyJournal : ChangeJournal
+{
+    QStringList keys;
+    void recordChanged(const std::shared_ptr<Schedule> &record, bool) override { keys << record->Key; }
+    void recordChanged(const std::shared_ptr<ToDo> &record, bool) override { keys << "T" + record->Key; }
+};
+
 QList<ReminderPopup *> popups()
 {
     QList<ReminderPopup *> open;
@@ -49,6 +57,8 @@ private slots:
         m_control->setGlobalAlarmsEnable(false); // the tests run the ticks
         m_control->setReminderSoundFile("ding.wav");
         m_data = std::make_shared<DayvexData>();
+        m_journal.keys.clear();
+        m_data->setJournal(&m_journal);
         m_control->setPlan(m_data);
         connect(m_control.get(), &zntDayvex::ReminderAlarm, this,
                 [this](std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder, bool &ExternalHandled, bool &Cancel) {
@@ -106,8 +116,9 @@ private slots:
         QCOMPARE(m_offered, offered);
         QCOMPARE(popups().size(), opened);
         QCOMPARE(m_sound->played, QStringList(opened, "ding.wav"));
-        if (answer == 2) // the record follows the alarm the host moved
+        if (answer == 2) // the record follows the alarm the host moved, and a store hears of it
             QCOMPARE(m_data->Schedules()->Item("1")->ReminderDate.value(), at(2000, 12, 3, 10, 0).value());
+        QCOMPARE(m_journal.keys, answer == 2 ? QStringList({"1", "T7"}) : QStringList());
         if (popUpsOff) { // none marked showing: all offered again
             zntDayvexPrivate::get(&*m_control)->scanAlarms();
             QCOMPARE(m_offered, offered + offered);
@@ -348,6 +359,7 @@ private:
 
     std::unique_ptr<zntDayvex> m_control;
     std::shared_ptr<DayvexData> m_data;
+    KeyJournal m_journal;
     std::shared_ptr<CountingSound> m_sound;
     QStringList m_offered;   // the keys of ReminderAlarm, in order
     QList<QWidget *> m_forms; // the FormReminder of each

@@ -1,5 +1,7 @@
 #include "monthcalendar.h"
 
+#include <dayvex/editing/editorform.h>
+
 #include <QCalendarWidget>
 #include <QHBoxLayout>
 #include <QSignalBlocker>
@@ -45,6 +47,12 @@ MonthCalendar::MonthCalendar(QWidget *parent)
     m_months[1]->setNavigationBarVisible(true);
     m_months[1]->hide();
     setSelectedDate(QDate::currentDate());
+}
+
+MonthCalendar::~MonthCalendar()
+{
+    // A day typed into a month and not yet taken would be left behind with the months.
+    form::endCalendarTyping(this);
 }
 
 void MonthCalendar::setMonthColumns(int columns)

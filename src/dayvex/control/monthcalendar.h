@@ -16,6 +16,7 @@ class MonthCalendar : public QWidget
     Q_OBJECT
 public:
     explicit MonthCalendar(QWidget *parent = nullptr);
+    ~MonthCalendar() override;
 
     int monthColumns() const { return m_columns; }
     void setMonthColumns(int columns);

@@ -7,9 +7,13 @@
 #include <dayvex/platform/format.h>
 
 #include <QAbstractButton>
+#include <QCalendarWidget>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QCoreApplication>
+#include <QFrame>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QPointer>
 #include <QPushButton>
 #include <QScopeGuard>
@@ -51,6 +55,20 @@ int minutesBetween(Date earlier, Date later)
     constexpr double Limit = std::numeric_limits<int>::max();
     return int(std::clamp(minutes, -Limit, Limit));
 }
+
+void endCalendarTyping(QWidget *root)
+{
+    // The typed day waits in a frame of the calendar's own until Enter, Esc or a pause;
+    // an Esc to its days ends it, as it would end it for the user.
+    for (QCalendarWidget *month : root->findChildren<QCalendarWidget *>()) {
+        const auto *typing = month->findChild<QFrame *>(QString(), Qt::FindDirectChildrenOnly);
+        QWidget *days = month->findChild<QWidget *>(QStringLiteral("qt_calendar_calendarview"));
+        if (days && typing && !typing->isHidden()) {
+            QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+            QCoreApplication::sendEvent(days, &escape);
+        }
+    }
+}
 } // namespace form
 
 EditorForm::EditorForm(EditingHost &host, const QString &objectName, const QString &title, QWidget *parent)
@@ -69,6 +87,11 @@ EditorForm::EditorForm(EditingHost &host, const QString &objectName, const QStri
     connect(m_salva, &QPushButton::clicked, this, [this] { save(); });
     connect(m_elimina, &QPushButton::clicked, this, [this] { deleteRecord(); });
     connect(m_fine, &QPushButton::clicked, this, [this] { finish(); });
+}
+
+EditorForm::~EditorForm()
+{
+    form::endCalendarTyping(this);
 }
 
 void EditorForm::setFormKey(const QString &key)

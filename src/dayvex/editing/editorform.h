@@ -27,6 +27,7 @@ class EditorForm : public QDialog
 {
     Q_OBJECT
 public:
+    ~EditorForm() override;
     QString formKey() const { return m_formKey; }
     // The collection key of the record edited; empty for a new one.
     virtual QString recordKey() const = 0;
@@ -136,6 +137,10 @@ Date joined(const QDate &day, const QTime &time);
 // Whole minutes from earlier to later, as a lead time shows them; a gap a host's
 // odd dates make too large for the list is cut to what an int holds, NaN to 0.
 int minutesBetween(Date earlier, Date later);
+// Ends a day still being typed into any month calendar under root (a date field's
+// pop-up, the control's months): a calendar frees what it keeps for the typing only
+// when the typing ends, so whatever owns one calls this before it goes.
+void endCalendarTyping(QWidget *root);
 
 template <typename Widget>
 Widget *named(Widget *widget, const char *name)

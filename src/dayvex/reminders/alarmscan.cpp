@@ -85,11 +85,16 @@ void AlarmScan::tick()
         if (!alarm)
             continue; // the host let go of it
         if (answer.ExternalHandled) {
-            // The host may have moved the alarm; its record follows.
-            if (alarm->Key.startsWith(QLatin1Char('S')))
-                plan->Schedules()->Item(alarm->AlarmEventKey)->ReminderDate = alarm->AlarmDateTime;
-            else
-                plan->ToDoS()->Item(alarm->AlarmEventKey)->ReminderDate = alarm->AlarmDateTime;
+            // The host may have moved the alarm; its record follows, and a store with it.
+            if (alarm->Key.startsWith(QLatin1Char('S'))) {
+                const std::shared_ptr<Schedule> record = plan->Schedules()->Item(alarm->AlarmEventKey);
+                record->ReminderDate = alarm->AlarmDateTime;
+                plan->journalChange(record, false);
+            } else {
+                const std::shared_ptr<ToDo> record = plan->ToDoS()->Item(alarm->AlarmEventKey);
+                record->ReminderDate = alarm->AlarmDateTime;
+                plan->journalChange(record, false);
+            }
             continue;
         }
         if (m_host.DisableReminderPopUp() || onScreen)
