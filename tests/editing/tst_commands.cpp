@@ -685,7 +685,8 @@ private slots:
         const QString moved = "8|20001126T140000|||9|20001126T110000";
         const QStringList change{"BeforeScheduleChange", "ValidateSchedule", "ScheduleChanged"};
         const QStringList add{"BeforeScheduleAdd", "ValidateSchedule", "ScheduleAdded"};
-        const QString ended = "9|20001119T110000|FREQ=WEEKLY;UNTIL=20001203T105959|||";
+        // The ten occurrences are shared out: two before, eight from the split on.
+        const QString ended = "9|20001119T110000|FREQ=WEEKLY;COUNT=2|||";
         const int one = int(SeriesScope::This), following = int(SeriesScope::Following), whole = int(SeriesScope::Whole);
         for (const bool remove : {true, false}) {
             const char *command = remove ? "delete" : "modify";
@@ -711,7 +712,7 @@ private slots:
             << false << following << false
             << QStringList{"BeforeScheduleChange", "ValidateSchedule", "BeforeScheduleAdd", "ValidateSchedule",
                            "ScheduleAdded", "ScheduleChanged"}
-            << AppointmentEditor::NewKey << QStringList{"10|20001203T110000|FREQ=WEEKLY|||", moved, ended};
+            << AppointmentEditor::NewKey << QStringList{"10|20001203T110000|FREQ=WEEKLY;COUNT=8|||", moved, ended};
         QTest::newRow("modify, whole") << false << whole << false << change << "0000000000009"
                                        << QStringList{moved, series};
     }

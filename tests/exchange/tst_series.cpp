@@ -88,6 +88,43 @@ private slots:
         QVERIFY2(clock.elapsed() < 5000, "a series' walk is bounded");
     }
 
+    // "This and the following" from at, moved by minutes: the ended series and
+    // the new one show the old occurrences, the later ones moved, and end where it did.
+    void split_data()
+    {
+        columns<Schedule, Date, int, QStringList>("series", "cut", "minutes", "starts");
+        const Date monday = at(2027, 3, 22, 9);
+        QTest::newRow("COUNT shared out") << series(monday, "FREQ=DAILY;COUNT=4") << at(2027, 3, 24, 9) << 0
+                                          << QStringList{"2027-03-22 09:00", "2027-03-23 09:00", "2027-03-24 09:00",
+                                                         "2027-03-25 09:00"};
+        QTest::newRow("UNTIL moved with the rest")
+            << series(monday, "FREQ=DAILY;UNTIL=20270325T090000") << at(2027, 3, 24, 9) << 60
+            << QStringList{"2027-03-22 09:00", "2027-03-23 09:00", "2027-03-24 10:00", "2027-03-25 10:00"};
+        QTest::newRow("UNTIL before an extra date")
+            << series(monday, "FREQ=WEEKLY;UNTIL=20270329T090000", "20270420T090000") << at(2027, 4, 20, 9) << 0
+            << QStringList{"2027-03-22 09:00", "2027-03-29 09:00", "2027-04-20 09:00"};
+        QTest::newRow("UTC UNTIL before an extra date")
+            << series(monday, "FREQ=WEEKLY;UNTIL=20270329T070000Z", "20270420T090000") << at(2027, 4, 20, 9) << 0
+            << QStringList{"2027-03-22 09:00", "2027-03-29 09:00", "2027-04-20 09:00"};
+        QTest::newRow("COUNT before an extra date")
+            << series(monday, "FREQ=DAILY;COUNT=2", "20270330T090000") << at(2027, 3, 30, 9) << 0
+            << QStringList{"2027-03-22 09:00", "2027-03-23 09:00", "2027-03-30 09:00"};
+    }
+
+    void split()
+    {
+        QFETCH(Schedule, series);
+        QFETCH(Date, cut);
+        QFETCH(int, minutes);
+        const SeriesSplit split = splitSeriesAt(series, cut, minutes);
+        Schedule following = split.following;
+        following.StartDate = cut.addMinutes(minutes);
+        std::vector<Date> starts = occurrenceStarts(split.ended, at(2027, 3, 1), at(2027, 6, 1));
+        for (Date d : occurrenceStarts(following, at(2027, 3, 1), at(2027, 6, 1)))
+            starts.push_back(d);
+        QTEST(texts(starts), "starts");
+    }
+
     // An occurrence that stands as a record of its own is not the series' any more.
     void overriddenAndDates()
     {

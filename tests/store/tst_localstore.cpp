@@ -3,13 +3,16 @@
 #include <dayvex/store/localstore.h>
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <cstdio>
 #include <limits>
+#include <sys/resource.h>
 
 namespace {
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
@@ -56,27 +59,64 @@ std::shared_ptr<Schedule> addSchedule(DayvexData &data, const QString &key, cons
 }
 
 // The child of crashWhileWriting: adds, changes and removes appointments one
-// journal write at a time, reporting each once its write has returned.
+// journal write at a time, as the control does before each after-event,
+// reporting each as the host would hear of it.
 int writeBurst(const QString &path)
 {
     auto data = std::make_shared<DayvexData>();
     LocalStore store(data);
     store.open(path);
     for (int i = 0;; ++i) {
-        store.recordChanged(addSchedule(*data, QString::number(i)), false);
+        data->journalChange(addSchedule(*data, QString::number(i)), false);
         std::printf("add %d\n", i);
         if (i % 3 == 2) {
             const auto changed = data->Schedules()->Item(QString::number(i - 1));
             changed->Description = QStringLiteral("v%1").arg(i);
-            store.recordChanged(changed, false);
+            data->journalChange(changed, false);
             std::printf("change %d v%d\n", i - 1, i);
         } else if (const auto removed = data->Schedules()->find(QString::number(i - 2)); removed && i % 5 == 4) {
             data->Schedules()->Remove(removed->Key);
-            store.recordChanged(removed, true);
+            data->journalChange(removed, true);
             std::printf("remove %d\n", i - 2);
         }
         std::fflush(stdout);
     }
+}
+QStringList journalWarnings;
+
+// The child of diskFills: files may grow only a little past their size, as on
+// a disk about to fill, and a write past that fails (SIGXFSZ ignored, so the
+// write returns EFBIG instead of ending the process). Adds appointments as the
+// control does until a write fails, reporting each that was kept and the
+// error; then room comes back and the next change is journalled, no save.
+int fillDisk(const QString &path)
+{
+    auto data = std::make_shared<DayvexData>();
+    LocalStore store(data);
+    store.open(path);
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) { journalWarnings << text; });
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit roomless{rlim_t(QFileInfo(path).size() + 64 * 1024), limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &roomless);
+    const QString text(2000, QLatin1Char('x'));
+    int i = 0;
+    for (; i < 1000 && journalWarnings.isEmpty(); ++i) {
+        const auto added = addSchedule(*data, QString::number(i));
+        added->Body = text;
+        data->journalChange(added, false);
+        if (journalWarnings.isEmpty())
+            std::printf("kept %d\n", i);
+    }
+    std::printf("failed %d: %s\n", i - 1, qPrintable(journalWarnings.value(0)));
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const auto first = data->Schedules()->Item("0");
+    first->Description = "after";
+    data->journalChange(first, false);
+    std::printf("changed\n");
+    std::fflush(stdout);
+    return 0;
 }
 } // namespace
 
@@ -310,6 +350,33 @@ private slots:
         QVERIFY(!store.isOpen() && contents(*data) == mine && bytesOf(path) == before);
     }
 
+    // A disk that fills during the journal's writes: the write that meets it
+    // fails with a reason that says so, the store goes on, and the next write
+    // once there is room again catches up: nothing the host heard of is
+    // missing from the file, the failed change included.
+    void diskFills()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("agenda.sqlite");
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {"--fill", path});
+        QVERIFY(child.waitForFinished(120000));
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        const QList<QByteArray> lines = child.readAllStandardOutput().trimmed().split('\n');
+        QVERIFY2(lines.size() >= 3 && lines.last() == "changed", lines.join('\n'));
+        const QByteArray failure = lines[lines.size() - 2];
+        QVERIFY2(failure.startsWith("failed ") && QRegularExpression("full|I/O").match(QString::fromUtf8(failure)).hasMatch(),
+                 failure);
+        const int failed = failure.split(' ')[1].chopped(1).toInt();
+        QCOMPARE(failed, lines.size() - 2); // every write before it was kept
+        auto data = std::make_shared<DayvexData>();
+        LocalStore store(data);
+        QCOMPARE(store.open(path), LocalStore::Opened::Loaded);
+        for (int i = 0; i <= failed; ++i)
+            QVERIFY2(data->Schedules()->find(QString::number(i)), qPrintable(QString::number(i)));
+        QCOMPARE(data->Schedules()->Item("0")->Description, QString("after"));
+    }
+
     // A writer killed in the middle of a burst leaves a file that opens and holds
     // every change it had reported written.
     void crashWhileWriting()
@@ -352,6 +419,8 @@ int main(int argc, char *argv[])
     QCoreApplication app(argc, argv);
     if (argc == 3 && qstrcmp(argv[1], "--burst") == 0)
         return writeBurst(QString::fromLocal8Bit(argv[2]));
+    if (argc == 3 && qstrcmp(argv[1], "--fill") == 0)
+        return fillDisk(QString::fromLocal8Bit(argv[2]));
     tst_LocalStore test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -76,4 +76,10 @@ Date zntDayvexPrivate::nextSeriesReminder(const Schedule &series) const
     return nextReminder(series, now(), overridden);
 }
 
+EditingHost::SeriesParts zntDayvexPrivate::splitSeries(const Schedule &series, Date at, qint64 minutes) const
+{
+    SeriesSplit split = splitSeriesAt(series, at, minutes);
+    return {std::move(split.ended), std::move(split.following)};
+}
+
 } // namespace dayvex

@@ -57,6 +57,7 @@ public:
     BeforeAnswer raiseReminderAlarm(std::shared_ptr<Alarm> &alrm, QWidget *&FormReminder) override;
     Date remindedStart(const Schedule &appointment, Date due) const override;
     Date nextSeriesReminder(const Schedule &series) const override;
+    SeriesParts splitSeries(const Schedule &series, Date at, qint64 minutes) const override;
     void RaiseTodoAdded(std::shared_ptr<ToDo> &mToDo) override;
     void RaiseToDoChanged(std::shared_ptr<ToDo> &mToDo) override;
     void RaiseValidateToDo(std::shared_ptr<ToDo> &mToDo, bool &Cancel) override;

@@ -34,6 +34,14 @@ public:
     // A series reminds before each occurrence: the reminder due next after now,
     // the empty date when no occurrence is left.
     virtual Date nextSeriesReminder(const Schedule &series) const = 0;
+    // "This and the following" from at on: the series ended before at, and a new
+    // one with the rest of its occurrences moved by minutes (rule and dates only).
+    struct SeriesParts
+    {
+        Schedule ended;
+        Schedule following;
+    };
+    virtual SeriesParts splitSeries(const Schedule &series, Date at, qint64 minutes = 0) const = 0;
     // Redraws the current view from the data.
     virtual void redraw() = 0;
     // Refills the to-do list; greys the row of a to-do marked done.

@@ -19,39 +19,6 @@ QString stamp(Date when)
     return when.toDateTime().toString(QStringLiteral("yyyyMMdd'T'HHmmss"));
 }
 
-// The items of a dates text before (or from) the stamp of at.
-QString datesSplitAt(const QString &text, Date at, bool before)
-{
-    const QString cut = stamp(at);
-    QStringList kept;
-    for (const QString &item : text.split(QLatin1Char(','), Qt::SkipEmptyParts))
-        if ((item.trimmed() < cut) == before)
-            kept << item.trimmed();
-    return kept.join(QLatin1Char(','));
-}
-
-// rule without its COUNT and UNTIL parts.
-QStringList openRule(const QString &rule)
-{
-    QStringList parts = rule.split(QLatin1Char(';'), Qt::SkipEmptyParts);
-    parts.removeIf([](const QString &part) {
-        const QString name = part.section(QLatin1Char('='), 0, 0).trimmed().toUpper();
-        return name == QLatin1String("COUNT") || name == QLatin1String("UNTIL");
-    });
-    return parts;
-}
-
-// The series with its occurrences from at on left out.
-Schedule endedBefore(const Schedule &series, Date at)
-{
-    Schedule ended = series;
-    ended.Recurrence = (openRule(series.Recurrence) << QStringLiteral("UNTIL=") + stamp(at.addSeconds(-1)))
-                           .join(QLatin1Char(';'));
-    ended.RecurrenceDates = datesSplitAt(series.RecurrenceDates, at, true);
-    ended.ExceptionDates = datesSplitAt(series.ExceptionDates, at, true);
-    return ended;
-}
-
 // A copy of series, or of one of its occurrences, starting at start under a new key.
 std::shared_ptr<Schedule> movedCopy(const Schedule &series, Date start, const QString &key)
 {
@@ -91,16 +58,17 @@ void AppointmentCommands::splitSeries(const RunningCommand &running, const QStri
 {
     const std::shared_ptr<Schedules> schedules = m_host.editedPlan()->Schedules();
     const Schedule series = *schedules->Item(key);
-    auto proposed = std::make_shared<Schedule>(endedBefore(series, occurrence));
+    const EditingHost::SeriesParts split = m_host.splitSeries(series, occurrence);
+    auto proposed = std::make_shared<Schedule>(split.ended);
     const Agreed agreed = askSeriesChange(proposed);
     if (agreed == Agreed::External)
         m_host.redraw(); // the host splits the series itself
     if (agreed != Agreed::Yes)
         return;
     auto next = movedCopy(series, occurrence, schedules->NewKey());
-    next->Recurrence = openRule(series.Recurrence).join(QLatin1Char(';'));
-    next->RecurrenceDates = datesSplitAt(series.RecurrenceDates, occurrence, false);
-    next->ExceptionDates = datesSplitAt(series.ExceptionDates, occurrence, false);
+    next->Recurrence = split.following.Recurrence;
+    next->RecurrenceDates = split.following.RecurrenceDates;
+    next->ExceptionDates = split.following.ExceptionDates;
     if (!next->ReminderDate.isEmpty()) {
         next->ReminderLead = series.ReminderLead;
         next->ReminderDate = m_host.nextSeriesReminder(*next);
@@ -161,7 +129,7 @@ bool AppointmentCommands::seriesScopeDone(const RunningCommand *running, const s
         return true;
     }
     // A deletion: the series leaves the occurrence out, or ends before it.
-    auto proposed = std::make_shared<Schedule>(one ? *series : endedBefore(*series, occurrence));
+    auto proposed = std::make_shared<Schedule>(one ? *series : m_host.splitSeries(*series, occurrence).ended);
     if (one) {
         QString &exceptions = proposed->ExceptionDates;
         exceptions += (exceptions.isEmpty() ? QString() : QStringLiteral(",")) + stamp(occurrence);
@@ -214,12 +182,7 @@ void AppointmentCommands::moveOverrides(const QString &key, const QString &toKey
 
 QString AppointmentCommands::shiftedDates(const QString &dates, qint64 minutes)
 {
-    QStringList moved;
-    for (const QString &item : dates.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
-        const QDateTime at = QDateTime::fromString(item.trimmed(), QStringLiteral("yyyyMMdd'T'HHmmss"));
-        moved << (at.isValid() ? stamp(Date::fromDateTime(at).addMinutes(minutes)) : item.trimmed());
-    }
-    return moved.join(QLatin1Char(','));
+    return shiftedSeriesDates(dates, minutes);
 }
 
 bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &series, Date occurrence, Date &start,
@@ -250,7 +213,8 @@ bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &
     }
     // This and the following: the series ends before the occurrence, and a new
     // one goes on from where it was dropped.
-    auto proposed = std::make_shared<Schedule>(endedBefore(*series, occurrence));
+    const EditingHost::SeriesParts split = m_host.splitSeries(*series, occurrence, by);
+    auto proposed = std::make_shared<Schedule>(split.ended);
     const Agreed agreed = askSeriesChange(proposed);
     if (agreed == Agreed::External)
         m_host.redraw(); // the host splits the series itself
@@ -259,9 +223,9 @@ bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &
         return true;
     auto next = movedCopy(*series, start, schedules->NewKey());
     next->EndDate = end;
-    next->Recurrence = openRule(series->Recurrence).join(QLatin1Char(';'));
-    next->RecurrenceDates = shiftedDates(datesSplitAt(series->RecurrenceDates, occurrence, false), by);
-    next->ExceptionDates = shiftedDates(datesSplitAt(series->ExceptionDates, occurrence, false), by);
+    next->Recurrence = split.following.Recurrence;
+    next->RecurrenceDates = split.following.RecurrenceDates;
+    next->ExceptionDates = split.following.ExceptionDates;
     if (!next->ReminderDate.isEmpty()) {
         next->ReminderLead = series->ReminderLead;
         next->ReminderDate = m_host.nextSeriesReminder(*next);

@@ -8,6 +8,8 @@
 #include <libical/ical.h>
 
 #include <QDateTime>
+#include <QStringList>
+#include <QTimeZone>
 
 #include <algorithm>
 #include <cmath>
@@ -242,6 +244,123 @@ Date remindedOccurrence(const Schedule &series, Date due)
             return starts.back();
     }
     return series.StartDate;
+}
+
+namespace {
+// The local "yyyyMMddTHHmmss" of the series texts; it sorts as the times do.
+QString stamp(Date when) { return when.toDateTime().toString(QStringLiteral("yyyyMMdd'T'HHmmss")); }
+
+// The items of a dates text before (or from) the stamp of at.
+QString datesSplitAt(const QString &text, Date at, bool before)
+{
+    const QString cut = stamp(at);
+    QStringList kept;
+    for (const QString &item : text.split(QLatin1Char(','), Qt::SkipEmptyParts))
+        if ((item.trimmed() < cut) == before)
+            kept << item.trimmed();
+    return kept.join(QLatin1Char(','));
+}
+
+bool named(const QString &part, const char *name)
+{
+    return part.section(QLatin1Char('='), 0, 0).trimmed().compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
+}
+
+// How many times the rule alone (no extra dates, no exceptions) comes before at;
+// -1 when the walk is too long to tell.
+int ruleTimesBefore(const icalrecurrencetype &rule, Date start, Date at)
+{
+    std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, floating(start)),
+                                                                           icalrecur_iterator_free);
+    icalerror_clear_errno();
+    if (!it)
+        return -1;
+    int count = 0;
+    for (icaltimetype next = icalrecur_iterator_next(it.get()); !icaltime_is_null_time(next);
+         next = icalrecur_iterator_next(it.get())) {
+        if (!(fromFloating(next) < at))
+            return count;
+        if (++count >= 100000)
+            return -1;
+    }
+    return count;
+}
+
+// A rule's UNTIL on this machine's wall clock, as the walk takes it.
+Date localUntil(const icaltimetype &until)
+{
+    if (!icaltime_is_utc(until))
+        return fromFloating(until);
+    const QDateTime local = QDateTime(QDate(until.year, until.month, until.day),
+                                      QTime(until.hour, until.minute, qMin(until.second, 59)), QTimeZone::utc())
+                                .toLocalTime();
+    return local.isValid() ? Date::fromDateTime(local) : fromFloating(until);
+}
+
+// An UNTIL value moved by minutes, in the form it had (UTC, local or a day).
+QString movedUntil(const QString &value, qint64 minutes)
+{
+    const QString text = value.trimmed();
+    const bool utc = text.endsWith(QLatin1Char('Z'), Qt::CaseInsensitive);
+    if (text.size() == 8) {
+        const QDate day = QDate::fromString(text, QStringLiteral("yyyyMMdd"));
+        return day.isValid() ? day.addDays(minutes / 1440).toString(QStringLiteral("yyyyMMdd")) : value;
+    }
+    QDateTime when = QDateTime::fromString(text.left(15), QStringLiteral("yyyyMMdd'T'HHmmss"));
+    if (!when.isValid())
+        return value;
+    when.setTimeZone(QTimeZone::utc()); // wall-clock arithmetic, whatever the form
+    return when.addSecs(minutes * 60).toString(QStringLiteral("yyyyMMdd'T'HHmmss")) + (utc ? QStringLiteral("Z") : QString());
+}
+} // namespace
+
+QString shiftedSeriesDates(const QString &dates, qint64 minutes)
+{
+    QStringList moved;
+    for (const QString &item : dates.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        const QDateTime at = QDateTime::fromString(item.trimmed(), QStringLiteral("yyyyMMdd'T'HHmmss"));
+        moved << (at.isValid() ? stamp(Date::fromDateTime(at).addMinutes(minutes)) : item.trimmed());
+    }
+    return moved.join(QLatin1Char(','));
+}
+
+SeriesSplit splitSeriesAt(const Schedule &series, Date at, qint64 minutes)
+{
+    SeriesSplit split{series, series};
+    QStringList open = series.Recurrence.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    QString count, until;
+    open.removeIf([&](const QString &part) {
+        if (named(part, "COUNT"))
+            count = part.section(QLatin1Char('='), 1).trimmed();
+        else if (named(part, "UNTIL"))
+            until = part.section(QLatin1Char('='), 1).trimmed();
+        return named(part, "COUNT") || named(part, "UNTIL");
+    });
+    QStringList ended = open, following = open;
+    const icalrecurrencetype rule = ruleOf(series.Recurrence);
+    const int before = count.isEmpty() || rule.freq == ICAL_NO_RECURRENCE ? -1 : ruleTimesBefore(rule, series.StartDate, at);
+    if (before > 0) {
+        // A COUNT counts the rule's times, excluded ones too: the ended series
+        // keeps those before at, the new one the rest (at least its own start).
+        ended << QStringLiteral("COUNT=%1").arg(before);
+        following << QStringLiteral("COUNT=%1").arg(std::max(1, count.toInt() - before));
+    } else {
+        // An UNTIL earlier than at (at is an extra date past the rule's end) still ends the rule.
+        const bool earlier = !until.isEmpty() && rule.freq != ICAL_NO_RECURRENCE && !icaltime_is_null_time(rule.until)
+                             && localUntil(rule.until) < at.addSeconds(-1);
+        ended << QStringLiteral("UNTIL=") + (earlier ? until : stamp(at.addSeconds(-1)));
+        if (!count.isEmpty())
+            following << QStringLiteral("COUNT=") + count;
+        else if (!until.isEmpty())
+            following << QStringLiteral("UNTIL=") + movedUntil(until, minutes);
+    }
+    split.ended.Recurrence = ended.join(QLatin1Char(';'));
+    split.ended.RecurrenceDates = datesSplitAt(series.RecurrenceDates, at, true);
+    split.ended.ExceptionDates = datesSplitAt(series.ExceptionDates, at, true);
+    split.following.Recurrence = following.join(QLatin1Char(';'));
+    split.following.RecurrenceDates = shiftedSeriesDates(datesSplitAt(series.RecurrenceDates, at, false), minutes);
+    split.following.ExceptionDates = shiftedSeriesDates(datesSplitAt(series.ExceptionDates, at, false), minutes);
+    return split;
 }
 
 const std::vector<Date> &OccurrenceCache::starts(const Schedule &series, Date from, Date to,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dayvex/dayvex_export.h>
+#include <dayvex/model/records.h>
 #include <dayvex/platform/date.h>
 
 #include <QHash>
@@ -9,8 +10,6 @@
 #include <vector>
 
 namespace dayvex {
-
-struct Schedule;
 
 /// The local times of a series' RecurrenceDates or ExceptionDates text
 /// ("20270301T080000,20270308T080000"); unreadable items are left out.
@@ -47,6 +46,22 @@ DAYVEX_CORE_EXPORT Date nextReminder(const Schedule &series, Date after, const s
 /// one to start no later than `due` plus the lead (a reminder snoozed past its
 /// start still belongs to it); StartDate when there is none.
 DAYVEX_CORE_EXPORT Date remindedOccurrence(const Schedule &series, Date due);
+
+/// An edit of "this and the following" occurrences from `at` on: the series
+/// ended before `at`, and a new one from `at` on whose occurrences are the rest
+/// of the old one's, moved by `minutes`. Each keeps the old end: a COUNT is
+/// shared out between them, an UNTIL stays with the new one (moved with it)
+/// and bounds the ended one too. Only the rule and the two dates texts are set.
+struct SeriesSplit
+{
+    Schedule ended;
+    Schedule following;
+};
+DAYVEX_CORE_EXPORT SeriesSplit splitSeriesAt(const Schedule &series, Date at, qint64 minutes = 0);
+
+/// Each item of a RecurrenceDates or ExceptionDates text moved by minutes;
+/// unreadable items as they were.
+DAYVEX_CORE_EXPORT QString shiftedSeriesDates(const QString &dates, qint64 minutes);
 
 /// occurrenceStarts for redraws: the last answer for a series again while its
 /// rule, start, dates, the range and the overridden starts are all the same,

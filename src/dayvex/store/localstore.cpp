@@ -304,6 +304,9 @@ public:
     std::vector<std::function<void()>> staged;
     bool tracking = false;  // changes are queued for a server
     bool fromServer = false; // what is being written came from the server: not queued
+    // A journal write failed (a full disk): the host heard of a change the file
+    // lacks, so the next write compares everything, as save() does.
+    bool behind = false;
     QSqlQuery queue;
 
     template <typename F>
@@ -636,6 +639,12 @@ void LocalStore::Impl::journal(const std::shared_ptr<T> &record, bool removed)
 {
     const Parts parts = Parts::of(*data);
     Table<T> &table = std::get<Table<T>>(tables);
+    if (behind) {
+        inTransaction([&] { forEachTable([&](auto &all) { sync(all, parts.list<typename std::decay_t<decltype(all)>::Record>()); }); });
+        behind = false;
+        return;
+    }
+    behind = true; // until the write below commits
     inTransaction([&] {
         const auto row = table.rows.find(record.get());
         if (removed) {
@@ -648,6 +657,7 @@ void LocalStore::Impl::journal(const std::shared_ptr<T> &record, bool removed)
         }
         syncLookups(parts);
     });
+    behind = false;
 }
 
 void LocalStore::Impl::close()
@@ -663,6 +673,7 @@ void LocalStore::Impl::close()
     staged.clear();
     queue = QSqlQuery();
     tracking = false;
+    behind = false;
     if (!connection.isEmpty()) {
         db.close();
         db = QSqlDatabase();
@@ -707,6 +718,7 @@ void LocalStore::save()
     d->inTransaction([&] {
         d->forEachTable([&](auto &table) { d->sync(table, parts.list<typename std::decay_t<decltype(table)>::Record>()); });
     });
+    d->behind = false;
 }
 
 void LocalStore::recordChanged(const std::shared_ptr<Schedule> &record, bool removed) { d->journal(record, removed); }
