@@ -134,21 +134,22 @@ private slots:
         QTest::newRow("this one: a record of its own")
             << int(SeriesScope::This)
             << QStringList{"BeforeScheduleAdd", "Sat 10:00 11:00", "ValidateSchedule", "ScheduleAdded"}
-            << QStringList{"Fri 1 09:00 FREQ=DAILY", mondayKept, "Sat 2 10:00 of Fri 1 09:00 at Sun 3 09:00"};
+            << QStringList{"Fri 1 09:00 FREQ=DAILY;UNTIL=20001210T090000", mondayKept,
+                           "Sat 2 10:00 of Fri 1 09:00 at Sun 3 09:00"};
         QTest::newRow("this and the following: a series of their own")
             << int(SeriesScope::Following)
             << QStringList{"BeforeScheduleChange", "Fri 09:00 10:00", "ValidateSchedule", "BeforeScheduleAdd",
                            "Sat 10:00 11:00", "ValidateSchedule", "ScheduleAdded", "ScheduleChanged",
                            "ScheduleChanged"}
             << QStringList{"Fri 1 09:00 FREQ=DAILY;UNTIL=20001203T085959", "Mon 4 14:00 of Sat 2 10:00 at Sun 3 10:00",
-                           "Sat 2 10:00 FREQ=DAILY"};
+                           "Sat 2 10:00 FREQ=DAILY;UNTIL=20001209T100000"};
         QTest::newRow("the whole series, by as much")
             << int(SeriesScope::Whole)
             << QStringList{"BeforeScheduleChange", "Thu 10:00 11:00", "ValidateSchedule", "ScheduleChanged",
                            "AlarmChange", "ScheduleChanged"}
-            << QStringList{"Mon 4 14:00 of Thu 30 10:00 at Sun 3 10:00", "Thu 30 10:00 FREQ=DAILY"};
+            << QStringList{"Mon 4 14:00 of Thu 30 10:00 at Sun 3 10:00", "Thu 30 10:00 FREQ=DAILY;UNTIL=20001209T100000"};
         QTest::newRow("cancelled") << int(SeriesScope::Cancel) << QStringList{}
-                                   << QStringList{"Fri 1 09:00 FREQ=DAILY", mondayKept};
+                                   << QStringList{"Fri 1 09:00 FREQ=DAILY;UNTIL=20001210T090000", mondayKept};
     }
 
     void occurrenceDrags()
@@ -158,7 +159,7 @@ private slots:
         a->StartDate = at(2000, 12, 1, 9);
         a->EndDate = at(2000, 12, 1, 10);
         a->ReminderDate = at(2000, 12, 1, 8, 45);
-        a->Recurrence = "FREQ=DAILY";
+        a->Recurrence = "FREQ=DAILY;UNTIL=20001210T090000";
         Schedule apart = *a;
         apart.Key = "o";
         apart.Recurrence.clear();

@@ -138,10 +138,13 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, D
         return false;
     auto proposed = std::make_shared<Schedule>(*live);
     if (!live->Recurrence.isEmpty()) {
-        // The whole series: its other dates move with its start.
+        // The whole series: its other dates and its UNTIL move with its start, or
+        // its last occurrence would fall past an end that stayed.
         const qint64 minutes = form::minutesBetween(live->StartDate, start);
-        proposed->RecurrenceDates = shiftedDates(live->RecurrenceDates, minutes);
-        proposed->ExceptionDates = shiftedDates(live->ExceptionDates, minutes);
+        const Schedule moved = m_host.splitSeries(*live, Date::fromDate(QDate(100, 1, 1)), minutes).following;
+        proposed->Recurrence = moved.Recurrence;
+        proposed->RecurrenceDates = moved.RecurrenceDates;
+        proposed->ExceptionDates = moved.ExceptionDates;
     }
     proposed->StartDate = start;
     proposed->EndDate = end;
@@ -162,6 +165,7 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, D
     live->StartDate = proposed->StartDate;
     live->EndDate = proposed->EndDate;
     live->ReminderDate = proposed->ReminderDate;
+    live->Recurrence = proposed->Recurrence;
     live->RecurrenceDates = proposed->RecurrenceDates;
     live->ExceptionDates = proposed->ExceptionDates;
     setAlarmQuietly(*plan->Alarms(), QLatin1Char('S'), key, live->ReminderDate);

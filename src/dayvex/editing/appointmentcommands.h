@@ -77,8 +77,6 @@ private:
     // leaves it to the host), ValidateSchedule, then ScheduleAdded. stored tells
     // whether the control stored it; false when the host refused it.
     bool addDropped(std::shared_ptr<Schedule> mSca, bool *stored = nullptr);
-    // A series' dates text ("yyyyMMddTHHmmss,...") with each date minutes later.
-    static QString shiftedDates(const QString &dates, qint64 minutes);
     // Deletes the records that stand for occurrences of the series of key.
     void removeOverrides(const QString &key);
     // Overrides of series key from from on (all when from is empty) go to series

@@ -180,11 +180,6 @@ void AppointmentCommands::moveOverrides(const QString &key, const QString &toKey
     }
 }
 
-QString AppointmentCommands::shiftedDates(const QString &dates, qint64 minutes)
-{
-    return shiftedSeriesDates(dates, minutes);
-}
-
 bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &series, Date occurrence, Date &start,
                                                Date &end, bool &moved)
 {
