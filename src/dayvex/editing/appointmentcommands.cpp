@@ -12,6 +12,26 @@
 
 namespace dayvex {
 
+namespace {
+// The earliest of a series' start and its extra and excluded dates: a split there
+// keeps every one of them in the part that goes on.
+Date firstDateOf(const Schedule &series)
+{
+    Date first = series.StartDate;
+    for (const QString *dates : {&series.RecurrenceDates, &series.ExceptionDates}) {
+        for (const QString &item : dates->split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+            const QString text = item.trimmed();
+            QDateTime at = QDateTime::fromString(text.left(15), QStringLiteral("yyyyMMdd'T'HHmmss"));
+            if (!at.isValid())
+                at = QDateTime(QDate::fromString(text.left(8), QStringLiteral("yyyyMMdd")), QTime(0, 0));
+            if (at.isValid() && at.date().year() >= 100 && Date::fromDateTime(at) < first)
+                first = Date::fromDateTime(at);
+        }
+    }
+    return first;
+}
+} // namespace
+
 AppointmentCommands::AppointmentCommands(EditingHost &host, CommandFlag &running)
     : m_host(host)
     , m_running(running)
@@ -141,7 +161,7 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, D
         // The whole series: its other dates and its UNTIL move with its start, or
         // its last occurrence would fall past an end that stayed.
         const qint64 minutes = form::minutesBetween(live->StartDate, start);
-        const Schedule moved = m_host.splitSeries(*live, Date::fromDate(QDate(100, 1, 1)), minutes).following;
+        const Schedule moved = m_host.splitSeries(*live, firstDateOf(*live), minutes).following;
         proposed->Recurrence = moved.Recurrence;
         proposed->RecurrenceDates = moved.RecurrenceDates;
         proposed->ExceptionDates = moved.ExceptionDates;
