@@ -6,6 +6,7 @@
 #include <radicale.h>
 
 #include <dayvex/control/zntdayvex.h>
+#include <dayvex/exchange/icalendar.h>
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/schedules.h>
 #include <dayvex/store/localstore.h>
@@ -59,7 +60,7 @@ int main(int argc, char *argv[])
     auto data = std::make_shared<DayvexData>();
     LocalStore store(data);
     store.open(dir.filePath(QStringLiteral("agenda.sqlite")));
-    CalDavSync sync(store, data);
+    CalDavSync sync(store, data, iCalendarResources());
     sync.setSecretStore(std::make_shared<MemorySecretStore>());
     sync.setAccount({server.server(), server.user});
     sync.setPassword(server.password);
