@@ -170,8 +170,9 @@ int main(int argc, char *argv[])
                                   QStringLiteral("Show the window, save PNG pictures of it in <dir> and exit."),
                                   QStringLiteral("dir"));
     parser.addOption(screenshot);
-    QCommandLineOption size(QStringLiteral("size"), QStringLiteral("The window's size, such as 800x600."),
-                            QStringLiteral("WxH"), QStringLiteral("1280x760"));
+    QCommandLineOption size(QStringLiteral("size"),
+                            QStringLiteral("The window's size, such as 800x600 (1280x760, or the screen when smaller)."),
+                            QStringLiteral("WxH"));
     parser.addOption(size);
     QCommandLineOption classic(QStringLiteral("classic"), QStringLiteral("Start in the Classic presentation."));
     parser.addOption(classic);
