@@ -17,6 +17,7 @@
 #include <QTimeEdit>
 
 #include <stdexcept>
+#include <tuple>
 
 namespace {
 const QString AppointmentForm = "frmAppuntamento";
@@ -675,14 +676,16 @@ private slots:
     }
 
     // The Sunday 11:00 of 3 December in a weekly series from 19 November (its 26
-    // November moved to a record of its own, "8"), acted on with each scope.
+    // November and 10 December moved to records of their own, "8" and "6"), acted
+    // on with each scope; one undo gives every record back.
     // records: key, start, rule, exceptions, series and occurrence, the series' and the new record's.
     void seriesScope_data()
     {
-        columns<bool, int, bool, QStringList, QString, QStringList>("remove", "scope", "veto", "events", "editor",
-                                                                      "records");
+        columns<bool, int, QString, QStringList, QString, QStringList>("remove", "scope", "host", "events", "editor",
+                                                                         "records");
         const QString series = "9|20001119T110000|FREQ=WEEKLY;COUNT=10|||";
         const QString moved = "8|20001126T140000|||9|20001126T110000";
+        const QString later = "6|20001210T150000|||9|20001210T110000";
         const QStringList change{"BeforeScheduleChange", "ValidateSchedule", "ScheduleChanged"};
         const QStringList add{"BeforeScheduleAdd", "ValidateSchedule", "ScheduleAdded"};
         // The ten occurrences are shared out: two before, eight from the split on.
@@ -690,70 +693,97 @@ private slots:
         const int one = int(SeriesScope::This), following = int(SeriesScope::Following), whole = int(SeriesScope::Whole);
         for (const bool remove : {true, false}) {
             const char *command = remove ? "delete" : "modify";
-            QTest::addRow("%s, cancelled", command) << remove << int(SeriesScope::Cancel) << false << QStringList()
-                                                    << "" << QStringList{moved, series};
+            QTest::addRow("%s, cancelled", command) << remove << int(SeriesScope::Cancel) << "" << QStringList()
+                                                    << "" << QStringList{later, moved, series};
             for (const int scope : {one, following, whole}) {
                 const QString first = remove && scope == whole ? "BeforeScheduleDelete"
                                       : !remove && scope == one ? "BeforeScheduleAdd"
                                                                 : "BeforeScheduleChange";
                 QTest::addRow("%s, scope %d, vetoed", command, scope)
-                    << remove << scope << true << QStringList{first} << "" << QStringList{moved, series};
+                    << remove << scope << "veto" << QStringList{first} << "" << QStringList{later, moved, series};
             }
         }
-        QTest::newRow("delete, this") << true << one << false << change << ""
-                                      << QStringList{moved, "9|20001119T110000|FREQ=WEEKLY;COUNT=10|20001203T110000||"};
-        QTest::newRow("delete, following") << true << following << false << change << "" << QStringList{moved, ended};
-        QTest::newRow("delete, whole") << true << whole << false
-                                       << QStringList{"BeforeScheduleDelete", "ScheduleDeleted", "ScheduleDeleted"}
-                                       << "" << QStringList();
-        QTest::newRow("modify, this") << false << one << false << add << AppointmentEditor::NewKey
-                                      << QStringList{"10|20001203T110000|||9|20001203T110000", moved, series};
+        QTest::newRow("delete, this")
+            << true << one << "" << change << ""
+            << QStringList{later, moved, "9|20001119T110000|FREQ=WEEKLY;COUNT=10|20001203T110000||"};
+        QTest::newRow("delete, following") << true << following << "" << change + QStringList{"ScheduleDeleted"} << ""
+                                           << QStringList{moved, ended};
+        QTest::newRow("delete, whole")
+            << true << whole << ""
+            << QStringList{"BeforeScheduleDelete", "ScheduleDeleted", "ScheduleDeleted", "ScheduleDeleted"} << ""
+            << QStringList();
+        QTest::newRow("delete, whole, host throws") << true << whole << "throw"
+                                                    << QStringList{"BeforeScheduleDelete", "ScheduleDeleted"} << ""
+                                                    << QStringList();
+        QTest::newRow("modify, this") << false << one << "" << add << AppointmentEditor::NewKey
+                                      << QStringList{"10|20001203T110000|||9|20001203T110000", later, moved, series};
         QTest::newRow("modify, following")
-            << false << following << false
+            << false << following << ""
             << QStringList{"BeforeScheduleChange", "ValidateSchedule", "BeforeScheduleAdd", "ValidateSchedule",
-                           "ScheduleAdded", "ScheduleChanged"}
-            << AppointmentEditor::NewKey << QStringList{"10|20001203T110000|FREQ=WEEKLY;COUNT=8|||", moved, ended};
-        QTest::newRow("modify, whole") << false << whole << false << change << "0000000000009"
-                                       << QStringList{moved, series};
+                           "ScheduleAdded", "ScheduleChanged", "ScheduleChanged"}
+            << AppointmentEditor::NewKey
+            << QStringList{"10|20001203T110000|FREQ=WEEKLY;COUNT=8|||", "6|20001210T150000|||10|20001210T110000", moved,
+                           ended};
+        QTest::newRow("modify, whole") << false << whole << "" << change << "0000000000009"
+                                       << QStringList{later, moved, series};
     }
 
     void seriesScope()
     {
         QFETCH(bool, remove);
         QFETCH(int, scope);
-        QFETCH(bool, veto);
+        QFETCH(QString, host);
         QFETCH(QString, editor);
         auto series = m_data->Schedules()->Add("9", "Rossi", at(2000, 11, 19, 11), at(2000, 11, 19, 12), "", "", "",
                                                "Corso", "", Date());
         series->Recurrence = "FREQ=WEEKLY;COUNT=10";
-        auto moved = m_data->Schedules()->Add("8", "Rossi", at(2000, 11, 26, 14), at(2000, 11, 26, 15), "", "", "",
-                                              "Corso", "", Date());
-        moved->SeriesKey = "9";
-        moved->RecurrenceId = at(2000, 11, 26, 11);
+        for (const auto &[key, day, hour] : {std::tuple("8", 26, 14), std::tuple("6", 10, 15)}) {
+            const int month = day > 19 ? 11 : 12;
+            auto moved = m_data->Schedules()->Add(key, "Rossi", at(2000, month, day, hour), at(2000, month, day, hour + 1),
+                                                  "", "", "", "Corso", "", Date());
+            moved->SeriesKey = "9";
+            moved->RecurrenceId = at(2000, month, day, 11);
+        }
+        const auto records = [this] {
+            QStringList records;
+            for (const auto &s : *m_data->Schedules())
+                if (s->Key != "7")
+                    records << QStringList{s->Key, s->StartDate.toDateTime().toString("yyyyMMdd'T'HHmmss"),
+                                           s->Recurrence, s->ExceptionDates, s->SeriesKey,
+                                           s->RecurrenceId.isEmpty()
+                                               ? ""
+                                               : s->RecurrenceId.toDateTime().toString("yyyyMMdd'T'HHmmss")}
+                                   .join('|');
+            records.sort();
+            return records;
+        };
+        const QStringList initial = records();
         m_control->Refresh(zntPlanShowDay);
         QTest::mouseClick(boxOf(agendaGrid(m_control.get()), "9"), Qt::LeftButton, {}, QPoint(3, 3));
         int asked = 0;
         setScopeAnswerer([&](const QString &) { return ++asked, SeriesScope(scope); });
-        m_host.answer.Cancel = veto;
+        m_host.answer.Cancel = host == "veto";
+        if (host == "throw")
+            connect(m_control.get(), &zntDayvex::ScheduleDeleted, this,
+                    [](std::shared_ptr<Schedule> &) { throw std::runtime_error("host failed"); });
         QString opened;
         m_driver.whenOpen(AppointmentForm, [&](QDialog *form) {
             opened = static_cast<EditorForm *>(form)->formKey();
             press(form, "Salva");
         });
-        remove ? m_control->mnElimina_Click() : m_control->mnModifica_Click();
+        if (host == "throw")
+            QVERIFY_THROWS_EXCEPTION(Error, m_control->mnElimina_Click());
+        else
+            remove ? m_control->mnElimina_Click() : m_control->mnModifica_Click();
 
         QCOMPARE(asked, 1);
         QTEST(m_host.log, "events");
         QCOMPARE(opened, editor);
-        QStringList records;
-        for (const auto &s : *m_data->Schedules())
-            if (s->Key != "7")
-                records << QStringList{s->Key, s->StartDate.toDateTime().toString("yyyyMMdd'T'HHmmss"), s->Recurrence,
-                                       s->ExceptionDates, s->SeriesKey,
-                                       s->RecurrenceId.isEmpty() ? "" : s->RecurrenceId.toDateTime().toString("yyyyMMdd'T'HHmmss")}
-                               .join('|');
-        records.sort();
-        QTEST(records, "records");
+        QTEST(records(), "records");
+        if (host != "veto" && scope != int(SeriesScope::Cancel)) {
+            m_control->undo();
+            QCOMPARE(records(), initial);
+        }
     }
 
     // The editor's Repeat row on appointment 7 given rule; edit changes it as the user would.

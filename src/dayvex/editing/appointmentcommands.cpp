@@ -131,16 +131,23 @@ void AppointmentCommands::remove(const QString &key, Date occurrence)
             return;
     }
     // A missing alarm or form does not stop the deletion.
+    const StepGroup group(m_host, stepText(QLatin1Char('S'), Step::Delete));
     plan->Alarms()->Remove(Alarms::keyFor(QLatin1Char('S'), key));
     // Forms tagged with the to-do letter, as the delete has always tested.
     closeFormsTagged(Alarms::keyFor(QLatin1Char('T'), key));
     plan->Schedules()->Remove(key);
-    const auto record = qScopeGuard([&, before = *mSca] {
-        recordChange(m_host, stepText(QLatin1Char('S'), Step::Delete), std::optional(before), std::optional<Schedule>());
-    });
-    m_host.RaiseScheduleDeleted(mSca);
-    if (series)
-        removeOverrides(key);
+    // A series' moved occurrences go with it before anyone hears of it, so that
+    // a host failing in the event leaves none behind.
+    const auto overrides = series ? takeOutOverrides(m_host, key, Date()) : std::vector<std::shared_ptr<Schedule>>();
+    {
+        const auto record = qScopeGuard([&, before = *mSca] {
+            recordChange(m_host, stepText(QLatin1Char('S'), Step::Delete), std::optional(before),
+                         std::optional<Schedule>());
+        });
+        m_host.RaiseScheduleDeleted(mSca);
+    }
+    for (std::shared_ptr<Schedule> gone : overrides)
+        m_host.RaiseScheduleDeleted(gone);
     m_host.redraw();
 }
 
@@ -156,6 +163,7 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, D
         return moved;
     if (!live || (live->StartDate == start && live->EndDate == end))
         return false;
+    const StepGroup group(m_host, stepText(QLatin1Char('S'), Step::Move));
     auto proposed = std::make_shared<Schedule>(*live);
     if (!live->Recurrence.isEmpty()) {
         // The whole series: its other dates and its UNTIL move with its start, or

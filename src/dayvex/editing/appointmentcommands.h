@@ -77,8 +77,6 @@ private:
     // leaves it to the host), ValidateSchedule, then ScheduleAdded. stored tells
     // whether the control stored it; false when the host refused it.
     bool addDropped(std::shared_ptr<Schedule> mSca, bool *stored = nullptr);
-    // Deletes the records that stand for occurrences of the series of key.
-    void removeOverrides(const QString &key);
     // Overrides of series key from from on (all when from is empty) go to series
     // toKey, their occurrences minutes on.
     void moveOverrides(const QString &key, const QString &toKey, Date from, qint64 minutes);
@@ -95,5 +93,10 @@ private:
     QPointer<AppointmentEditor> m_editor;
 };
 
+
+// Takes the records that stand for occurrences of the series of key (those from
+// from on; all when from is empty) out of the plan with their alarms, each
+// recorded for undo, and returns them for the caller to tell the host of.
+std::vector<std::shared_ptr<Schedule>> takeOutOverrides(EditingHost &host, const QString &key, Date from);
 
 } // namespace dayvex

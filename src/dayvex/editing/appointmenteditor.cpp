@@ -1,5 +1,8 @@
 #include "appointmenteditor.h"
 
+#include "appointmentcommands.h"
+#include "undo.h"
+
 #include "editinghost.h"
 #include "editorform.h"
 #include "prompts.h"
@@ -306,8 +309,17 @@ void AppointmentEditor::store()
 
 void AppointmentEditor::removeRecord()
 {
+    // A series goes with its moved occurrences, as one step back.
+    const StepGroup group(host(), stepText(QLatin1Char('S'), Step::Delete));
     confirmRemove(Text::DeletingAppointmentMsg, QLatin1Char('S'), *host().editedPlan()->Schedules(), m_values.Key,
-                  [this](std::shared_ptr<Schedule> removed) { host().RaiseScheduleDeleted(removed); });
+                  [this](std::shared_ptr<Schedule> removed) {
+                      const auto overrides = removed->Recurrence.isEmpty()
+                                                 ? std::vector<std::shared_ptr<Schedule>>()
+                                                 : takeOutOverrides(host(), removed->Key, Date());
+                      host().RaiseScheduleDeleted(removed);
+                      for (std::shared_ptr<Schedule> gone : overrides)
+                          host().RaiseScheduleDeleted(gone);
+                  });
 }
 
 void AppointmentEditor::contactCodeEdited()

@@ -56,6 +56,7 @@ void AppointmentCommands::addOverride(const RunningCommand &running, const Sched
 
 void AppointmentCommands::splitSeries(const RunningCommand &running, const QString &key, Date occurrence)
 {
+    const StepGroup group(m_host, stepText(QLatin1Char('S'), Step::Change));
     const std::shared_ptr<Schedules> schedules = m_host.editedPlan()->Schedules();
     const Schedule series = *schedules->Item(key);
     const EditingHost::SeriesParts split = m_host.splitSeries(series, occurrence);
@@ -76,6 +77,10 @@ void AppointmentCommands::splitSeries(const RunningCommand &running, const QStri
     if (bool stored = false; !add(running, next, &stored) || !stored)
         return; // nothing stored: the series goes on as it was
     applySeriesChange(key, *proposed);
+    // The moved occurrences from the split on belong to the series that goes on,
+    // wherever the editor put its start.
+    if (const std::shared_ptr<Schedule> following = schedules->find(next->Key))
+        moveOverrides(key, following->Key, occurrence, form::minutesBetween(occurrence, following->StartDate));
 }
 
 AppointmentCommands::Agreed AppointmentCommands::askSeriesChange(std::shared_ptr<Schedule> &proposed)
@@ -128,35 +133,43 @@ bool AppointmentCommands::seriesScopeDone(const RunningCommand *running, const s
         one ? addOverride(*running, *series, occurrence) : splitSeries(*running, series->Key, occurrence);
         return true;
     }
-    // A deletion: the series leaves the occurrence out, or ends before it.
+    // A deletion: the series leaves the occurrence out, or ends before it, and
+    // then its moved occurrences from there on go with the rest.
+    const StepGroup group(m_host, stepText(QLatin1Char('S'), Step::Delete));
     auto proposed = std::make_shared<Schedule>(one ? *series : m_host.splitSeries(*series, occurrence).ended);
     if (one) {
         QString &exceptions = proposed->ExceptionDates;
         exceptions += (exceptions.isEmpty() ? QString() : QStringLiteral(",")) + stamp(occurrence);
     }
     const Agreed agreed = askSeriesChange(proposed);
-    if (agreed == Agreed::Yes)
-        applySeriesChange(series->Key, *proposed);
-    else if (agreed == Agreed::External)
+    if (agreed == Agreed::Yes) {
+        const QString key = series->Key;
+        applySeriesChange(key, *proposed);
+        if (!one) {
+            for (std::shared_ptr<Schedule> &gone : takeOutOverrides(m_host, key, occurrence))
+                m_host.RaiseScheduleDeleted(gone);
+            m_host.redraw();
+        }
+    } else if (agreed == Agreed::External) {
         m_host.redraw();
+    }
     return true;
 }
 
-void AppointmentCommands::removeOverrides(const QString &key)
+std::vector<std::shared_ptr<Schedule>> takeOutOverrides(EditingHost &host, const QString &key, Date from)
 {
-    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    const std::shared_ptr<DayvexData> plan = host.editedPlan();
     std::vector<std::shared_ptr<Schedule>> overrides;
     for (const std::shared_ptr<Schedule> &s : *plan->Schedules())
-        if (!s->SeriesKey.isEmpty() && s->SeriesKey.compare(key, Qt::CaseInsensitive) == 0)
+        if (!s->SeriesKey.isEmpty() && s->SeriesKey.compare(key, Qt::CaseInsensitive) == 0
+            && (from.isEmpty() || (!s->RecurrenceId.isEmpty() && !(s->RecurrenceId < from))))
             overrides.push_back(s);
-    for (std::shared_ptr<Schedule> &s : overrides) {
+    for (const std::shared_ptr<Schedule> &s : overrides) {
         plan->Alarms()->Remove(Alarms::keyFor(QLatin1Char('S'), s->Key));
         plan->Schedules()->Remove(s->Key);
-        const auto record = qScopeGuard([&, before = *s] {
-            recordChange(m_host, stepText(QLatin1Char('S'), Step::Delete), std::optional(before), std::optional<Schedule>());
-        });
-        m_host.RaiseScheduleDeleted(s);
+        recordChange(host, stepText(QLatin1Char('S'), Step::Delete), std::optional(*s), std::optional<Schedule>());
     }
+    return overrides;
 }
 
 void AppointmentCommands::moveOverrides(const QString &key, const QString &toKey, Date from, qint64 minutes)
@@ -208,6 +221,7 @@ bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &
     }
     // This and the following: the series ends before the occurrence, and a new
     // one goes on from where it was dropped.
+    const StepGroup group(m_host, stepText(QLatin1Char('S'), Step::Move));
     const EditingHost::SeriesParts split = m_host.splitSeries(*series, occurrence, by);
     auto proposed = std::make_shared<Schedule>(split.ended);
     const Agreed agreed = askSeriesChange(proposed);

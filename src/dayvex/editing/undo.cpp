@@ -170,11 +170,94 @@ bool RecordChange<Record>::bring(bool forward)
     return true;
 }
 
+// Several changes as one step: run in order forward, back in reverse. The host
+// may veto some of them; the others still run, and the step counts as vetoed only
+// when none did.
+class RecordSteps : public RecordStep
+{
+public:
+    RecordSteps(EditingHost &host, const QString &text, std::vector<std::unique_ptr<RecordStep>> steps)
+        : RecordStep(host, text)
+        , m_steps(std::move(steps))
+    {
+    }
+
+protected:
+    bool bring(bool forward) override
+    {
+        bool any = false;
+        const size_t n = m_steps.size();
+        for (size_t i = 0; i < n; ++i) {
+            RecordStep &step = *m_steps[forward ? i : n - 1 - i];
+            step.m_applied = false;
+            bool done = false;
+            try {
+                done = step.bring(forward);
+            } catch (...) {
+                m_applied = m_applied || step.m_applied;
+                throw;
+            }
+            any = any || done;
+            m_applied = m_applied || step.m_applied;
+        }
+        return any;
+    }
+
+private:
+    std::vector<std::unique_ptr<RecordStep>> m_steps;
+};
+
+namespace {
+// The groups open on this thread, innermost last.
+thread_local std::vector<StepGroup *> t_openGroups;
+} // namespace
+
+StepGroup::StepGroup(EditingHost &host, const QString &text)
+    : m_host(host)
+    , m_text(text)
+    , m_open(!openFor(host))
+{
+    if (m_open)
+        t_openGroups.push_back(this);
+}
+
+StepGroup::~StepGroup()
+{
+    if (!m_open)
+        return;
+    std::erase(t_openGroups, this);
+    QUndoStack *stack = m_host.undoStack();
+    if (!stack || m_steps.empty())
+        return;
+    try {
+        if (m_steps.size() == 1)
+            stack->push(m_steps.front().release());
+        else
+            stack->push(new RecordSteps(m_host, m_text, std::move(m_steps)));
+    } catch (...) {
+        // Out of memory while unwinding a host's failure: the undo step is what gives.
+    }
+}
+
+StepGroup *StepGroup::openFor(const EditingHost &host)
+{
+    for (StepGroup *group : t_openGroups)
+        if (&group->m_host == &host)
+            return group;
+    return nullptr;
+}
+
 template <typename Record>
 void recordChange(EditingHost &host, const QString &text, std::optional<Record> before, std::optional<Record> after)
 {
-    if (QUndoStack *stack = host.undoStack())
-        stack->push(new RecordChange<Record>(host, text, std::move(before), std::move(after)));
+    QUndoStack *stack = host.undoStack();
+    if (!stack)
+        return;
+    auto step = std::make_unique<RecordChange<Record>>(host, text, std::move(before), std::move(after));
+    if (StepGroup *group = StepGroup::openFor(host))
+        group->take(std::move(step));
+    else
+        stack->push(step.release());
 }
 
 template bool sameRecord(const Schedule &, const Schedule &);

@@ -6,6 +6,8 @@
 #include <QUndoCommand>
 
 #include <exception>
+#include <memory>
+#include <vector>
 #include <optional>
 
 namespace dayvex {
@@ -42,6 +44,7 @@ protected:
     bool m_applied = false; // set by bring once the data has changed
 
 private:
+    friend class RecordSteps;
     void run(bool forward);
 
     bool m_skip = true; // the first redo is the change itself, already made
@@ -79,5 +82,28 @@ QString stepText(QChar kind, Step step);
 // Puts the change of a record on the host's undo stack, when it keeps one.
 template <typename Record>
 void recordChange(EditingHost &host, const QString &text, std::optional<Record> before, std::optional<Record> after);
+
+// While one lives, the changes recorded for its host gather into one step named
+// text, pushed when it goes (a lone change is pushed as it is): a series deleted
+// with its moved occurrences comes back with one undo. An inner one for the same
+// host leaves the gathering to the outer.
+class StepGroup
+{
+public:
+    StepGroup(EditingHost &host, const QString &text);
+    ~StepGroup();
+    StepGroup(const StepGroup &) = delete;
+    StepGroup &operator=(const StepGroup &) = delete;
+
+    // The group gathering host's changes, or null.
+    static StepGroup *openFor(const EditingHost &host);
+    void take(std::unique_ptr<RecordStep> step) { m_steps.push_back(std::move(step)); }
+
+private:
+    EditingHost &m_host;
+    QString m_text;
+    bool m_open = false; // false when an outer group gathers
+    std::vector<std::unique_ptr<RecordStep>> m_steps;
+};
 
 } // namespace dayvex
