@@ -312,14 +312,55 @@ void ruleAsDates(icalcomponent *observance)
     icalproperty_free(rruleProperty);
 }
 
+// The earliest local time any event or to-do of calendar names, or the null time.
+icaltimetype earliestTime(icalcomponent *calendar)
+{
+    icaltimetype earliest = icaltime_null_time();
+    for (icalcomponent *c = icalcomponent_get_first_component(calendar, ICAL_ANY_COMPONENT); c;
+         c = icalcomponent_get_next_component(calendar, ICAL_ANY_COMPONENT)) {
+        for (icalproperty *p = icalcomponent_get_first_property(c, ICAL_ANY_PROPERTY); p;
+             p = icalcomponent_get_next_property(c, ICAL_ANY_PROPERTY)) {
+            const icalvalue *value = icalproperty_get_value(p);
+            icaltimetype at = icaltime_null_time();
+            if (!value)
+                continue;
+            if (icalvalue_isa(value) == ICAL_DATETIME_VALUE || icalvalue_isa(value) == ICAL_DATE_VALUE)
+                at = icalvalue_get_datetime(value);
+            else if (icalvalue_isa(value) == ICAL_DATETIMEPERIOD_VALUE)
+                at = icalvalue_get_datetimeperiod(value).time;
+            if (!icaltime_is_null_time(at) && (icaltime_is_null_time(earliest) || later(earliest, at)))
+                earliest = at;
+        }
+    }
+    return earliest;
+}
+
+// The zone's VTIMEZONE, first in calendar, cut to the observances from a day
+// before the earliest time the file names: a CalDAV resource of one event would
+// otherwise carry the zone's whole history, some kilobytes.
 void addZone(icalcomponent *calendar, icaltimezone *zone, ExchangeReport &report)
 {
     if (zone) {
         icalcomponent *timezone = icalcomponent_new_clone(icaltimezone_get_component(zone));
+        if (icaltimetype from = earliestTime(calendar); !icaltime_is_null_time(from)) {
+            from.is_date = 0;
+            from.zone = icaltimezone_get_utc_timezone();
+            icaltime_adjust(&from, -1, 0, 0, 0);
+            icaltimezone_truncate_vtimezone(timezone, from, icaltime_null_time(), 0);
+        }
         for (icalcomponent *c = icalcomponent_get_first_component(timezone, ICAL_ANY_COMPONENT); c;
              c = icalcomponent_get_next_component(timezone, ICAL_ANY_COMPONENT))
             ruleAsDates(c);
+        // Readers meet the zone before the times that name it.
+        std::vector<icalcomponent *> records;
+        for (icalcomponent *c = icalcomponent_get_first_component(calendar, ICAL_ANY_COMPONENT); c;
+             c = icalcomponent_get_next_component(calendar, ICAL_ANY_COMPONENT))
+            records.push_back(c);
+        for (icalcomponent *c : records)
+            icalcomponent_remove_component(calendar, c);
         icalcomponent_add_component(calendar, timezone);
+        for (icalcomponent *c : records)
+            icalcomponent_add_component(calendar, c);
         return;
     }
     const QByteArray id = QTimeZone::systemTimeZoneId();
@@ -350,7 +391,6 @@ QByteArray exportICalendarData(DayvexData &from, ExchangeReport *reportOut, cons
     add(calendar.get(), icalproperty_new_prodid("-//Dayvex//zntDayvex//EN"));
     add(calendar.get(), icalproperty_new_calscale("GREGORIAN"));
     Context context{exportZone(), now(), report, {}, {}};
-    addZone(calendar.get(), context.zone, report);
 
     auto schedules = from.Schedules();
     auto todos = from.ToDoS();
@@ -384,6 +424,7 @@ QByteArray exportICalendarData(DayvexData &from, ExchangeReport *reportOut, cons
         if (cancelled(options, ++done, total, report))
             return reportOut ? (*reportOut = report, QByteArray()) : QByteArray();
     }
+    addZone(calendar.get(), context.zone, report);
     char *text = icalcomponent_as_ical_string_r(calendar.get());
     QByteArray bytes(text);
     icalmemory_free_buffer(text);
