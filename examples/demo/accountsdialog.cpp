@@ -167,6 +167,9 @@ void AccountsDialog::save()
     m_settings.setValue(ServerKey, m_sync.account().server.toString());
     m_settings.setValue(UserKey, m_sync.account().user);
     m_settings.setValue(AutoKey, m_auto->isChecked() ? m_minutes->value() : 0);
+    // Asked before the calendar is set, so that no sync starts while the question waits.
+    if (m_sync.calendar().isEmpty() && m_beforeFirstSync)
+        m_beforeFirstSync();
     try {
         m_sync.setCalendar(calendar);
     } catch (const std::exception &) {

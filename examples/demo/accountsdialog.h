@@ -4,6 +4,8 @@
 
 #include <QDialog>
 
+#include <functional>
+
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -28,6 +30,10 @@ public:
     // Close: an account or password only tried is dropped.
     void reject() override;
 
+    // Called by Save before the first calendar is set, so before the first sync
+    // into one: the window's chance to leave things out.
+    void setBeforeFirstSync(std::function<void()> ask) { m_beforeFirstSync = std::move(ask); }
+
 private:
     // Puts the typed account and password in use for this session, without keeping them.
     void tryTyped();
@@ -39,6 +45,7 @@ private:
     QSettings &m_settings;
     dayvex::CalDavAccount m_saved; // the account Save last kept
     bool m_tried = false;          // a typed password is in use, not kept
+    std::function<void()> m_beforeFirstSync;
     QLineEdit *m_server;
     QLineEdit *m_user;
     QLineEdit *m_password;

@@ -27,6 +27,9 @@
 using namespace dayvex;
 
 namespace {
+// The keys of the sample records in the settings, "S" or "T" before each.
+const QString SampleKeys = QStringLiteral("demo/sampleKeys");
+
 QString describe(const std::shared_ptr<Schedule> &s)
 {
     if (!s)
@@ -94,7 +97,49 @@ void DemoWindow::loadSampleData()
     const std::shared_ptr<DayvexData> plan = m_control->Plan();
     plan->Clear();
     fillSampleData(*plan, m_control->StartDay().toDate());
+    // Remembered, so that a first sync can leave them out of a real calendar.
+    QStringList keys;
+    for (const auto &s : *plan->Schedules())
+        keys << QStringLiteral("S") + s->Key;
+    for (const auto &t : *plan->ToDoS())
+        keys << QStringLiteral("T") + t->Key;
+    m_settings.setValue(SampleKeys, keys);
     m_control->Refresh(zntPlanShowWeek);
+}
+
+void DemoWindow::offerToLeaveOutSamples()
+{
+    const std::shared_ptr<DayvexData> plan = m_control->Plan();
+    QStringList appointments, todos;
+    for (const QString &key : m_settings.value(SampleKeys).toStringList()) {
+        const QString rest = key.mid(1);
+        if (key.startsWith(QLatin1Char('S')) && plan->Schedules()->find(rest))
+            appointments << rest;
+        else if (key.startsWith(QLatin1Char('T')) && plan->ToDoS()->find(rest))
+            todos << rest;
+    }
+    m_settings.remove(SampleKeys); // asked once
+    if (appointments.isEmpty() && todos.isEmpty())
+        return;
+    const auto answer = QMessageBox::question(
+        this, QStringLiteral("Sample agenda"),
+        QStringLiteral("The agenda still holds %1 sample appointments and %2 sample to-dos.\n"
+                       "Remove them before the first sync, so that they stay out of the calendar on the server?")
+            .arg(appointments.size())
+            .arg(todos.size()),
+        QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+    if (answer != QMessageBox::Yes)
+        return;
+    for (const QString &key : appointments) {
+        plan->Alarms()->setFor(QLatin1Char('S'), key, Date());
+        plan->Schedules()->Remove(key);
+    }
+    for (const QString &key : todos) {
+        plan->Alarms()->setFor(QLatin1Char('T'), key, Date());
+        plan->ToDoS()->Remove(key);
+    }
+    log(QStringLiteral("Sample agenda removed: %1 appointments, %2 to-dos").arg(appointments.size()).arg(todos.size()));
+    m_control->Refresh();
 }
 
 DemoWindow::~DemoWindow()
@@ -223,6 +268,7 @@ void DemoWindow::openAccounts()
         return;
     auto *dialog = new AccountsDialog(*m_sync, m_settings, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setBeforeFirstSync([this] { offerToLeaveOutSamples(); });
     dialog->open();
 }
 

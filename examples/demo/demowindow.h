@@ -43,6 +43,8 @@ public:
     void setSync(dayvex::CalDavSync *sync);
     // Opens the accounts dialog (File → CalDAV calendar…).
     void openAccounts();
+    // Before the first sync: the sample records still there may go, if the user says so.
+    void offerToLeaveOutSamples();
 
 private:
     void createFileMenu();
