@@ -81,7 +81,8 @@ public:
     Q_ENUM(Edit)
     enum class Change { None, KeyAssigned, KeyEditedInPlace, ReminderMoved, ReminderCleared, RecordAdded,
                         RecordRemoved, AlarmSnoozed, AlarmShowing, AlarmTagged, AlarmRemoved, ToDoKeyChanged,
-                        TieAddedLast, TieAddedFirst, SetByControl, AddedByHost, KeysClash, ManyAdded };
+                        TieAddedLast, TieAddedFirst, SetByControl, AddedByHost, KeysClash, ManyAdded,
+                        RemovedAndAdded };
     Q_ENUM(Change)
 
 private slots:
@@ -443,6 +444,10 @@ private slots:
             break;
         case Change::AddedByHost: built->Add("Sx", "S", "x", Date(36861.0), false, "Sx"); break;
         case Change::KeysClash: schedules.Item("5")->Key = QStringLiteral("A"); break; // and "a" has an alarm
+        case Change::RemovedAndAdded: // two changes far apart, a to-do's reminder between them
+            schedules.Remove("1");
+            schedules.Add("6", "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36862.5));
+            break;
         case Change::ManyAdded:
             for (int i = 10; i < 110; ++i)
                 schedules.Add(QString::number(i), "", Date(36863.4), Date(36863.5), "", "", "", "", "", Date(36800.0 + i % 7));

@@ -158,7 +158,7 @@ qsizetype Alarms::placeFor(Date due, const std::vector<Source> &sources, size_t 
     return low;
 }
 
-bool Alarms::follow(const std::vector<Source> &wanted)
+bool Alarms::follow(size_t prefix, const std::vector<Source> &wanted)
 {
     // Past this many changes a new list costs less than placing each one.
     constexpr size_t MaxChanges = 64;
@@ -175,7 +175,7 @@ bool Alarms::follow(const std::vector<Source> &wanted)
     std::vector<size_t> gone;    // in had
     std::vector<size_t> arrived; // in wanted
     std::vector<Alarm *> kept(wanted.size(), nullptr);
-    size_t i = 0, j = 0;
+    size_t i = prefix, j = 0;
     while (i < had.size() || j < wanted.size()) {
         if (gone.size() + arrived.size() > MaxChanges)
             return false;
@@ -236,25 +236,27 @@ bool Alarms::follow(const std::vector<Source> &wanted)
         eraseAlarm(alarm);
     built.unsourced.clear();
 
-    std::vector<Source> sources = wanted;
-    for (size_t k = 0; k < sources.size(); ++k) {
+    // The sources as built up to prefix, then wanted.
+    std::vector<Source> &sources = built.sources;
+    sources.erase(sources.begin() + qsizetype(prefix), sources.end());
+    sources.insert(sources.end(), wanted.begin(), wanted.end());
+    for (size_t k = 0; k < wanted.size(); ++k) {
         if (kept[k]) {
-            sources[k].alarm = kept[k];
-            sources[k].alarmKey = kept[k]->Key;
+            sources[prefix + k].alarm = kept[k];
+            sources[prefix + k].alarmKey = kept[k]->Key;
         }
     }
     for (const size_t a : arrived) {
-        Source &source = sources[a];
+        Source &source = sources[prefix + a];
         auto alarm = std::make_shared<Alarm>();
         alarm->Key = keyFor(source.kind, source.recordKey);
         alarm->AlarmType = built.typeOf(source.kind);
         alarm->AlarmEventKey = source.recordKey;
         alarm->AlarmDateTime = source.due;
-        insertAtIndex(size_t(placeFor(source.due, sources, a)), alarm, alarm->Key);
+        insertAtIndex(size_t(placeFor(source.due, sources, prefix + a)), alarm, alarm->Key);
         source.alarm = alarm.get();
         source.alarmKey = alarm->Key;
     }
-    built.sources = std::move(sources);
     built.revision = revision();
     m_following = false;
     return true;

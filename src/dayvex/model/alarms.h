@@ -83,19 +83,27 @@ private:
     };
 
     template <typename Range>
-    static void collect(std::vector<Source> &sources, QChar kind, const Range &records);
-    template <typename Range>
+    static void collect(std::vector<Source> &sources, QChar kind, const Range &records)
+    {
+        collectFrom(sources, kind, records.begin(), records.end());
+    }
+    template <typename Iterator>
+    static void collectFrom(std::vector<Source> &sources, QChar kind, Iterator record, Iterator last);
+    // Walks the records from record on beside the sources from source on; at the
+    // first pending reminder that is not the next source, stops with record there.
+    template <typename Iterator>
     static bool sameSources(std::vector<Source>::const_iterator &source, std::vector<Source>::const_iterator end,
-                            QChar kind, const Range &records);
+                            QChar kind, Iterator &record, Iterator last);
     static std::shared_ptr<Alarms> build(std::vector<Source> sources);
     // The same text object: no character of it can have changed while one holds it.
     static bool sameText(const QString &a, const QString &b)
     {
         return a.constData() == b.constData() && a.size() == b.size();
     }
-    // Brings the list in step with wanted, the records' reminders now, when few
-    // changed; false, with the list untouched, when a new list must settle it.
-    bool follow(const std::vector<Source> &wanted);
+    // Brings the list in step with the records' reminders now, when few changed:
+    // the first kept sources as built, then tail; false, with the list untouched,
+    // when a new list must settle it.
+    bool follow(size_t kept, const std::vector<Source> &tail);
     // Where an alarm due at due goes among those of equal due: after the ones of
     // the records before it, sources[0 .. before).
     qsizetype placeFor(Date due, const std::vector<Source> &sources, size_t before) const;
@@ -107,24 +115,25 @@ private:
     bool m_following = false; // the list's own changes, which the bookkeeping needs no telling of
 };
 
-template <typename Range>
-void Alarms::collect(std::vector<Source> &sources, QChar kind, const Range &records)
+template <typename Iterator>
+void Alarms::collectFrom(std::vector<Source> &sources, QChar kind, Iterator record, Iterator last)
 {
-    for (const auto &record : records) {
-        if (isPending(record->ReminderDate))
-            sources.push_back({kind, record->Key, record->ReminderDate, &*record, nullptr, QString()});
+    for (; record != last; ++record) {
+        if (isPending((*record)->ReminderDate))
+            sources.push_back({kind, (*record)->Key, (*record)->ReminderDate, &**record, nullptr, QString()});
     }
 }
 
-template <typename Range>
+template <typename Iterator>
 bool Alarms::sameSources(std::vector<Source>::const_iterator &source, std::vector<Source>::const_iterator end,
-                         QChar kind, const Range &records)
+                         QChar kind, Iterator &record, Iterator last)
 {
-    for (const auto &record : records) {
-        if (!isPending(record->ReminderDate))
+    for (; record != last; ++record) {
+        const auto &r = *record;
+        if (!isPending(r->ReminderDate))
             continue;
-        if (source == end || source->kind != kind || source->record != &*record
-            || !sameText(source->recordKey, record->Key) || source->due.value() != record->ReminderDate.value())
+        if (source == end || source->kind != kind || source->record != &*r || !sameText(source->recordKey, r->Key)
+            || source->due.value() != r->ReminderDate.value())
             return false;
         ++source;
     }
@@ -148,14 +157,27 @@ std::shared_ptr<Alarms> Alarms::rebuilt(const std::shared_ptr<Alarms> &current, 
         && current->alarmsAsBuilt()) {
         const std::vector<Source> &sources = current->m_builtFrom->sources;
         auto source = sources.cbegin();
-        if (current->m_builtFrom->unsourced.empty() && sameSources(source, sources.cend(), QLatin1Char('S'), schedules)
-            && sameSources(source, sources.cend(), QLatin1Char('T'), todos) && source == sources.cend())
+        auto schedule = schedules.begin();
+        auto todo = todos.begin();
+        if (sameSources(source, sources.cend(), QLatin1Char('S'), schedule, schedules.end())
+            && sameSources(source, sources.cend(), QLatin1Char('T'), todo, todos.end()) && source == sources.cend()
+            && current->m_builtFrom->unsourced.empty())
             return current;
-        std::vector<Source> wanted;
-        collect(wanted, QLatin1Char('S'), schedules);
-        collect(wanted, QLatin1Char('T'), todos);
-        if (current->follow(wanted))
+        // The records before the first difference are as the list was built from
+        // them: only the rest is read again, so an appointment added last costs
+        // what it adds, not a copy of every source.
+        std::vector<Source> tail;
+        collectFrom(tail, QLatin1Char('S'), schedule, schedules.end());
+        collectFrom(tail, QLatin1Char('T'), todo, todos.end());
+        const size_t kept = size_t(source - sources.cbegin());
+        if (current->follow(kept, tail))
             return current;
+        std::vector<Source> wanted(sources.cbegin(), source);
+        wanted.insert(wanted.end(), std::make_move_iterator(tail.begin()), std::make_move_iterator(tail.end()));
+        for (Source &s : wanted) {
+            s.alarm = nullptr;
+            s.alarmKey.clear();
+        }
         return build(std::move(wanted));
     }
     return fromRecords(schedules, todos);
