@@ -152,6 +152,10 @@ void AccountsDialog::save()
         return;
     }
     tryTyped();
+    // Asked before the calendar is set, so that no sync starts while the question
+    // waits, and before the keychain, whose warning would stand over the question.
+    if (m_sync.calendar().isEmpty() && m_beforeFirstSync)
+        m_beforeFirstSync();
     if (!m_password->text().isEmpty()) {
         QPointer<QWidget> window = parentWidget();
         m_sync.setPassword(m_password->text(), [window](const QString &error) {
@@ -167,9 +171,6 @@ void AccountsDialog::save()
     m_settings.setValue(ServerKey, m_sync.account().server.toString());
     m_settings.setValue(UserKey, m_sync.account().user);
     m_settings.setValue(AutoKey, m_auto->isChecked() ? m_minutes->value() : 0);
-    // Asked before the calendar is set, so that no sync starts while the question waits.
-    if (m_sync.calendar().isEmpty() && m_beforeFirstSync)
-        m_beforeFirstSync();
     try {
         m_sync.setCalendar(calendar);
     } catch (const std::exception &) {

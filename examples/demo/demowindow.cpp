@@ -139,6 +139,8 @@ void DemoWindow::offerToLeaveOutSamples()
         plan->ToDoS()->Remove(key);
     }
     log(QStringLiteral("Sample agenda removed: %1 appointments, %2 to-dos").arg(appointments.size()).arg(todos.size()));
+    // An undo would bring a sample back, and the sync would send it up.
+    m_control->undoStack()->clear();
     m_control->Refresh();
 }
 

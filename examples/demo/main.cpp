@@ -197,6 +197,19 @@ int main(int argc, char *argv[])
             storeError = error.description();
         }
     }
+    // CalDAV sync, when the person adds a calendar (File → CalDAV calendar…).
+    std::unique_ptr<dayvex::CalDavSync> sync;
+    if (!parser.isSet(screenshot) && store.isOpen())
+        sync = std::make_unique<dayvex::CalDavSync>(store, plan, dayvex::iCalendarResources());
+    // Samples in place of an agenda that syncs would empty the calendar on the server too.
+    QString samplesRefused;
+    if (samples && sync && !sync->calendar().isEmpty()) {
+        samples = false;
+        samplesRefused = QStringLiteral("The sample agenda was not loaded: this agenda syncs with %1, and replacing "
+                                        "it would remove its events from the server too.")
+                             .arg(sync->calendar().toDisplayString());
+        std::fprintf(stderr, "%s\n", qPrintable(samplesRefused));
+    }
     DemoWindow window(settings, nullptr, plan);
     if (samples)
         window.loadSampleData();
@@ -217,10 +230,7 @@ int main(int argc, char *argv[])
     window.showEventsIfRoom();
 
     if (!parser.isSet(screenshot)) {
-        // CalDAV sync, when the person adds a calendar (File → CalDAV calendar…).
-        std::unique_ptr<dayvex::CalDavSync> sync;
-        if (store.isOpen()) {
-            sync = std::make_unique<dayvex::CalDavSync>(store, plan, dayvex::iCalendarResources());
+        if (sync) {
             AccountsDialog::restore(*sync, settings);
             window.setSync(sync.get());
             // The person's edits (written by the journal, or saved above) go up soon.
@@ -241,6 +251,8 @@ int main(int argc, char *argv[])
         if (!storeError.isEmpty())
             QMessageBox::warning(&window, QStringLiteral("Agenda not kept"),
                                  QStringLiteral("Changes will not be kept: %1").arg(storeError));
+        if (!samplesRefused.isEmpty())
+            QMessageBox::information(&window, QStringLiteral("Sample agenda"), samplesRefused);
         const int code = app.exec();
         if (sync)
             sync->cancel();
