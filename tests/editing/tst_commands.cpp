@@ -681,7 +681,7 @@ private slots:
     // records: key, start, rule, exceptions, series and occurrence, the series' and the new record's.
     void seriesScope_data()
     {
-        columns<bool, int, QString, QStringList, QString, QStringList>("remove", "scope", "host", "events", "editor",
+        columns<bool, int, QString, QStringList, QString, QStringList>("remove", "scope", "twist", "events", "editor",
                                                                          "records");
         const QString series = "9|20001119T110000|FREQ=WEEKLY;COUNT=10|||";
         const QString moved = "8|20001126T140000|||9|20001126T110000";
@@ -726,13 +726,19 @@ private slots:
                            ended};
         QTest::newRow("modify, whole") << false << whole << "" << change << "0000000000009"
                                        << QStringList{later, moved, series};
+        // The editor moves the series an hour on: the moved occurrences follow.
+        QTest::newRow("modify, whole, an hour later")
+            << false << whole << "later" << change + QStringList{"ScheduleChanged", "ScheduleChanged"}
+            << "0000000000009"
+            << QStringList{"6|20001210T150000|||9|20001210T120000", "8|20001126T140000|||9|20001126T120000",
+                           "9|20001119T120000|FREQ=WEEKLY;COUNT=10|||"};
     }
 
     void seriesScope()
     {
         QFETCH(bool, remove);
         QFETCH(int, scope);
-        QFETCH(QString, host);
+        QFETCH(QString, twist); // the host vetoes or throws, or the editor moves the start
         QFETCH(QString, editor);
         auto series = m_data->Schedules()->Add("9", "Rossi", at(2000, 11, 19, 11), at(2000, 11, 19, 12), "", "", "",
                                                "Corso", "", Date());
@@ -762,16 +768,18 @@ private slots:
         QTest::mouseClick(boxOf(agendaGrid(m_control.get()), "9"), Qt::LeftButton, {}, QPoint(3, 3));
         int asked = 0;
         setScopeAnswerer([&](const QString &) { return ++asked, SeriesScope(scope); });
-        m_host.answer.Cancel = host == "veto";
-        if (host == "throw")
+        m_host.answer.Cancel = twist == "veto";
+        if (twist == "throw")
             connect(m_control.get(), &zntDayvex::ScheduleDeleted, this,
                     [](std::shared_ptr<Schedule> &) { throw std::runtime_error("host failed"); });
         QString opened;
         m_driver.whenOpen(AppointmentForm, [&](QDialog *form) {
             opened = static_cast<EditorForm *>(form)->formKey();
+            if (twist == "later")
+                field<QTimeEdit>(form, "OraIni")->setTime(QTime(12, 0));
             press(form, "Salva");
         });
-        if (host == "throw")
+        if (twist == "throw")
             QVERIFY_THROWS_EXCEPTION(Error, m_control->mnElimina_Click());
         else
             remove ? m_control->mnElimina_Click() : m_control->mnModifica_Click();
@@ -780,7 +788,7 @@ private slots:
         QTEST(m_host.log, "events");
         QCOMPARE(opened, editor);
         QTEST(records(), "records");
-        if (host != "veto" && scope != int(SeriesScope::Cancel)) {
+        if (twist != "veto" && scope != int(SeriesScope::Cancel)) { // one step back, whatever it took
             m_control->undo();
             QCOMPARE(records(), initial);
         }

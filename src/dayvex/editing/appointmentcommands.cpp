@@ -12,9 +12,6 @@
 
 namespace dayvex {
 
-namespace {
-// The earliest of a series' start and its extra and excluded dates: a split there
-// keeps every one of them in the part that goes on.
 Date firstDateOf(const Schedule &series)
 {
     Date first = series.StartDate;
@@ -30,7 +27,6 @@ Date firstDateOf(const Schedule &series)
     }
     return first;
 }
-} // namespace
 
 AppointmentCommands::AppointmentCommands(EditingHost &host, CommandFlag &running)
     : m_host(host)
@@ -197,6 +193,8 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, D
     live->RecurrenceDates = proposed->RecurrenceDates;
     live->ExceptionDates = proposed->ExceptionDates;
     setAlarmQuietly(*plan->Alarms(), QLatin1Char('S'), key, live->ReminderDate);
+    ShiftedOverrides overrides(m_host, key, key, Date(),
+                               live->Recurrence.isEmpty() ? 0 : form::minutesBetween(before.StartDate, live->StartDate));
     {
         const auto record = qScopeGuard([&] {
             recordChange(m_host, stepText(QLatin1Char('S'), Step::Move), std::optional(before), std::optional(*live));
@@ -205,8 +203,7 @@ bool AppointmentCommands::reschedule(const QString &key, Date start, Date end, D
         if (!(live->ReminderDate == before.ReminderDate))
             m_host.RaiseAlarmChange(live);
     }
-    if (!live->Recurrence.isEmpty())
-        moveOverrides(key, key, Date(), form::minutesBetween(before.StartDate, live->StartDate));
+    overrides.announce();
     m_host.redraw();
     return true;
 }

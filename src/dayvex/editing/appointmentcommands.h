@@ -9,6 +9,8 @@
 #include <QString>
 
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace dayvex {
 
@@ -77,9 +79,6 @@ private:
     // leaves it to the host), ValidateSchedule, then ScheduleAdded. stored tells
     // whether the control stored it; false when the host refused it.
     bool addDropped(std::shared_ptr<Schedule> mSca, bool *stored = nullptr);
-    // Overrides of series key from from on (all when from is empty) go to series
-    // toKey, their occurrences minutes on.
-    void moveOverrides(const QString &key, const QString &toKey, Date from, qint64 minutes);
     // The host's say on the series of live taking the rule and dates of proposed:
     // BeforeScheduleChange, then ValidateSchedule. The host may change proposed.
     enum class Agreed { No, External, Yes };
@@ -93,6 +92,29 @@ private:
     QPointer<AppointmentEditor> m_editor;
 };
 
+
+// The earliest of a series' start and its extra and excluded dates: a split there
+// keeps every one of them in the part that goes on.
+Date firstDateOf(const Schedule &series);
+
+// The records that stand for occurrences of series key from from on (all when
+// from is empty) made to stand for occurrences of series toKey, minutes later, as
+// it is made; the host hears of them through announce(), and each is recorded
+// for undo when it goes, a host's failure meanwhile notwithstanding. Nothing
+// moves when toKey is empty.
+class ShiftedOverrides
+{
+public:
+    ShiftedOverrides(EditingHost &host, const QString &key, const QString &toKey, Date from, qint64 minutes);
+    ~ShiftedOverrides();
+    ShiftedOverrides(const ShiftedOverrides &) = delete;
+    ShiftedOverrides &operator=(const ShiftedOverrides &) = delete;
+    void announce();
+
+private:
+    EditingHost &m_host;
+    std::vector<std::pair<std::shared_ptr<Schedule>, Schedule>> m_shifted; // each with the record as it was
+};
 
 // Takes the records that stand for occurrences of the series of key (those from
 // from on; all when from is empty) out of the plan with their alarms, each

@@ -273,10 +273,12 @@ void AppointmentEditor::store()
     }
 
     BusyCursor busy;
+    const StepGroup group(host(), stepText(QLatin1Char('S'), Step::Change));
     const std::shared_ptr<DayvexData> plan = host().editedPlan();
     const std::shared_ptr<Schedules> schedules = plan->Schedules();
     std::shared_ptr<Schedule> stored;
     std::optional<Schedule> before;
+    std::optional<ShiftedOverrides> overrides;
     if (isNew()) {
         Schedule filled = *working;
         filled.Key = schedules->NewKey();
@@ -298,6 +300,20 @@ void AppointmentEditor::store()
         stored->ReminderDate = working->ReminderDate;
         stored->ReminderLead = working->ReminderLead;
         stored->Recurrence = working->Recurrence;
+        // A series moved to another start takes its other dates and its moved
+        // occurrences along, or the occurrences it left out or moved would come
+        // back beside them; its end moves too while its rule is the one it had.
+        const qint64 minutes = form::minutesBetween(before->StartDate, stored->StartDate);
+        if (minutes != 0 && !before->Recurrence.isEmpty() && !stored->Recurrence.isEmpty()) {
+            Schedule rule = *before;
+            rule.Recurrence = stored->Recurrence;
+            const Schedule moved = host().splitSeries(rule, firstDateOf(rule), minutes).following;
+            stored->RecurrenceDates = moved.RecurrenceDates;
+            stored->ExceptionDates = moved.ExceptionDates;
+            if (stored->Recurrence == before->Recurrence)
+                stored->Recurrence = moved.Recurrence;
+            overrides.emplace(host(), stored->Key, stored->Key, Date(), minutes);
+        }
     }
     finishStore(QLatin1Char('S'), *stored, before, [&, added = isNew()] {
         if (added)
@@ -305,6 +321,8 @@ void AppointmentEditor::store()
         else
             host().RaiseScheduleChanged(stored);
     });
+    if (overrides)
+        overrides->announce();
 }
 
 void AppointmentEditor::removeRecord()

@@ -76,11 +76,13 @@ void AppointmentCommands::splitSeries(const RunningCommand &running, const QStri
     }
     if (bool stored = false; !add(running, next, &stored) || !stored)
         return; // nothing stored: the series goes on as it was
-    applySeriesChange(key, *proposed);
     // The moved occurrences from the split on belong to the series that goes on,
     // wherever the editor put its start.
-    if (const std::shared_ptr<Schedule> following = schedules->find(next->Key))
-        moveOverrides(key, following->Key, occurrence, form::minutesBetween(occurrence, following->StartDate));
+    const std::shared_ptr<Schedule> following = schedules->find(next->Key);
+    ShiftedOverrides overrides(m_host, key, following ? following->Key : QString(), occurrence,
+                               following ? form::minutesBetween(occurrence, following->StartDate) : 0);
+    applySeriesChange(key, *proposed);
+    overrides.announce();
 }
 
 AppointmentCommands::Agreed AppointmentCommands::askSeriesChange(std::shared_ptr<Schedule> &proposed)
@@ -172,25 +174,35 @@ std::vector<std::shared_ptr<Schedule>> takeOutOverrides(EditingHost &host, const
     return overrides;
 }
 
-void AppointmentCommands::moveOverrides(const QString &key, const QString &toKey, Date from, qint64 minutes)
+ShiftedOverrides::ShiftedOverrides(EditingHost &host, const QString &key, const QString &toKey, Date from,
+                                   qint64 minutes)
+    : m_host(host)
 {
     // An override names its series and the first start of the occurrence it
     // replaces: when the series moves or goes on under another key, both follow,
     // or the override would stand beside an occurrence it no longer replaces.
-    std::vector<std::shared_ptr<Schedule>> overrides;
-    for (const std::shared_ptr<Schedule> &s : *m_host.editedPlan()->Schedules())
+    if (toKey.isEmpty() || (minutes == 0 && key.compare(toKey, Qt::CaseInsensitive) == 0))
+        return;
+    for (const std::shared_ptr<Schedule> &s : *host.editedPlan()->Schedules())
         if (!s->SeriesKey.isEmpty() && s->SeriesKey.compare(key, Qt::CaseInsensitive) == 0
             && !s->RecurrenceId.isEmpty() && (from.isEmpty() || !(s->RecurrenceId < from)))
-            overrides.push_back(s);
-    for (std::shared_ptr<Schedule> &s : overrides) {
-        const Schedule before = *s;
+            m_shifted.emplace_back(s, *s);
+    for (auto &[s, before] : m_shifted) {
         s->SeriesKey = toKey;
         s->RecurrenceId = s->RecurrenceId.addMinutes(minutes);
-        const auto record = qScopeGuard([&] {
-            recordChange(m_host, stepText(QLatin1Char('S'), Step::Move), std::optional(before), std::optional(*s));
-        });
-        m_host.RaiseScheduleChanged(s);
     }
+}
+
+ShiftedOverrides::~ShiftedOverrides()
+{
+    for (const auto &[s, before] : m_shifted)
+        recordChange(m_host, stepText(QLatin1Char('S'), Step::Move), std::optional(before), std::optional(*s));
+}
+
+void ShiftedOverrides::announce()
+{
+    for (auto &[s, before] : m_shifted)
+        m_host.RaiseScheduleChanged(s);
 }
 
 bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &series, Date occurrence, Date &start,
@@ -243,9 +255,10 @@ bool AppointmentCommands::rescheduleOccurrence(const std::shared_ptr<Schedule> &
         moved = stored;
         return true; // nothing stored: the series goes on as it was
     }
+    ShiftedOverrides overrides(m_host, series->Key, schedules->find(next->Key) ? next->Key : QString(), occurrence,
+                               by);
     applySeriesChange(series->Key, *proposed);
-    if (m_host.editedPlan()->Schedules()->find(next->Key))
-        moveOverrides(series->Key, next->Key, occurrence, by);
+    overrides.announce();
     moved = true;
     return true;
 }
