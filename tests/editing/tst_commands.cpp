@@ -834,27 +834,16 @@ private:
         return -1;
     }
     Schedule &appointment() { return *m_data->Schedules()->Item("7"); }
-    // Every record and alarm, property by property, in key order.
+    // Every record and alarm, field by field, sorted.
     QStringList contents() const
     {
         QStringList lines;
-        const auto add = [&lines](const auto &record) {
-            const QMetaObject &meta = std::decay_t<decltype(record)>::staticMetaObject;
-            QStringList values;
-            for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-                const QVariant value = meta.property(i).readOnGadget(&record);
-                values << (value.canConvert<Date>() && value.metaType() == QMetaType::fromType<Date>()
-                               ? QString::number(value.value<Date>().value(), 'g', 17)
-                               : value.toString());
-            }
-            lines << values.join('|');
-        };
         for (const auto &s : *m_data->Schedules())
-            add(*s);
+            lines << fieldsOf(*s);
         for (const auto &t : *m_data->ToDoS())
-            add(*t);
+            lines << fieldsOf(*t);
         for (const auto &a : *m_data->Alarms())
-            add(*a);
+            lines << fieldsOf(*a);
         lines.sort();
         return lines;
     }

@@ -352,6 +352,8 @@ private slots:
             const Date start = at(2026, 11, 1 + i % 10, 9 + i % 3);
             add(schedules, QString::number(i), start, start.addMinutes(60));
         }
+        // No length, at the start of a range below: in it, as one that ends there is not.
+        add(schedules, "instant", at(2026, 11, 5, 10), Date())->EndDate = at(2026, 11, 5, 10);
         (void)schedules.verifiedOrder(); // the order of the records as added
 
         const auto item = [&](int key) { return schedules.Item(QString::number(key)); };

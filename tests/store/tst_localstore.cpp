@@ -17,16 +17,6 @@
 namespace {
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 
-// Every field of every record of every list, in list order.
-QString contents(DayvexData &data)
-{
-    QStringList out;
-    const auto all = [&out](const auto &...lists) { ((out << "--", [&] { for (const auto &r : *lists) out << fieldsOf(*r); }()), ...); };
-    all(data.Schedules(), data.ToDoS(), data.Users(), data.Schedules()->Places(), data.Schedules()->Categories(),
-        data.ToDoS()->ActiveProjects());
-    return out.join('\n');
-}
-
 // What a store opened afresh on path loads.
 QString reopened(const QString &path)
 {
