@@ -60,9 +60,6 @@ private slots:
         QTest::newRow("start day") << QByteArray("StartDay") << QVariant(QDate(2027, 3, 1)) << true << false;
         QTest::newRow("start day in 10000") << QByteArray("StartDay") << QVariant(QDate(10000, 1, 1)) << false << false;
         QTest::newRow("no start day") << QByteArray("StartDay") << QVariant(QDate()) << false << false;
-        QTest::newRow("alarms off") << QByteArray("GlobalAlarmsEnable") << QVariant(false) << true << false;
-        QTest::newRow("owner") << QByteArray("DefaultOwner") << QVariant("Rossi") << true << false;
-        QTest::newRow("menus off") << QByteArray("DisableMenu") << QVariant(true) << true << false;
     }
 
     // Accepted, a value stands and is announced once by its own signal and by

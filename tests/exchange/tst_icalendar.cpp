@@ -142,7 +142,7 @@ private slots:
         row("the night the clocks go back", {{"StartDate", date(at(2027, 10, 31, 2, 30))},
                                              {"EndDate", date(at(2027, 10, 31, 3, 15))}});
         row("commas, semicolons, codes, an address for owner",
-            {{"Description", "Riunione, con virgole; e punti"}, {"ContactCode", "C042"}, {"Color", qint32(0xC0FFEE)},
+            {{"Description", "Riunione, con virgole; e punti"}, {"Contact", "Ferri"}, {"ContactCode", "C042"}, {"Color", qint32(0xC0FFEE)},
              {"Owner", "m.rossi@example.org"}, {"T.LongDesc", "About the loan\nand the account"}, {"T.Priority", QVariant::fromValue<qint16>(3)}});
         row("done to-do", {{"T.Done", true}, {"T.DateDone", date(at(2027, 1, 20, 9, 15))}, {"T.Project", "Casa"}});
         row("blanks and control characters",
