@@ -264,11 +264,7 @@ private slots:
         a.add("deleted, undone, deleted", monday.addMinutes(120));
         QVERIFY(a.syncOnce());
         QVERIFY(b.syncOnce());
-        zntDayvex control;
-        control.InitProperties();
-        control.setPlan(b.data);
-        control.setStartDay(monday);
-        control.Refresh(zntPlanShowDay);
+        const auto control = shownControl(b.data, monday);
         EditorDriver driver;
         const auto unanswered = qScopeGuard([&] { driver.stop(); });
         const auto typed = [&] {
@@ -276,14 +272,14 @@ private slots:
                 QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "typed in the editor");
                 press(editor, "Salva");
             });
-            control.mnNuovo_Click();
+            control->mnNuovo_Click();
             driver.stop();
             driver.answerPrompts(true);
-            QVERIFY(control.select(b.find("deleted, undone, deleted")->Key));
+            QVERIFY(control->select(b.find("deleted, undone, deleted")->Key));
         };
-        for (const auto &step : std::vector<std::function<void()>>{typed, [&] { control.mnElimina_Click(); },
-                                                                   [&] { control.undo(); },
-                                                                   [&] { control.redo(); }}) {
+        for (const auto &step : std::vector<std::function<void()>>{typed, [&] { control->mnElimina_Click(); },
+                                                                   [&] { control->undo(); },
+                                                                   [&] { control->redo(); }}) {
             const QStringList before = b.contents();
             step();
             QVERIFY(b.contents() != before);
