@@ -67,9 +67,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     const Outcome whole = readReply(reply, 0);
     const Outcome pieces = readReply(reply, cut);
-    if (getenv("FUZZ_TRACE"))
-        fprintf(stderr, "whole %d (%lld responses), pieces of up to %d %d (%lld)\n", whole.ok,
-                (long long)whole.responses.size(), cut, pieces.ok, (long long)pieces.responses.size());
     FUZZ_CHECK(whole.ok == pieces.ok);
     if (whole.ok) {
         FUZZ_CHECK(whole.token == pieces.token);

@@ -108,11 +108,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Date to = moment(in);
     if (to < from)
         std::swap(from, to);
-    if (getenv("FUZZ_TRACE"))
-        fprintf(stderr, "series %s from %s rdates %s ex %s; range %s to %s\n", qPrintable(series.Recurrence),
-                qPrintable(series.StartDate.toDateTime().toString(Qt::ISODate)), qPrintable(series.RecurrenceDates),
-                qPrintable(series.ExceptionDates), qPrintable(from.toDateTime().toString(Qt::ISODate)),
-                qPrintable(to.toDateTime().toString(Qt::ISODate)));
     const std::vector<Date> starts = occurrenceStarts(series, from, to);
     FUZZ_CHECK(starts.size() <= 1000);
     FUZZ_CHECK(sortedUniqueInside(starts, from, to));
@@ -140,12 +135,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         FUZZ_CHECK(after < next);
         try {
             const Date start = next.addSeconds(series.reminderLead());
-            if (getenv("FUZZ_TRACE"))
-                fprintf(stderr, "rule %s start %s rdates %s ex %s lead %lld after %s next %s\n",
-                        qPrintable(series.Recurrence), qPrintable(series.StartDate.toDateTime().toString(Qt::ISODate)),
-                        qPrintable(series.RecurrenceDates), qPrintable(series.ExceptionDates),
-                        (long long)series.reminderLead(), qPrintable(after.toDateTime().toString(Qt::ISODate)),
-                        qPrintable(next.toDateTime().toString(Qt::ISODate)));
             FUZZ_CHECK(occurrenceStarts(series, start, start.addSeconds(1)).size() == 1);
             FUZZ_CHECK(remindedOccurrence(series, next) == start);
         } catch (const Error &) {

@@ -5,6 +5,7 @@
 // data as they were; a file it read once it reads again the same.
 
 #include "fuzzinput.h"
+#include "records.h"
 
 #include <dayvex/model/dayvexdata.h>
 #include <dayvex/model/lookuplists.h>
@@ -16,7 +17,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QMetaProperty>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QStringList>
@@ -47,30 +47,6 @@ void writeBytes(const QString &path, const QByteArray &bytes)
     QFile file(path);
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         file.write(bytes);
-}
-
-template <typename Record>
-QString fieldsOf(const Record &record)
-{
-    QStringList out;
-    const QMetaObject &meta = Record::staticMetaObject;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        const QVariant value = meta.property(i).readOnGadget(&record);
-        out << (value.metaType() == QMetaType::fromType<Date>() ? QString::number(value.value<Date>().value(), 'g', 17)
-                                                                : value.toString());
-    }
-    return out.join(QLatin1Char('|'));
-}
-
-QString contents(DayvexData &data)
-{
-    QStringList out;
-    const auto all = [&out](const auto &...lists) {
-        ((out << QStringLiteral("--"), [&] { for (const auto &r : *lists) out << fieldsOf(*r); }()), ...);
-    };
-    all(data.Schedules(), data.ToDoS(), data.Users(), data.Schedules()->Places(), data.Schedules()->Categories(),
-        data.ToDoS()->ActiveProjects());
-    return out.join(QLatin1Char('\n'));
 }
 
 // A small store of every kind of record, in pages of 512 bytes so that a
@@ -197,8 +173,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             store.open(path);
             loaded = contents(*mine);
         } catch (const Error &e) {
-            if (getenv("FUZZ_TRACE"))
-                fprintf(stderr, "refused: %s\n", qPrintable(e.description()));
             FUZZ_CHECK(e.number() == LocalStore::NewerFileError || e.number() == LocalStore::UnreadableFileError
                        || e.number() == LocalStore::WriteError);
             FUZZ_CHECK(!e.description().isEmpty());

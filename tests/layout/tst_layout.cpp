@@ -1,6 +1,5 @@
 #include <dayvextest.h>
 #include <dayvex/layout/agendaentry.h>
-#include <dayvex/layout/appointmentorder.h>
 #include <dayvex/layout/controllayout.h>
 #include <dayvex/layout/timegrid.h>
 #include <dayvex/model/schedules.h>
@@ -224,20 +223,6 @@ private slots:
         QCOMPARE(cell(12, 4), (MonthCell{1, 2}));
         QCOMPARE(cell(12, 31), (MonthCell{4, 8}));
         QCOMPARE(cell(11, 26), (MonthCell{-1, 8})); // the day before
-    }
-
-    void appointmentsInRangeKeepSortedOrder()
-    {
-        Schedules schedules;
-        const auto at = [](int day, int hour) { return Date::fromDateTime(QDateTime(QDate(2026, 11, day), QTime(hour, 0))); };
-        const struct { const char *key; int day, hour; } rows[] = {
-            {"late", 24, 15}, {"before", 22, 23}, {"tie-a", 23, 9}, {"early", 23, 8}, {"tie-b", 23, 9}, {"after", 30, 0}};
-        for (const auto &r : rows)
-            schedules.Add(r.key, {}, at(r.day, r.hour), at(r.day, r.hour + 1), {}, {}, {}, {}, {}, Date());
-        QStringList keys;
-        for (const auto &s : appointmentsStartingIn(schedules, {at(23, 0), at(30, 0)}))
-            keys << s->Key;
-        QCOMPARE(keys, QStringList({"early", "tie-a", "tie-b", "late"}));
     }
 
     void sectionAt()

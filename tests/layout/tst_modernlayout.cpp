@@ -1,6 +1,5 @@
 #include <dayvextest.h>
 #include <dayvex/layout/modernlayout.h>
-#include <dayvex/model/schedules.h>
 
 #include <QRandomGenerator>
 
@@ -170,26 +169,6 @@ private slots:
                 QCOMPARE(counted[size_t(day)] + layout.hidden[size_t(day)], touching);
             }
         }
-    }
-
-    // The appointments of a range: those begun before it and still running are in,
-    // one ending as it begins is not.
-    void overlappingTheRange()
-    {
-        Schedules schedules;
-        auto add = [&](const char *key, Date start, Date end) {
-            schedules.Add(key, "", start, end, "", "", "", key, "", Date());
-            schedules.Item(key)->EndDate = end; // the true end, past Add's correction
-        };
-        add("running", at(2027, 5, 9, 22, 0), at(2027, 5, 10, 2, 0));
-        add("ended", at(2027, 5, 9, 22, 0), at(2027, 5, 10));
-        add("inside", at(2027, 5, 10, 9, 0), at(2027, 5, 10, 10, 0));
-        add("instant", at(2027, 5, 10), at(2027, 5, 10));
-        add("after", at(2027, 5, 11), at(2027, 5, 11, 1, 0));
-        QStringList keys;
-        for (const auto &s : appointmentsOverlapping(schedules, {at(2027, 5, 10), at(2027, 5, 11)}))
-            keys << s->Key;
-        QCOMPARE(keys, QStringList({"running", "instant", "inside"}));
     }
 };
 

@@ -195,6 +195,19 @@ private slots:
         other.setCategories(shared);
         add(other, "1", at(2026, 11, 2, 9, 0), at(2026, 11, 2, 10, 0), "", "Sport");
         QCOMPARE(shared->Count(), 1);
+
+        // Added by hand: a place already there is returned but not stored; projects may repeat.
+        Places places;
+        const auto sala = places.Add("Sala A", "1");
+        const auto again = places.Add("SALA A", "2");
+        QVERIFY(sala != again);
+        QCOMPARE(places.Item("sala a"), sala);
+        QCOMPARE(again->Tag, "2");
+        ActiveProjects projects;
+        projects.Add("Sito");
+        projects.Add("Sito");
+        QCOMPARE(projects.Count(), 2);
+        QCOMPARE(errorNumber([&] { projects.Item("Sito"); }), 5);
     }
 
     void addSortedIsStable()
@@ -249,22 +262,6 @@ private slots:
         users.Remove(1);
         users.Add("Rossi");
         QCOMPARE(users.Count(), 2);
-    }
-
-    void placesAndProjects()
-    {
-        Places places;
-        const auto first = places.Add("Sala A", "1");
-        const auto second = places.Add("SALA A", "2");
-        QVERIFY(first != second);
-        QCOMPARE(places.Item("sala a"), first);
-        QCOMPARE(second->Tag, "2"); // returned all the same, though not stored
-
-        ActiveProjects projects;
-        projects.Add("Sito");
-        projects.Add("Sito");
-        QCOMPARE(projects.Count(), 2);
-        QCOMPARE(errorNumber([&] { projects.Item("Sito"); }), 5);
     }
 
     void clearReleases()
@@ -353,6 +350,8 @@ private slots:
             const Date start = at(2026, 11, 1 + i % 10, 9 + i % 3);
             add(schedules, QString::number(i), start, start.addMinutes(60));
         }
+        // No length, at the start of a range below: in it, as one that ends there is not.
+        add(schedules, "instant", at(2026, 11, 5, 10), Date())->EndDate = at(2026, 11, 5, 10);
         (void)schedules.verifiedOrder(); // the order of the records as added
 
         const auto item = [&](int key) { return schedules.Item(QString::number(key)); };

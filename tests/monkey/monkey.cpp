@@ -68,7 +68,7 @@ public:
         m_control->show();
         m_control->Refresh(zntPlanShowWeek);
         answerEvents();
-        m_before = snapshot(*m_plan);
+        m_before = contents(*m_plan);
     }
 
     ~Monkey() override
@@ -316,7 +316,7 @@ private:
                                    : on->mapFrom(viewport, QPoint(pick(qMax(1, viewport->width())),
                                                                   pick(qMax(1, viewport->height()))));
         const bool check = how < 2 && !m_cancelling; // a cancelling host's records are checked after every step
-        const QString before = check ? snapshot(*m_plan) : QString();
+        const QString before = check ? contents(*m_plan) : QString();
         const int steps = m_control->undoStack()->count();
         QTest::mousePress(on, Qt::LeftButton, {}, from);
         if (on)
@@ -329,10 +329,10 @@ private:
         // button left down would hold every later move of the run in a drag.
         QTest::mouseRelease(on ? on.data() : m_control.get(), Qt::LeftButton, {}, on ? to : QPoint(1, 1));
         m_checked[2] += check;
-        if (check && (snapshot(*m_plan) != before || m_control->undoStack()->count() != steps))
+        if (check && (contents(*m_plan) != before || m_control->undoStack()->count() != steps))
             fail(how == 0 ? "a drag cancelled with Esc changed the records"
                           : "a drag let go outside the control changed the records",
-                 before, snapshot(*m_plan));
+                 before, contents(*m_plan));
     }
 
     // An occurrence of a series clicked, then changed or deleted: the scope answerer picks which occurrences.
@@ -665,7 +665,7 @@ private:
         if (!before.isNull() && m_hostChanges == changes && m_done == number && stack->count() == count + 1
             && stack->index() == count + 1)
             checkUndo(before);
-        if (const QString now = m_cancelling ? snapshot(*m_plan) : QString(); now != (m_cancelling ? m_before : QString()))
+        if (const QString now = m_cancelling ? contents(*m_plan) : QString(); now != (m_cancelling ? m_before : QString()))
             fail("a cancelling host's records changed", m_before, now);
         if (m_depth == 0 && number % 100 == 0)
             checkStore(number);
@@ -691,7 +691,7 @@ private:
         LocalStore reopened(read);
         reopened.open(m_store->path());
         ++m_checked[3];
-        if (const QString held = snapshot(*read), plan = snapshot(*m_plan); held != plan)
+        if (const QString held = contents(*read), plan = contents(*m_plan); held != plan)
             fail("the store, reopened, holds other records than the plan", plan, held);
     }
 

@@ -157,21 +157,18 @@ private slots:
 
     void controlPrintsItsView()
     {
-        zntDayvex control;
         auto data = std::make_shared<DayvexData>();
         data->Schedules()->Add("1", "Rossi", at(2027, 3, 3, 10, 0), at(2027, 3, 3, 11, 0), "", "", "", "Meeting", "",
                                Date());
-        control.setPlan(data);
-        control.setStartDay(at(2027, 3, 3));
-        control.resize(900, 600);
-        control.Refresh(zntPlanShowMonth);
+        const auto control = shownControl(data, at(2027, 3, 3));
+        control->Refresh(zntPlanShowMonth);
         QTemporaryDir dir;
         QPrinter printer(QPrinter::HighResolution);
         printer.setOutputFormat(QPrinter::PdfFormat);
         printer.setOutputFileName(dir.filePath("control.pdf"));
-        QCOMPARE(control.printView(&printer), 1);
+        QCOMPARE(control->printView(&printer), 1);
         QVERIFY(QFileInfo(dir.filePath("control.pdf")).size() > 1000);
-        QVERIFY_THROWS_EXCEPTION(Error, control.printView(nullptr));
+        QVERIFY_THROWS_EXCEPTION(Error, control->printView(nullptr));
     }
 
     // The host deletes the control while the preview's page setup waits for its

@@ -95,7 +95,7 @@ int main(int argc, char *argv[])
             data->journalChange(added, false);
         } else if (pick < 7 && count <= 250) {
             auto changed = schedules->Item(qint32(1 + random.bounded(int(schedules->Count()))));
-            if (pick < 7)
+            if (pick < 5)
                 changed->Description = QStringLiteral("changed %1").arg(random.generate());
             else
                 changed->StartDate = changed->StartDate.addMinutes(15 * (random.bounded(9) - 4));

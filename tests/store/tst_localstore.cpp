@@ -17,16 +17,6 @@
 namespace {
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 
-// Every field of every record of every list, in list order.
-QString contents(DayvexData &data)
-{
-    QStringList out;
-    const auto all = [&out](const auto &...lists) { ((out << "--", [&] { for (const auto &r : *lists) out << fieldsOf(*r); }()), ...); };
-    all(data.Schedules(), data.ToDoS(), data.Users(), data.Schedules()->Places(), data.Schedules()->Categories(),
-        data.ToDoS()->ActiveProjects());
-    return out.join('\n');
-}
-
 // What a store opened afresh on path loads.
 QString reopened(const QString &path)
 {
@@ -128,6 +118,12 @@ public:
     Q_ENUM(Way)
 
 private slots:
+    void init() // each test and row with a file of its own
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        m_path = m_dir->filePath("agenda.sqlite");
+    }
+
     void roundTrip_data()
     {
         columns<QString, QByteArray, QVariant>("record", "field", "value");
@@ -177,11 +173,9 @@ private slots:
         fill(data->ToDoS()->ActiveProjects(), std::make_shared<ActiveProject>(), "");
         const QString written = contents(*data);
 
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
         LocalStore store(data);
-        QCOMPARE(store.open(path), LocalStore::Opened::Created);
-        QCOMPARE(reopened(path), written);
+        QCOMPARE(store.open(m_path), LocalStore::Opened::Created);
+        QCOMPARE(reopened(m_path), written);
     }
 
     void writes_data()
@@ -199,18 +193,16 @@ private slots:
     {
         QFETCH(QString, change);
         QFETCH(Way, way);
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
         {
             auto first = std::make_shared<DayvexData>();
             for (int i = 1; i <= 3; ++i)
                 addSchedule(*first, QString::number(i), "Room " + QString::number(i));
             first->ToDoS()->Add("t1", "", "call", "", Date(), 1, "", false, Date(), Date());
-            LocalStore(first).open(path);
+            LocalStore(first).open(m_path);
         }
         auto data = std::make_shared<DayvexData>();
         LocalStore store(data);
-        QCOMPARE(store.open(path), LocalStore::Opened::Loaded);
+        QCOMPARE(store.open(m_path), LocalStore::Opened::Loaded);
         QCOMPARE(data->Schedules()->Count(), 3);
 
         std::shared_ptr<Schedule> schedule = data->Schedules()->Item("2");
@@ -237,53 +229,26 @@ private slots:
             data->journalChange(todo, removed);
         else
             data->journalChange(schedule, removed);
-        QCOMPARE(reopened(path), contents(*data));
+        QCOMPARE(reopened(m_path), contents(*data));
     }
 
-    // A write that fails leaves the change in memory, and says so.
-    void failedWriteKeepsChange()
+    // A file of the first layout, before a field existed, gains the sync's tables
+    // and the field's column and keeps the rest. While tracked, each change is
+    // queued in its own write, and not at all when that write fails: the change
+    // stays in memory, and a save says it failed.
+    void olderFileAndQueueOfChanges()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
-        auto data = std::make_shared<DayvexData>();
-        LocalStore store(data);
-        store.open(path);
-        runSql(path, {"DROP TABLE schedules"});
-        const auto added = addSchedule(*data, "1");
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("journal of an appointment: error .*schedules"));
-        data->journalChange(added, false);
-        QCOMPARE(data->Schedules()->Item("1"), added);
-        QCOMPARE(errorNumber([&] { store.save(); }), LocalStore::WriteError);
-    }
-
-    // A file written before a field existed gains its column and keeps the rest.
-    void olderFileGainsColumn()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
         auto data = std::make_shared<DayvexData>();
         addSchedule(*data, "1")->Body = "long text";
-        LocalStore(data).open(path);
-        runSql(path, {"ALTER TABLE schedules DROP COLUMN Body"});
+        LocalStore(data).open(m_path);
+        runSql(m_path, {"ALTER TABLE schedules DROP COLUMN Body", "DROP TABLE pending", "DROP TABLE resources",
+                      "DROP TABLE syncvalues", "PRAGMA user_version = 1"});
         data->Schedules()->Item("1")->Body.clear();
-        QCOMPARE(reopened(path), contents(*data));
-    }
-
-    // A file of the first layout gains the sync's tables. While tracked, each
-    // change is queued in its own write, and not at all when that write fails.
-    void queueOfChanges()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
-        auto data = std::make_shared<DayvexData>();
-        addSchedule(*data, "1");
-        LocalStore(data).open(path);
-        runSql(path, {"DROP TABLE pending", "DROP TABLE resources", "DROP TABLE syncvalues", "PRAGMA user_version = 1"});
-        QCOMPARE(reopened(path), contents(*data));
+        QCOMPARE(reopened(m_path), contents(*data));
 
         auto loaded = std::make_shared<DayvexData>();
         LocalStore store(loaded);
-        store.open(path);
+        store.open(m_path);
         store.setTracksChanges(true);
         const auto first = loaded->Schedules()->Item("1");
         first->Tag = "uid-1";
@@ -291,14 +256,17 @@ private slots:
         loaded->journalChange(addSchedule(*loaded, "2"), false);
         loaded->Schedules()->Remove("1");
         loaded->journalChange(first, true);
-        runSql(path, {"DROP TABLE schedules"});
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("journal of an appointment: error"));
-        loaded->journalChange(addSchedule(*loaded, "3"), false);
+        runSql(m_path, {"DROP TABLE schedules"});
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("journal of an appointment: error .*schedules"));
+        const auto failed = addSchedule(*loaded, "3");
+        loaded->journalChange(failed, false);
+        QCOMPARE(loaded->Schedules()->Item("3"), failed);
+        QCOMPARE(errorNumber([&] { store.save(); }), LocalStore::WriteError);
         store.close();
 
         LocalStore again(std::make_shared<DayvexData>());
-        runSql(path, {"CREATE TABLE schedules(id INTEGER PRIMARY KEY, pos REAL NOT NULL)"});
-        again.open(path);
+        runSql(m_path, {"CREATE TABLE schedules(id INTEGER PRIMARY KEY, pos REAL NOT NULL)"});
+        again.open(m_path);
         QVERIFY(again.tracksChanges());
         QStringList queued;
         for (const auto &change : again.pendingChanges())
@@ -321,33 +289,31 @@ private slots:
     {
         QFETCH(QString, file);
         QFETCH(qint32, error);
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
         if (file == "garbage") {
-            writeFile(path, QByteArray("BEGIN:VCALENDAR\r\n").repeated(300));
+            writeFile(m_path, QByteArray("BEGIN:VCALENDAR\r\n").repeated(300));
         } else if (file == "foreign") {
-            runSql(path, {"CREATE TABLE notes(text)", "INSERT INTO notes VALUES('keep me')"});
+            runSql(m_path, {"CREATE TABLE notes(text)", "INSERT INTO notes VALUES('keep me')"});
         } else {
             auto old = std::make_shared<DayvexData>();
             for (int i = 1; i <= 2000; ++i)
                 addSchedule(*old, QString::number(i), QString(200, QChar('x')));
-            LocalStore(old).open(path);
+            LocalStore(old).open(m_path);
             if (file == "newer")
-                runSql(path, {QStringLiteral("PRAGMA user_version = %1").arg(LocalStore::SchemaVersion + 1)});
+                runSql(m_path, {QStringLiteral("PRAGMA user_version = %1").arg(LocalStore::SchemaVersion + 1)});
             if (file == "duplicate")
-                runSql(path, {"UPDATE schedules SET Key = '1' WHERE Key = '2'"});
+                runSql(m_path, {"UPDATE schedules SET Key = '1' WHERE Key = '2'"});
             if (file == "damaged") {
-                QByteArray bytes = bytesOf(path);
+                QByteArray bytes = bytesOf(m_path);
                 bytes.replace(bytes.size() / 2, 4096, QByteArray(4096, '\xA5'));
-                writeFile(path, bytes);
+                writeFile(m_path, bytes);
             }
         }
-        const QByteArray before = bytesOf(path);
+        const QByteArray before = bytesOf(m_path);
         auto data = std::make_shared<DayvexData>();
         const QString mine = (addSchedule(*data, "mine"), contents(*data));
         LocalStore store(data);
-        QCOMPARE(errorNumber([&] { store.open(path); }), error);
-        QVERIFY(!store.isOpen() && contents(*data) == mine && bytesOf(path) == before);
+        QCOMPARE(errorNumber([&] { store.open(m_path); }), error);
+        QVERIFY(!store.isOpen() && contents(*data) == mine && bytesOf(m_path) == before);
     }
 
     // A disk that fills during the journal's writes: the write that meets it
@@ -356,10 +322,8 @@ private slots:
     // missing from the file, the failed change included.
     void diskFills()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
         QProcess child;
-        child.start(QCoreApplication::applicationFilePath(), {"--fill", path});
+        child.start(QCoreApplication::applicationFilePath(), {"--fill", m_path});
         QVERIFY(child.waitForFinished(120000));
         QCOMPARE(child.exitStatus(), QProcess::NormalExit);
         const QList<QByteArray> lines = child.readAllStandardOutput().trimmed().split('\n');
@@ -371,7 +335,7 @@ private slots:
         QCOMPARE(failed, lines.size() - 2); // every write before it was kept
         auto data = std::make_shared<DayvexData>();
         LocalStore store(data);
-        QCOMPARE(store.open(path), LocalStore::Opened::Loaded);
+        QCOMPARE(store.open(m_path), LocalStore::Opened::Loaded);
         for (int i = 0; i <= failed; ++i)
             QVERIFY2(data->Schedules()->find(QString::number(i)), qPrintable(QString::number(i)));
         QCOMPARE(data->Schedules()->Item("0")->Description, QString("after"));
@@ -381,10 +345,8 @@ private slots:
     // every change it had reported written.
     void crashWhileWriting()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("agenda.sqlite");
         QProcess child;
-        child.start(QCoreApplication::applicationFilePath(), {"--burst", path});
+        child.start(QCoreApplication::applicationFilePath(), {"--burst", m_path});
         QByteArray output;
         while (output.count('\n') < 300 && child.waitForReadyRead(60000))
             output += child.readAllStandardOutput();
@@ -406,12 +368,16 @@ private slots:
         }
         auto data = std::make_shared<DayvexData>();
         LocalStore store(data);
-        QCOMPARE(store.open(path), LocalStore::Opened::Loaded);
+        QCOMPARE(store.open(m_path), LocalStore::Opened::Loaded);
         for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
             const auto found = data->Schedules()->find(it.key());
             QCOMPARE(found ? found->Description : QString(), it.value());
         }
     }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_path;
 };
 
 int main(int argc, char *argv[])

@@ -5,10 +5,10 @@
 
 #include <dayvex/platform/date.h>
 #include <dayvex/platform/error.h>
+#include <records.h>
 
 #include <QDateTime>
 #include <QFile>
-#include <QMetaProperty>
 #include <QTest>
 
 #include <functional>
@@ -44,21 +44,6 @@ template <typename... Types, typename... Names> void columns(const Names &...nam
     (QTest::addColumn<Types>(names), ...);
 }
 
-// Every field of a record, a date by its exact value, to compare records whole.
-template <typename Record>
-QString fieldsOf(const Record &record)
-{
-    QStringList out;
-    const QMetaObject &meta = Record::staticMetaObject;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        const QVariant value = meta.property(i).readOnGadget(&record);
-        out << QString::fromLatin1(meta.property(i).name()) + '='
-                   + (value.metaType() == QMetaType::fromType<Date>() ? QString::number(value.value<Date>().value(), 'g', 17)
-                                                                      : value.toString());
-    }
-    return out.join('|');
-}
-
 // Writes bytes to path, whole, and gives the path back.
 inline QString writeFile(const QString &path, const QByteArray &bytes)
 {
@@ -75,23 +60,6 @@ inline QString writeFile(const QString &path, const QByteArray &bytes)
 #include <QDialog>
 #include <QPushButton>
 #include <QTimer>
-
-// Every field of every appointment and to-do and the lists beside them: what a
-// failed import or a cancelling host must leave exactly as it was.
-inline QString snapshot(DayvexData &plan)
-{
-    QStringList out;
-    for (const auto &schedule : *plan.Schedules())
-        out << fieldsOf(*schedule);
-    for (const auto &todo : *plan.ToDoS())
-        out << fieldsOf(*todo);
-    for (const auto &place : *plan.Schedules()->Places())
-        out << place->Key;
-    for (const auto &category : *plan.Schedules()->Categories())
-        out << category->Key;
-    out << QString::number(plan.ToDoS()->ActiveProjects()->Count()) << QString::number(plan.Users()->Count());
-    return out.join('\n');
-}
 
 // Counts what would have been played.
 class CountingSound : public ReminderSound
