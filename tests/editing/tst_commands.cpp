@@ -790,6 +790,39 @@ private slots:
         }
     }
 
+    // A moved occurrence deleted from the menu or its editor: its series leaves the
+    // occurrence out rather than showing it again at its first time; one undo
+    // brings both back.
+    void deletedMovedOccurrenceStaysOut_data()
+    {
+        columns<bool>("fromEditor");
+        QTest::newRow("menu") << false;
+        QTest::newRow("editor") << true;
+    }
+
+    void deletedMovedOccurrenceStaysOut()
+    {
+        QFETCH(bool, fromEditor);
+        auto series = m_data->Schedules()->Add("9", "Rossi", at(2000, 11, 19, 11), at(2000, 11, 19, 12), "", "", "",
+                                               "Corso", "", Date());
+        series->Recurrence = "FREQ=WEEKLY;COUNT=10";
+        auto moved = m_data->Schedules()->Add("8", "Rossi", at(2000, 12, 3, 14), at(2000, 12, 3, 15), "", "", "",
+                                              "Corso", "", Date());
+        moved->SeriesKey = "9";
+        moved->RecurrenceId = at(2000, 12, 3, 11);
+        m_control->Refresh(zntPlanShowDay);
+        QTest::mouseClick(boxOf(agendaGrid(m_control.get()), "8"), Qt::LeftButton, {}, QPoint(3, 3));
+        m_driver.answerPrompts(true);
+        m_driver.whenOpen(AppointmentForm, [](QDialog *form) { press(form, "Elimina"); });
+        fromEditor ? m_control->mnModifica_Click() : m_control->mnElimina_Click();
+        QVERIFY(!m_data->Schedules()->find("8"));
+        QCOMPARE(series->ExceptionDates, "20001203T110000");
+        QCOMPARE(m_host.log.mid(m_host.log.size() - 2), QStringList({"ScheduleDeleted", "ScheduleChanged"}));
+        m_control->undo();
+        QVERIFY(m_data->Schedules()->find("8"));
+        QCOMPARE(series->ExceptionDates, "");
+    }
+
     // The editor's Repeat row on appointment 7 given rule; edit changes it as the user would.
     void repeatRow_data()
     {

@@ -135,6 +135,7 @@ void AppointmentCommands::remove(const QString &key, Date occurrence)
     // A series' moved occurrences go with it before anyone hears of it, so that
     // a host failing in the event leaves none behind.
     const auto overrides = series ? takeOutOverrides(m_host, key, Date()) : std::vector<std::shared_ptr<Schedule>>();
+    LeftOutOccurrence leftOut(m_host, *mSca);
     {
         const auto record = qScopeGuard([&, before = *mSca] {
             recordChange(m_host, stepText(QLatin1Char('S'), Step::Delete), std::optional(before),
@@ -144,6 +145,7 @@ void AppointmentCommands::remove(const QString &key, Date occurrence)
     }
     for (std::shared_ptr<Schedule> gone : overrides)
         m_host.RaiseScheduleDeleted(gone);
+    leftOut.announce();
     m_host.redraw();
 }
 

@@ -116,6 +116,25 @@ private:
     std::vector<std::pair<std::shared_ptr<Schedule>, Schedule>> m_shifted; // each with the record as it was
 };
 
+// A deleted record that stood for an occurrence of a series leaves that
+// occurrence out of the series, as it is made: without it the series would show
+// the occurrence again at its first time. announce() tells the host of the
+// series' change, which is recorded for undo when this goes.
+class LeftOutOccurrence
+{
+public:
+    LeftOutOccurrence(EditingHost &host, const Schedule &removed);
+    ~LeftOutOccurrence();
+    LeftOutOccurrence(const LeftOutOccurrence &) = delete;
+    LeftOutOccurrence &operator=(const LeftOutOccurrence &) = delete;
+    void announce();
+
+private:
+    EditingHost &m_host;
+    std::shared_ptr<Schedule> m_series; // null when nothing changed
+    std::optional<Schedule> m_before;
+};
+
 // Takes the records that stand for occurrences of the series of key (those from
 // from on; all when from is empty) out of the plan with their alarms, each
 // recorded for undo, and returns them for the caller to tell the host of.

@@ -327,16 +327,19 @@ void AppointmentEditor::store()
 
 void AppointmentEditor::removeRecord()
 {
-    // A series goes with its moved occurrences, as one step back.
+    // A series goes with its moved occurrences, and a moved occurrence stays
+    // left out of its series, as one step back.
     const StepGroup group(host(), stepText(QLatin1Char('S'), Step::Delete));
     confirmRemove(Text::DeletingAppointmentMsg, QLatin1Char('S'), *host().editedPlan()->Schedules(), m_values.Key,
                   [this](std::shared_ptr<Schedule> removed) {
                       const auto overrides = removed->Recurrence.isEmpty()
                                                  ? std::vector<std::shared_ptr<Schedule>>()
                                                  : takeOutOverrides(host(), removed->Key, Date());
+                      LeftOutOccurrence leftOut(host(), *removed);
                       host().RaiseScheduleDeleted(removed);
                       for (std::shared_ptr<Schedule> gone : overrides)
                           host().RaiseScheduleDeleted(gone);
+                      leftOut.announce();
                   });
 }
 

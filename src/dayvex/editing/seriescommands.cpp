@@ -9,6 +9,8 @@
 
 #include <QStringList>
 
+#include <cmath>
+
 namespace dayvex {
 
 namespace {
@@ -172,6 +174,37 @@ std::vector<std::shared_ptr<Schedule>> takeOutOverrides(EditingHost &host, const
         recordChange(host, stepText(QLatin1Char('S'), Step::Delete), std::optional(*s), std::optional<Schedule>());
     }
     return overrides;
+}
+
+LeftOutOccurrence::LeftOutOccurrence(EditingHost &host, const Schedule &removed)
+    : m_host(host)
+{
+    if (removed.SeriesKey.isEmpty() || removed.RecurrenceId.isEmpty() || !std::isfinite(removed.RecurrenceId.value()))
+        return;
+    const std::shared_ptr<Schedule> series = host.editedPlan()->Schedules()->find(removed.SeriesKey);
+    if (!series || series->Recurrence.isEmpty())
+        return;
+    const QString at = stamp(removed.RecurrenceId);
+    QStringList exceptions = series->ExceptionDates.split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (const QString &date : exceptions)
+        if (date.trimmed().startsWith(at))
+            return;
+    m_before = *series;
+    exceptions << at;
+    series->ExceptionDates = exceptions.join(QLatin1Char(','));
+    m_series = series;
+}
+
+LeftOutOccurrence::~LeftOutOccurrence()
+{
+    if (m_series)
+        recordChange(m_host, stepText(QLatin1Char('S'), Step::Change), m_before, std::optional(*m_series));
+}
+
+void LeftOutOccurrence::announce()
+{
+    if (m_series)
+        m_host.RaiseScheduleChanged(m_series);
 }
 
 ShiftedOverrides::ShiftedOverrides(EditingHost &host, const QString &key, const QString &toKey, Date from,
