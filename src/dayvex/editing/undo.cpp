@@ -8,6 +8,7 @@
 #include <dayvex/model/todos.h>
 
 #include <QMetaProperty>
+#include <QSet>
 #include <QUndoStack>
 
 #include <cmath>
@@ -120,6 +121,23 @@ void RecordStep::drop(const QString &why)
 }
 
 template <typename Record>
+bool RecordChange<Record>::expected(bool forward) const
+{
+    const std::optional<Record> &expected = forward ? m_before : m_after;
+    const std::optional<Record> &target = forward ? m_after : m_before;
+    const std::shared_ptr<Record> live = Kind<Record>::records(*m_host.editedPlan())->find(expected ? expected->Key
+                                                                                                   : target->Key);
+    return bool(live) == expected.has_value() && (!live || sameRecord(*live, *expected));
+}
+
+template <typename Record>
+QString RecordChange<Record>::subject() const
+{
+    const QString &key = m_before ? m_before->Key : m_after->Key;
+    return QLatin1Char(Kind<Record>::letter) + key.toCaseFolded();
+}
+
+template <typename Record>
 bool RecordChange<Record>::bring(bool forward)
 {
     using K = Kind<Record>;
@@ -170,9 +188,10 @@ bool RecordChange<Record>::bring(bool forward)
     return true;
 }
 
-// Several changes as one step: run in order forward, back in reverse. The host
-// may veto some of them; the others still run, and the step counts as vetoed only
-// when none did.
+// Several changes as one step: run in order forward, back in reverse, or not at
+// all when a record they change was changed since. The host may veto some of
+// them; the others still run, the step counts as vetoed only when none did, and
+// one taken in part leaves the stack.
 class RecordSteps : public RecordStep
 {
 public:
@@ -183,9 +202,33 @@ public:
     }
 
 protected:
+    bool expected(bool forward) const override
+    {
+        // A record a later step takes again is as the earlier one leaves it.
+        QSet<QString> seen;
+        const size_t n = m_steps.size();
+        for (size_t i = 0; i < n; ++i) {
+            const RecordStep &step = *m_steps[forward ? i : n - 1 - i];
+            const QString subject = step.subject();
+            if (seen.contains(subject))
+                continue;
+            seen.insert(subject);
+            if (!step.expected(forward))
+                return false;
+        }
+        return true;
+    }
+    QString subject() const override { return QString(); }
+
     bool bring(bool forward) override
     {
-        bool any = false;
+        // All or nothing: a record changed since stops the whole step before any change.
+        if (!expected(forward)) {
+            drop(QObject::tr("\"%1\" was not %2: a record it changes has been changed or removed since.")
+                     .arg(text(), forward ? QObject::tr("redone") : QObject::tr("undone")));
+            return true;
+        }
+        bool any = false, refused = false;
         const size_t n = m_steps.size();
         for (size_t i = 0; i < n; ++i) {
             RecordStep &step = *m_steps[forward ? i : n - 1 - i];
@@ -198,8 +241,13 @@ protected:
                 throw;
             }
             any = any || done;
+            refused = refused || !done;
             m_applied = m_applied || step.m_applied;
         }
+        // Taken in part, it cannot be taken back or again as one.
+        if (any && refused)
+            drop(QObject::tr("\"%1\" was %2 only in part: the host refused some of its changes.")
+                     .arg(text(), forward ? QObject::tr("redone") : QObject::tr("undone")));
         return any;
     }
 

@@ -38,6 +38,10 @@ protected:
     // Brings the record from the state before to the state after (forward) or
     // back through the host's events; false when the host vetoed.
     virtual bool bring(bool forward) = 0;
+    // Whether the record is as bring(forward) expects to find it, and which
+    // record that is (its kind's letter and folded key).
+    virtual bool expected(bool forward) const = 0;
+    virtual QString subject() const = 0;
     void drop(const QString &why);
 
     EditingHost &m_host;
@@ -65,6 +69,8 @@ public:
 
 protected:
     bool bring(bool forward) override;
+    bool expected(bool forward) const override;
+    QString subject() const override;
 
 private:
     std::optional<Record> m_before;
