@@ -109,6 +109,14 @@ private slots:
         QTest::newRow("COUNT before an extra date")
             << series(monday, "FREQ=DAILY;COUNT=2", "20270330T090000") << at(2027, 3, 30, 9) << 0
             << QStringList{"2027-03-22 09:00", "2027-03-23 09:00", "2027-03-30 09:00"};
+        // Moved a day on, the rule's weekdays and days of the month move along.
+        QTest::newRow("weekdays a day on")
+            << series(monday, "FREQ=WEEKLY;BYDAY=MO,WE;COUNT=5") << at(2027, 3, 29, 9) << 24 * 60
+            << QStringList{"2027-03-22 09:00", "2027-03-24 09:00", "2027-03-30 09:00", "2027-04-01 09:00",
+                           "2027-04-06 09:00"};
+        QTest::newRow("day of the month a day back")
+            << series(monday, "FREQ=MONTHLY;BYMONTHDAY=22;COUNT=3") << at(2027, 4, 22, 9) << -24 * 60
+            << QStringList{"2027-03-22 09:00", "2027-04-21 09:00", "2027-05-21 09:00"};
     }
 
     void split()

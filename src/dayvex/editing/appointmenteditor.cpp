@@ -259,6 +259,21 @@ void AppointmentEditor::store()
             working->Description = m_values.Description; // its own blanks too
     }
 
+    // A series given another start takes its extra and left-out dates along, and its
+    // end while its rule is the one it had, or an occurrence left out would come back
+    // beside the moved ones: the whole series, or the new one of a split.
+    const qint64 minutes = form::minutesBetween(m_values.StartDate, working->StartDate);
+    const bool seriesMoved = minutes != 0 && !m_values.Recurrence.isEmpty() && !working->Recurrence.isEmpty();
+    if (seriesMoved) {
+        Schedule rule = m_values;
+        rule.Recurrence = working->Recurrence;
+        const Schedule moved = host().splitSeries(rule, firstDateOf(rule), minutes).following;
+        working->RecurrenceDates = moved.RecurrenceDates;
+        working->ExceptionDates = moved.ExceptionDates;
+        if (working->Recurrence == m_values.Recurrence)
+            working->Recurrence = moved.Recurrence;
+    }
+
     bool cancel = false;
     host().RaiseValidateSchedule(working, cancel);
     if (cancel)
@@ -300,18 +315,10 @@ void AppointmentEditor::store()
         stored->ReminderDate = working->ReminderDate;
         stored->ReminderLead = working->ReminderLead;
         stored->Recurrence = working->Recurrence;
-        // A series moved to another start takes its other dates and its moved
-        // occurrences along, or the occurrences it left out or moved would come
-        // back beside them; its end moves too while its rule is the one it had.
-        const qint64 minutes = form::minutesBetween(before->StartDate, stored->StartDate);
-        if (minutes != 0 && !before->Recurrence.isEmpty() && !stored->Recurrence.isEmpty()) {
-            Schedule rule = *before;
-            rule.Recurrence = stored->Recurrence;
-            const Schedule moved = host().splitSeries(rule, firstDateOf(rule), minutes).following;
-            stored->RecurrenceDates = moved.RecurrenceDates;
-            stored->ExceptionDates = moved.ExceptionDates;
-            if (stored->Recurrence == before->Recurrence)
-                stored->Recurrence = moved.Recurrence;
+        if (seriesMoved) {
+            stored->RecurrenceDates = working->RecurrenceDates;
+            stored->ExceptionDates = working->ExceptionDates;
+            // Its moved occurrences follow (a split's new series gets them from its command).
             overrides.emplace(host(), stored->Key, stored->Key, Date(), minutes);
         }
     }

@@ -298,6 +298,37 @@ Date localUntil(const icaltimetype &until)
 }
 
 // An UNTIL value moved by minutes, in the form it had (UTC, local or a day).
+// A BYDAY or BYMONTHDAY part of a rule whose series moves by days: plain weekdays
+// and days of the month move along, so that the moved start is still one of the
+// rule's times. An ordinal weekday ("2FR": the day after it is no weekday's
+// second) or a day past the 28th, which some months lack, keeps the part as it is.
+QString movedByDays(const QString &part, qint64 days)
+{
+    static const QStringList weekdays{"MO", "TU", "WE", "TH", "FR", "SA", "SU"};
+    const QString values = part.section(QLatin1Char('='), 1);
+    QStringList moved;
+    if (named(part, "BYDAY")) {
+        for (const QString &item : values.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+            const qsizetype day = weekdays.indexOf(item.trimmed().toUpper());
+            if (day < 0)
+                return part;
+            moved << weekdays.at(qsizetype(((day + days) % 7 + 7) % 7));
+        }
+        return QStringLiteral("BYDAY=") + moved.join(QLatin1Char(','));
+    }
+    if (named(part, "BYMONTHDAY")) {
+        for (const QString &item : values.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+            bool number = false;
+            const qint64 day = item.trimmed().toInt(&number) + days;
+            if (!number || item.trimmed().startsWith(QLatin1Char('-')) || day < 1 || day > 28)
+                return part;
+            moved << QString::number(day);
+        }
+        return QStringLiteral("BYMONTHDAY=") + moved.join(QLatin1Char(','));
+    }
+    return part;
+}
+
 QString movedUntil(const QString &value, qint64 minutes)
 {
     const QString text = value.trimmed();
@@ -337,6 +368,13 @@ SeriesSplit splitSeriesAt(const Schedule &series, Date at, qint64 minutes)
         return named(part, "COUNT") || named(part, "UNTIL");
     });
     QStringList ended = open, following = open;
+    // Moved to another day, the rule's days move with it.
+    if (minutes != 0 && at.isValid() && at.addMinutes(minutes).isValid()) {
+        const qint64 days = at.toDateTime().date().daysTo(at.addMinutes(minutes).toDateTime().date());
+        if (days != 0)
+            for (QString &part : following)
+                part = movedByDays(part, days);
+    }
     const icalrecurrencetype rule = ruleOf(series.Recurrence);
     const int before = count.isEmpty() || rule.freq == ICAL_NO_RECURRENCE ? -1 : ruleTimesBefore(rule, series.StartDate, at);
     if (before > 0) {
