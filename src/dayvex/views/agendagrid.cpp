@@ -421,8 +421,8 @@ void AgendaGrid::paintEvent(QPaintEvent *event)
 {
     ViewGrid::paintEvent(event);
     QPainter painter(viewport());
-    if (m_modern && rowCount() > 0) {
-        // The hours outside the working day, shaded under the boxes.
+    if (m_modern && m_days > 0 && rowCount() > 0) {
+        // The hours outside the working day, shaded under the boxes of the day columns (the month has none).
         QColor offHours = palette().color(QPalette::WindowText);
         offHours.setAlpha(14);
         const double minute = double(rowHeight(0)) / qMax<qint16>(1, m_step);
