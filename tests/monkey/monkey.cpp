@@ -147,6 +147,10 @@ private:
             cancel = true;
             return;
         }
+        // Mostly agreeing while an undo is checked, or a few steps back and on
+        // would hardly ever all be taken, and the check would hardly ever run.
+        if (m_quiet && !chance(4))
+            return;
         switch (pick(8)) {
         case 0: cancel = true; break;
         case 1: externalHandled = !m_quiet; break;
