@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QUndoStack>
 
+#include <algorithm>
 #include <cmath>
 
 namespace dayvex {
@@ -137,61 +138,90 @@ QString RecordChange<Record>::subject() const
     return QLatin1Char(Kind<Record>::letter) + key.toCaseFolded();
 }
 
-template <typename Record>
-bool RecordChange<Record>::bring(bool forward)
+bool RecordStep::bring(bool forward)
 {
-    using K = Kind<Record>;
-    std::optional<Record> &expected = forward ? m_before : m_after;
-    std::optional<Record> &target = forward ? m_after : m_before;
-    const QString key = expected ? expected->Key : target->Key;
-    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
-    const auto records = K::records(*plan);
-    std::shared_ptr<Record> live = records->find(key);
-    if (bool(live) != expected.has_value() || (live && !sameRecord(*live, *expected))) {
-        drop(QObject::tr("\"%1\" was not undone: the %2 has been changed or removed since.").arg(text(), K::name()));
+    if (!expected(forward)) {
+        drop(QObject::tr("\"%1\" was not %2: the %3 has been changed or removed since.")
+                 .arg(text(), forward ? QObject::tr("redone") : QObject::tr("undone"), noun()));
         return true;
     }
-    const QChar letter = QLatin1Char(K::letter);
-    if (!target) {
-        if (m_host.raiseBefore(K::remove, live).Cancel)
-            return false;
-        setAlarmQuietly(*plan->Alarms(), letter, key, Date());
-        records->Remove(key);
-        m_applied = true;
-        K::removed(m_host, live);
-    } else {
-        auto proposed = std::make_shared<Record>(*target);
-        const BeforeAnswer answer = m_host.raiseBefore(live ? K::change : K::add, proposed);
-        if (answer.Cancel)
-            return false;
-        if (answer.ExternalHandled)
-            return true; // the host has made the change its own way
-        bool cancel = false;
-        K::validate(m_host, proposed, cancel);
-        if (cancel || !proposed)
-            return false;
-        proposed->Key = key;
-        const bool adding = !live;
-        if (adding)
-            live = records->Add(*proposed);
-        *live = *proposed; // whole, whatever the collection's Add adjusts
-        target = *live;    // what the next step back expects to find
-        setAlarmQuietly(*plan->Alarms(), letter, key, live->ReminderDate);
-        m_applied = true;
-        if (adding)
-            K::added(m_host, live);
-        else
-            K::changed(m_host, live);
-    }
+    if (!ask(forward))
+        return false;
+    apply(forward);
     m_host.redraw();
     m_host.refillToDoList();
     return true;
 }
 
-// Several changes as one step: run in order forward, back in reverse, or not at
-// all when a record they change was changed since. The host may veto some of
-// them; the others still run, the step counts as vetoed only when none did, and
-// one taken in part leaves the stack.
+template <typename Record>
+QString RecordChange<Record>::noun() const
+{
+    return Kind<Record>::name();
+}
+
+template <typename Record>
+bool RecordChange<Record>::ask(bool forward)
+{
+    using K = Kind<Record>;
+    const std::optional<Record> &expected = forward ? m_before : m_after;
+    const std::optional<Record> &target = forward ? m_after : m_before;
+    const QString key = expected ? expected->Key : target->Key;
+    m_live = K::records(*m_host.editedPlan())->find(key);
+    m_proposed.reset();
+    m_external = false;
+    if (!target)
+        return !m_host.raiseBefore(K::remove, m_live).Cancel;
+    auto proposed = std::make_shared<Record>(*target);
+    const BeforeAnswer answer = m_host.raiseBefore(m_live ? K::change : K::add, proposed);
+    if (answer.Cancel)
+        return false;
+    if (answer.ExternalHandled) {
+        m_external = true; // the host makes the change its own way
+        return true;
+    }
+    bool cancel = false;
+    K::validate(m_host, proposed, cancel);
+    if (cancel || !proposed)
+        return false;
+    proposed->Key = key;
+    m_proposed = std::move(proposed);
+    return true;
+}
+
+template <typename Record>
+void RecordChange<Record>::apply(bool forward)
+{
+    using K = Kind<Record>;
+    if (m_external)
+        return;
+    std::optional<Record> &target = forward ? m_after : m_before;
+    const std::shared_ptr<DayvexData> plan = m_host.editedPlan();
+    const auto records = K::records(*plan);
+    const QChar letter = QLatin1Char(K::letter);
+    if (!m_proposed) {
+        const QString key = m_live->Key;
+        setAlarmQuietly(*plan->Alarms(), letter, key, Date());
+        records->Remove(key);
+        m_applied = true;
+        K::removed(m_host, m_live);
+        return;
+    }
+    const bool adding = !m_live;
+    if (adding)
+        m_live = records->Add(*m_proposed);
+    *m_live = *m_proposed; // whole, whatever the collection's Add adjusts
+    target = *m_live;      // what the next step back expects to find
+    setAlarmQuietly(*plan->Alarms(), letter, m_live->Key, m_live->ReminderDate);
+    m_applied = true;
+    if (adding)
+        K::added(m_host, m_live);
+    else
+        K::changed(m_host, m_live);
+}
+
+// Several changes as one step, whole or not at all: forward in order, back in
+// reverse; the host is asked of every change before any is made, and a record
+// changed since stops them all.
 class RecordSteps : public RecordStep
 {
 public:
@@ -206,52 +236,58 @@ protected:
     {
         // A record a later step takes again is as the earlier one leaves it.
         QSet<QString> seen;
-        const size_t n = m_steps.size();
-        for (size_t i = 0; i < n; ++i) {
-            const RecordStep &step = *m_steps[forward ? i : n - 1 - i];
-            const QString subject = step.subject();
+        for (const RecordStep *step : inOrder(forward)) {
+            const QString subject = step->subject();
             if (seen.contains(subject))
                 continue;
             seen.insert(subject);
-            if (!step.expected(forward))
+            if (!step->expected(forward))
                 return false;
         }
         return true;
     }
     QString subject() const override { return QString(); }
+    QString noun() const override { return m_steps.front()->noun(); }
 
-    bool bring(bool forward) override
+    // Every change asked first: one veto, and none is made.
+    bool ask(bool forward) override
     {
-        // All or nothing: a record changed since stops the whole step before any change.
-        if (!expected(forward)) {
-            drop(QObject::tr("\"%1\" was not %2: a record it changes has been changed or removed since.")
-                     .arg(text(), forward ? QObject::tr("redone") : QObject::tr("undone")));
-            return true;
-        }
-        bool any = false, refused = false;
-        const size_t n = m_steps.size();
-        for (size_t i = 0; i < n; ++i) {
-            RecordStep &step = *m_steps[forward ? i : n - 1 - i];
-            step.m_applied = false;
-            bool done = false;
+        for (RecordStep *step : inOrder(forward))
+            if (!step->ask(forward))
+                return false;
+        return true;
+    }
+
+    // Every change made, a host failing in an after-event notwithstanding; the
+    // first failure is reported once all are made.
+    void apply(bool forward) override
+    {
+        std::exception_ptr error;
+        for (RecordStep *step : inOrder(forward)) {
+            step->m_applied = false;
             try {
-                done = step.bring(forward);
+                step->apply(forward);
             } catch (...) {
-                m_applied = m_applied || step.m_applied;
-                throw;
+                if (!error)
+                    error = std::current_exception();
             }
-            any = any || done;
-            refused = refused || !done;
-            m_applied = m_applied || step.m_applied;
+            m_applied = m_applied || step->m_applied;
         }
-        // Taken in part, it cannot be taken back or again as one.
-        if (any && refused)
-            drop(QObject::tr("\"%1\" was %2 only in part: the host refused some of its changes.")
-                     .arg(text(), forward ? QObject::tr("redone") : QObject::tr("undone")));
-        return any;
+        if (error)
+            std::rethrow_exception(error);
     }
 
 private:
+    std::vector<RecordStep *> inOrder(bool forward) const
+    {
+        std::vector<RecordStep *> steps;
+        for (const auto &step : m_steps)
+            steps.push_back(step.get());
+        if (!forward)
+            std::reverse(steps.begin(), steps.end());
+        return steps;
+    }
+
     std::vector<std::unique_ptr<RecordStep>> m_steps;
 };
 

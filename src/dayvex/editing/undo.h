@@ -36,12 +36,18 @@ protected:
     void undo() override;
     void redo() override;
     // Brings the record from the state before to the state after (forward) or
-    // back through the host's events; false when the host vetoed.
-    virtual bool bring(bool forward) = 0;
+    // back through the host's events; false when the host vetoed. A record
+    // changed some other way since is left alone: the step drops.
+    bool bring(bool forward);
     // Whether the record is as bring(forward) expects to find it, and which
     // record that is (its kind's letter and folded key).
     virtual bool expected(bool forward) const = 0;
     virtual QString subject() const = 0;
+    virtual QString noun() const = 0; // what it changes, for the user: "appointment"
+    // The host's say (Before, Validate): false when it vetoed, nothing changed.
+    virtual bool ask(bool forward) = 0;
+    // The change the host agreed to, then the after-events.
+    virtual void apply(bool forward) = 0;
     void drop(const QString &why);
 
     EditingHost &m_host;
@@ -68,13 +74,20 @@ public:
     }
 
 protected:
-    bool bring(bool forward) override;
     bool expected(bool forward) const override;
     QString subject() const override;
+    QString noun() const override;
+    bool ask(bool forward) override;
+    void apply(bool forward) override;
 
 private:
     std::optional<Record> m_before;
     std::optional<Record> m_after;
+    // Between ask and apply: the record now, what it becomes (null for a
+    // removal), and whether the host took the change over.
+    std::shared_ptr<Record> m_live;
+    std::shared_ptr<Record> m_proposed;
+    bool m_external = false;
 };
 
 // Whether two records hold the same values, property by property.
