@@ -835,6 +835,12 @@ private slots:
         QVERIFY(!m_data->Schedules()->find("8"));
         QCOMPARE(series->ExceptionDates, "20001203T110000");
         QCOMPARE(m_host.log.mid(m_host.log.size() - 2), QStringList({"ScheduleDeleted", "ScheduleChanged"}));
+        // The host refuses the series' change back: the occurrence does not come back either.
+        const auto refusal = connect(m_control.get(), &zntDayvex::BeforeScheduleChange, this,
+                                     [](auto &, bool &, bool &cancel) { cancel = true; });
+        m_control->undo();
+        QVERIFY(!m_data->Schedules()->find("8"));
+        disconnect(refusal);
         m_control->undo();
         QVERIFY(m_data->Schedules()->find("8"));
         QCOMPARE(series->ExceptionDates, "");
