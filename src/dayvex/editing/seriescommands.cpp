@@ -318,8 +318,9 @@ bool AppointmentCommands::addDropped(std::shared_ptr<Schedule> mSca, bool *store
     if (stored)
         *stored = true;
     {
+        // Named for what the person did: an occurrence moved out of its series.
         const auto record = qScopeGuard([&] {
-            recordChange(m_host, stepText(QLatin1Char('S'), Step::New), std::optional<Schedule>(),
+            recordChange(m_host, stepText(QLatin1Char('S'), Step::Move), std::optional<Schedule>(),
                          std::optional(*added));
         });
         m_host.RaiseScheduleAdded(added);
