@@ -539,6 +539,23 @@ private slots:
         QVERIFY2(unnamed.isEmpty(), qPrintable(unnamed.join(", ")));
     }
 
+    // Modern: a night across two days is listed on both; the second shows it
+    // going on, not its start again.
+    void monthNightGoesOn()
+    {
+        m_control->setPresentation(zntDayvex::Modern);
+        addAppointment(*m_data, "night", at(QDate(2000, 12, 1), 22), 30);
+        m_data->Schedules()->Item("night")->EndDate = at(QDate(2000, 12, 2), 6);
+        m_control->Refresh(zntPlanShowMonth);
+        AgendaGrid *grid = lista();
+        QCOMPARE(grid->dayListCount(), 2);
+        const auto shortLine = [grid](int list) {
+            return grid->dayList(list)->model()->index(0, 0).data(DayList::ShortLineRole).toString();
+        };
+        QVERIFY2(shortLine(0).startsWith("22:00 "), qPrintable(shortLine(0)));
+        QVERIFY2(shortLine(1).startsWith(QString::fromUtf8("\u2192 ")), qPrintable(shortLine(1)));
+    }
+
     void monthSelection()
     {
         addAppointment(*m_data, "friday", at(QDate(2000, 12, 1), 9), 30);

@@ -1002,7 +1002,9 @@ void AgendaGrid::showDayLists(std::vector<AgendaEntry> entries, const std::vecto
         Day &list = dayListAt(m_listCount++);
         list.day = day;
         list.list->setAccessibleName(QLocale().toString(day.toDate(), QStringLiteral("dddd d MMMM")));
-        list.list->setEntries({std::make_move_iterator(first), std::make_move_iterator(last)});
+        // Lines laid out day by day (days given) may go on from an earlier day.
+        list.list->setEntries({std::make_move_iterator(first), std::make_move_iterator(last)},
+                              days.empty() ? Date() : day);
         first = last;
     }
 }

@@ -38,11 +38,12 @@ QString plusMark(int lines)
 }
 } // namespace
 
-void DayLines::setEntries(std::vector<AgendaEntry> entries, const QPalette &palette)
+void DayLines::setEntries(std::vector<AgendaEntry> entries, const QPalette &palette, Date day)
 {
     beginResetModel();
     m_entries = std::move(entries);
     m_palette = palette;
+    m_day = day;
     endResetModel();
 }
 
@@ -59,9 +60,12 @@ QVariant DayLines::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
         return entry.line();
-    case ShortLineRole:
-        return entry.line().left(5) + QLatin1Char(' ')
+    case ShortLineRole: {
+        // A day after the one it starts on shows it going on, not its start again.
+        const bool goingOn = !m_day.isEmpty() && entry.start < m_day;
+        return (goingOn ? QStringLiteral("\u2192") : entry.line().left(5)) + QLatin1Char(' ')
                + (entry.description.isEmpty() ? entry.line().mid(12) : entry.description);
+    }
     case Qt::BackgroundRole:
         return entry.color != 0 ? QVariant(oleColor(quint32(entry.color), m_palette)) : QVariant();
     default:
@@ -89,9 +93,9 @@ DayList::DayList(int index, QWidget *parent)
     m_gestures = new ItemGestures(this);
 }
 
-void DayList::setEntries(std::vector<AgendaEntry> entries)
+void DayList::setEntries(std::vector<AgendaEntry> entries, Date day)
 {
-    m_lines->setEntries(std::move(entries), palette());
+    m_lines->setEntries(std::move(entries), palette(), day);
 }
 
 QString DayList::lineText(int line) const

@@ -25,8 +25,9 @@ public:
     using QAbstractListModel::QAbstractListModel;
 
     const std::vector<AgendaEntry> &entries() const { return m_entries; }
-    // palette: where the appointments' colours are looked up.
-    void setEntries(std::vector<AgendaEntry> entries, const QPalette &palette);
+    // palette: where the appointments' colours are looked up; day: the day the
+    // lines are of, empty when each is of its own start's day.
+    void setEntries(std::vector<AgendaEntry> entries, const QPalette &palette, Date day = Date());
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
@@ -34,6 +35,7 @@ public:
 private:
     std::vector<AgendaEntry> m_entries;
     QPalette m_palette;
+    Date m_day;
 };
 
 // The appointments of one day of the month view, laid into the day's cell. A
@@ -51,7 +53,8 @@ public:
     // The list's place among the day lists of the grid.
     int index() const { return m_index; }
     const std::vector<AgendaEntry> &entries() const { return m_lines->entries(); }
-    void setEntries(std::vector<AgendaEntry> entries);
+    // day: as DayLines::setEntries.
+    void setEntries(std::vector<AgendaEntry> entries, Date day = Date());
     int count() const { return int(entries().size()); }
     // The whole appointment line of line.
     QString lineText(int line) const;
