@@ -389,6 +389,20 @@ private slots:
         m_control->setDisableMenu(true);
         QTest::mouseDClick(lista()->viewport(), Qt::LeftButton, {}, cellCentre(10, 2));
         QCOMPARE(ran, QStringList({"mnModifica", "mnElimina", "mnNuovo", "mnNuovaAttività"}));
+
+        // Modern month: the arrows start from the day on show, across a month's end too.
+        m_control->setPresentation(zntDayvex::Modern);
+        calendar->setSelectedDate(QDate(2000, 11, 30));
+        m_control->Refresh(zntPlanShowMonth);
+        QTest::keyClick(lista(), Qt::Key_Right);
+        QCOMPARE(calendar->selectedDate(), QDate(2000, 12, 1));
+        QTest::keyClick(lista(), Qt::Key_Down);
+        QCOMPARE(calendar->selectedDate(), QDate(2000, 12, 8));
+        // Modern week: a redraw leaves the keyboard's cell where it was.
+        m_control->Refresh(zntPlanShowWeek);
+        lista()->setCurrentCell(20, 4);
+        m_control->Refresh();
+        QCOMPARE(QPoint(lista()->currentColumn(), lista()->currentRow()), QPoint(4, 20));
     }
 
     // A weekly series, less a week it leaves out and an occurrence moved on its

@@ -527,8 +527,14 @@ void zntDayvexPrivate::drawAppointments()
         m_lista->setWeekHeading(weekHeadings(range.from));
     else if (view == zntPlanShowDay && modern())
         m_lista->setWeekHeading({weekHeadings(range.from).constFirst()});
-    else if (view == zntPlanShowMonth)
+    else if (view == zntPlanShowMonth) {
         m_lista->showMonthDates(range.from, shown);
+        // Modern: the keyboard's cell is the day on show, so that an arrow or
+        // Enter starts from it and not from a cell the month's change moved.
+        const MonthCell cell = monthCellOf(shown, monthFirstCell(shown, dayFirst()));
+        if (modern() && cell.week * 2 + 1 < m_lista->rowCount() && cell.column < m_lista->columnCount())
+            m_lista->setCurrentCell(cell.week * 2 + 1, cell.column, QItemSelectionModel::NoUpdate);
+    }
 
     std::vector<AgendaEntry> entries;
     const bool segmented = modern() && view != zntPlanShowMonth;

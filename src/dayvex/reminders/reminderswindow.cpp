@@ -230,7 +230,9 @@ void RemindersWindow::keyPressEvent(QKeyEvent *event)
         break;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        openChosen();
+        // The list has opened it already (itemActivated), and lets the key on.
+        if (!m_list->hasFocus())
+            openChosen();
         break;
     default:
         QWidget::keyPressEvent(event);

@@ -16,6 +16,7 @@
 #include <QKeyEvent>
 #include <QLocale>
 #include <QPainter>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
 
@@ -875,7 +876,14 @@ void AgendaGrid::setTimeRows(const std::vector<SlotLabel> &labels)
     setTwipsWidth(0, TimeColumnWidth);
     setTwipsWidth(1, TimeColumnWidth);
     // Rows with the same labels stay: new ones would be laid out and their
-    // texts shaped again. The current cell goes either way.
+    // texts shaped again. The selection goes either way; Modern keeps the
+    // keyboard's place, or the next arrow would start again from midnight.
+    const QModelIndex current = currentIndex();
+    const auto keepPlace = qScopeGuard([this, current] {
+        if (m_modern && current.isValid() && current.row() < rowCount() && current.column() < columnCount())
+            selectionModel()->setCurrentIndex(model()->index(current.row(), current.column()),
+                                              QItemSelectionModel::NoUpdate);
+    });
     if (showsTimeRows(labels)) {
         selectionModel()->clear();
         return;

@@ -1,4 +1,6 @@
 #include "appointmentbox.h"
+#include <QItemSelectionModel>
+#include <QAbstractItemView>
 
 #include <dayvex/platform/color.h>
 
@@ -295,6 +297,24 @@ void AppointmentBox::contextMenuEvent(QContextMenuEvent *event)
 
 void AppointmentBox::keyPressEvent(QKeyEvent *event)
 {
+    // Shift+F10 is the menu key's twin: the box's own menu.
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+        m_gestures->menuKeyPressed(mapToGlobal(rect().center()));
+        return;
+    }
+    // The arrows walk the slots from where the box stands, not from wherever the
+    // grid's own cell was left.
+    const bool arrow = event->key() == Qt::Key_Up || event->key() == Qt::Key_Down || event->key() == Qt::Key_Left
+                       || event->key() == Qt::Key_Right;
+    auto *view = parentWidget() ? qobject_cast<QAbstractItemView *>(parentWidget()->parentWidget()) : nullptr;
+    if (arrow && view && parentWidget() == view->viewport()) {
+        const QModelIndex at = view->indexAt(geometry().topLeft() + QPoint(1, 1));
+        if (at.isValid())
+            view->selectionModel()->setCurrentIndex(at, QItemSelectionModel::NoUpdate);
+        view->setFocus(Qt::OtherFocusReason);
+        QCoreApplication::sendEvent(view, event);
+        return;
+    }
     if (!m_gestures->keyPressed(event))
         QWidget::keyPressEvent(event);
 }

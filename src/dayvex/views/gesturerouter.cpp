@@ -1,5 +1,7 @@
 #include "gesturerouter.h"
 
+#include <QApplication>
+
 #include <QAccessible>
 #include <QScrollBar>
 
@@ -258,9 +260,13 @@ void GestureRouter::stepAppointment(int direction)
             return a->entry().start < b->entry().start;
         return a->x() < b->x();
     });
-    auto at = std::find_if(shown.begin(), shown.end(), [this](const AppointmentBox *box) {
-        return box->entry().key == m_selection.appointmentKey;
-    });
+    // The box with the focus, else the selected appointment's first: the parts of
+    // one appointment over several days, or a series' occurrences, share its key.
+    auto at = std::find(shown.begin(), shown.end(), QApplication::focusWidget());
+    if (at == shown.end())
+        at = std::find_if(shown.begin(), shown.end(), [this](const AppointmentBox *box) {
+            return box->entry().key == m_selection.appointmentKey;
+        });
     if (at == shown.end())
         at = direction > 0 ? shown.begin() : shown.end() - 1;
     else if ((direction > 0 && at + 1 == shown.end()) || (direction < 0 && at == shown.begin()))
