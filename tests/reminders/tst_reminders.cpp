@@ -247,6 +247,17 @@ private slots:
         QCOMPARE(m_data->Schedules()->Item("2")->ReminderDate.value(), now().addMinutes(15).value());
         QVERIFY(!window->lists("S2"));
 
+        // Enter on a line opens its record once (the host declines here).
+        int opened = 0;
+        const auto opening = connect(m_control.get(), &zntDayvex::BeforeScheduleChange, this,
+                                     [&opened](auto &, bool &, bool &cancel) { ++opened, cancel = true; });
+        lines->setCurrentItem(lines->topLevelItem(0));
+        lines->setFocus();
+        QTest::keyClick(lines, Qt::Key_Return);
+        QCOMPARE(opened, 1);
+        disconnect(opening);
+        lines->clearSelection();
+
         // Never over a dialog that waits for the user.
         QDialog modal(m_control.get());
         modal.setModal(true);

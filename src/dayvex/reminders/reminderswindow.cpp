@@ -231,7 +231,7 @@ void RemindersWindow::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Return:
     case Qt::Key_Enter:
         // The list has opened it already (itemActivated), and lets the key on.
-        if (!m_list->hasFocus())
+        if (focusWidget() != m_list)
             openChosen();
         break;
     default:
