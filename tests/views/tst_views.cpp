@@ -403,6 +403,10 @@ private slots:
         lista()->setCurrentCell(20, 4);
         m_control->Refresh();
         QCOMPARE(QPoint(lista()->currentColumn(), lista()->currentRow()), QPoint(4, 20));
+        // ... and the hour labels are no stop: Left from the first day stays on it.
+        lista()->setCurrentCell(20, 2);
+        QTest::keyClick(lista(), Qt::Key_Left);
+        QCOMPARE(QPoint(lista()->currentColumn(), lista()->currentRow()), QPoint(2, 20));
     }
 
     // A weekly series, less a week it leaves out and an occurrence moved on its

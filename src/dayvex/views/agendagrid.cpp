@@ -302,8 +302,26 @@ void AgendaGrid::keyPressEvent(QKeyEvent *event)
     }
     const QModelIndex before = currentIndex();
     ViewGrid::keyPressEvent(event);
+    skipTimeLabels(before);
     if (currentIndex() != before)
         emit keyboardMoved();
+}
+
+void AgendaGrid::focusInEvent(QFocusEvent *event)
+{
+    ViewGrid::focusInEvent(event);
+    skipTimeLabels(QModelIndex());
+}
+
+void AgendaGrid::skipTimeLabels(const QModelIndex &before)
+{
+    // Modern: the keyboard's cell is a day's slot, never the hour and minute
+    // labels; Left from the first day stays on it.
+    const QModelIndex at = currentIndex();
+    if (!m_modern || m_days <= 0 || !at.isValid() || at.column() >= 2 || columnCount() <= 2)
+        return;
+    const QModelIndex slot = before.isValid() && before.column() >= 2 ? before : model()->index(at.row(), 2);
+    selectionModel()->setCurrentIndex(slot, QItemSelectionModel::ClearAndSelect);
 }
 
 std::pair<int, int> AgendaGrid::selectedSlotRows() const

@@ -183,10 +183,16 @@ void GestureRouter::watchAppointmentGestures(const ItemGestures *gestures, std::
     });
     // Delete is the only key of a box or a day's list, but in Modern.
     connect(gestures, &ItemGestures::enterPressed, this, [this, onSelected] {
-        if (m_host.modernGestures())
+        if (m_host.modernGestures()) {
+            // What the pane shows is the record before the editor: it would outlive the change.
+            m_pane->hide();
             onSelected(Command::ModifyAppointment);
+        }
     });
-    connect(gestures, &ItemGestures::deletePressed, this, [onSelected] { onSelected(Command::DeleteAppointment); });
+    connect(gestures, &ItemGestures::deletePressed, this, [this, onSelected] {
+        m_pane->hide();
+        onSelected(Command::DeleteAppointment);
+    });
     // Offered whatever DisableMenu says, unlike the grid's own menu.
     connect(gestures, &ItemGestures::rightReleased, this, [this, select](const QPoint &global) {
         runFromUser([&] { select(); });
