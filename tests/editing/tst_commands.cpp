@@ -603,6 +603,16 @@ private slots:
         QCOMPARE(todo().Priority, qint16(12));
     }
 
+    // Modern: a to-do's editor gone, the list's row is still on that to-do.
+    void toDoRowKeptAfterEditor()
+    {
+        m_control->setPresentation(zntDayvex::Modern);
+        list()->setCurrentCell(rowOf("2"), 3);
+        m_driver.whenOpen(ToDoForm, [](QDialog *form) { press(form, "Salva"); });
+        m_control->mnModificaAttivita_Click();
+        QCOMPARE(list()->currentRow(), rowOf("2"));
+    }
+
     // Changes of every kind made from the control, undone one by one, give the
     // data back whole as it was; redone, whole as it became.
     void undoRedoMixed()

@@ -512,7 +512,18 @@ void zntDayvexPrivate::refillToDos()
 {
     const std::shared_ptr<DayvexData> plan = q->Plan();
     const std::shared_ptr<ToDoS> todos = plan ? plan->ToDoS() : std::make_shared<ToDoS>();
+    // Modern: the keyboard's row stays on its to-do, wherever the refill put it.
+    const QString current = modern() ? m_daFare->keyAt(m_daFare->currentIndex().row()) : QString();
+    const int column = m_daFare->currentIndex().column();
     m_daFare->fill(*todos, {language().text(Text::PriorityShort), language().text(Text::Project), language().text(Text::ToDo)});
+    if (!current.isEmpty()) {
+        for (int row = 0; row < m_daFare->model()->rowCount(); ++row)
+            if (m_daFare->keyAt(row) == current) {
+                m_daFare->selectionModel()->setCurrentIndex(m_daFare->model()->index(row, qMax(0, column)),
+                                                            QItemSelectionModel::NoUpdate);
+                break;
+            }
+    }
 }
 
 void zntDayvexPrivate::drawAppointments()
