@@ -407,6 +407,15 @@ private slots:
         lista()->setCurrentCell(20, 2);
         QTest::keyClick(lista(), Qt::Key_Left);
         QCOMPARE(QPoint(lista()->currentColumn(), lista()->currentRow()), QPoint(2, 20));
+        // A box with the focus gone with a redraw leaves the focus in the grid.
+        calendar->setSelectedDate(QDate(2000, 11, 29));
+        m_control->Refresh();
+        QApplication::setActiveWindow(m_control->window());
+        lista()->box(0)->setFocus();
+        QVERIFY(lista()->box(0)->hasFocus());
+        m_data->Schedules()->Remove(lista()->box(0)->entry().key);
+        m_control->Refresh();
+        QCOMPARE(QApplication::focusWidget(), lista());
     }
 
     // A weekly series, less a week it leaves out and an occurrence moved on its

@@ -295,6 +295,31 @@ void AppointmentBox::contextMenuEvent(QContextMenuEvent *event)
         m_gestures->menuKeyPressed(mapToGlobal(rect().center()));
 }
 
+namespace {
+// The view the box stands on, when it stands on one's viewport.
+QAbstractItemView *viewOf(const QWidget *box)
+{
+    auto *view = box->parentWidget() ? qobject_cast<QAbstractItemView *>(box->parentWidget()->parentWidget()) : nullptr;
+    return view && box->parentWidget() == view->viewport() ? view : nullptr;
+}
+} // namespace
+
+void AppointmentBox::hideEvent(QHideEvent *event)
+{
+    // A redraw took the box with the focus away (its appointment deleted, moved
+    // elsewhere): the focus stays in the grid at its place, not on the next
+    // widget of the window.
+    if (hasFocus()) {
+        if (QAbstractItemView *view = viewOf(this)) {
+            const QModelIndex at = view->indexAt(geometry().topLeft() + QPoint(1, 1));
+            if (at.isValid())
+                view->selectionModel()->setCurrentIndex(at, QItemSelectionModel::NoUpdate);
+            view->setFocus(Qt::OtherFocusReason);
+        }
+    }
+    QWidget::hideEvent(event);
+}
+
 void AppointmentBox::keyPressEvent(QKeyEvent *event)
 {
     // Shift+F10 is the menu key's twin: the box's own menu.
@@ -306,8 +331,8 @@ void AppointmentBox::keyPressEvent(QKeyEvent *event)
     // grid's own cell was left.
     const bool arrow = event->key() == Qt::Key_Up || event->key() == Qt::Key_Down || event->key() == Qt::Key_Left
                        || event->key() == Qt::Key_Right;
-    auto *view = parentWidget() ? qobject_cast<QAbstractItemView *>(parentWidget()->parentWidget()) : nullptr;
-    if (arrow && view && parentWidget() == view->viewport()) {
+    QAbstractItemView *view = viewOf(this);
+    if (arrow && view) {
         const QModelIndex at = view->indexAt(geometry().topLeft() + QPoint(1, 1));
         if (at.isValid())
             view->selectionModel()->setCurrentIndex(at, QItemSelectionModel::NoUpdate);
