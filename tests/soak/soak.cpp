@@ -70,10 +70,6 @@ int main(int argc, char *argv[])
     control.resize(1000, 700);
     control.setPlan(data);
     control.show();
-    // Each redraw paints into this one picture: a new one each time (grab) is an
-    // allocation of 2.7 MB that glibc's heap, once its threshold for mapping has
-    // risen past it, keeps a new place for as small blocks fill the last one.
-    QImage picture(control.size(), QImage::Format_ARGB32_Premultiplied);
 
     const QDate first(2027, 3, 1);
     QElapsedTimer clock;
@@ -115,7 +111,7 @@ int main(int argc, char *argv[])
         // A redraw of a random view and day.
         control.setStartDay(first.addDays(random.bounded(60)));
         control.Refresh(zntPlanShowType(1 + random.bounded(3)));
-        control.render(&picture);
+        control.grab();
         ++redraws;
         // A sync every 5 seconds, waited for.
         if (clock.elapsed() - lastSync > 5000) {
