@@ -22,6 +22,7 @@ public:
     /// How many texts are kept laid out, by all the delegates together.
     static qsizetype laidOutTexts();
 
+    // What a laid-out text is kept under.
     struct Key
     {
         QString text;
