@@ -171,10 +171,18 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(Error, control->printView(nullptr));
     }
 
-    // The host deletes the control while the preview's page setup waits for its
-    // user: the preview outlives it, paints nothing more from it, and nothing crashes.
-    void controlDeletedUnderPageSetup()
+    // While the preview's page setup waits for its user, the host deletes the
+    // control or closes the preview: nothing is freed under the page setup, the
+    // preview paints nothing more from a deleted control, and it goes once closed.
+    void underPageSetup_data()
     {
+        QTest::addColumn<bool>("deleteControl");
+        QTest::newRow("control deleted") << true;
+        QTest::newRow("preview closed") << false;
+    }
+    void underPageSetup()
+    {
+        QFETCH(bool, deleteControl);
         auto *control = new zntDayvex;
         control->setPlan(std::make_shared<DayvexData>());
         control->resize(900, 600);
@@ -187,19 +195,21 @@ private slots:
             if (action->text().contains("Page setup", Qt::CaseInsensitive))
                 pageSetup = action;
         QVERIFY(pageSetup);
-        bool deleted = false;
+        bool done = false;
         QTimer::singleShot(50, [&] {
-            delete control;
-            deleted = true;
+            deleteControl ? delete control : void(preview->close());
+            done = true;
             for (QDialog *setup : preview->findChildren<QDialog *>())
                 if (setup->isVisible())
                     QMetaObject::invokeMethod(setup, "accept", Qt::QueuedConnection);
         });
         pageSetup->trigger(); // runs the page setup dialog until the timer accepts it
-        QVERIFY(deleted);
+        QVERIFY(done);
         QVERIFY(preview);
         preview->close(); // as its user would
         QTRY_VERIFY(!preview);
+        if (!deleteControl)
+            delete control;
     }
 };
 

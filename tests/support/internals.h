@@ -36,6 +36,7 @@
 #include <dayvex/layout/appointmentorder.h>
 #include <dayvex/views/appointmentbox.h>
 #include <dayvex/views/agendagrid.h>
+#include <dayvex/views/cachedtextdelegate.h>
 #include <dayvex/views/todogrid.h>
 #include <dayvex/views/detailpane.h>
 #include <dayvex/views/viewselection.h>

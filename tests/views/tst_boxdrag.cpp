@@ -60,6 +60,8 @@ private slots:
         row("month: to Tuesday", 0, "month", 0,
             {"BeforeScheduleChange", "Tue 09:00 10:00", "ValidateSchedule", "ScheduleChanged", "AlarmChange"},
             at(2000, 12, 5, 9), at(2000, 12, 5, 10), at(2000, 12, 5, 8, 45));
+        // Its end would pass 31 December 9999: the drag ends, nothing changes.
+        row("month: past the last date", 0, "month, ending in 9999", 0, {}, start, Date(2958465.5), reminder);
     }
 
     void drags()
@@ -70,7 +72,10 @@ private slots:
         m_host.answer.Cancel = answer == 1;
         m_host.answer.ExternalHandled = answer == 2;
         m_control->setPresentation(zntDayvex::PresentationStyle(presentation));
-        m_control->Refresh(gesture == "month" ? zntPlanShowMonth : zntPlanShowWeek);
+        if (gesture.endsWith("9999"))
+            m_data->Schedules()->Item("a")->EndDate = Date(2958465.5);
+        const bool month = gesture.startsWith("month");
+        m_control->Refresh(month ? zntPlanShowMonth : zntPlanShowWeek);
         AgendaGrid *grid = agendaGrid(m_control.get());
         QWidget *viewport = grid->viewport();
         const DragGrid cells = grid->dragGrid();
@@ -79,7 +84,7 @@ private slots:
             const int from = hour * 60 + minute;
             return slotRect(cells, day, from, from + cells.step).center();
         };
-        AppointmentBox *box = gesture == "month" ? nullptr : boxOf(grid, "a");
+        AppointmentBox *box = month ? nullptr : boxOf(grid, "a");
         const QRect before = box ? box->geometry() : QRect();
         const auto drag = [&](QWidget *on, QPoint from, QPoint to, bool escape = false) {
             QTest::mousePress(on, Qt::LeftButton, {}, from);
@@ -101,7 +106,7 @@ private slots:
             drag(viewport, slot(6, 15), slot(6, 16, 30));
         else if (gesture == "leave")
             drag(box, grab, box->mapFromGlobal(m_control->mapToGlobal(QPoint(-40, -40))));
-        else if (gesture == "month") {
+        else if (month) {
             int sunday = 0;
             while (grid->dayListDate(sunday) != at(2000, 12, 3))
                 ++sunday;

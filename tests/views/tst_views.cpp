@@ -7,7 +7,9 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
+#include <QPainter>
 #include <QScrollBar>
+#include <QStandardItemModel>
 #include <QSignalSpy>
 #include <QTabBar>
 
@@ -181,6 +183,25 @@ private slots:
         QCOMPARE(friday->geometry().left(), grid->columnViewportPosition(6) + 1);
         QCOMPARE(friday->geometry().top(), grid->rowViewportPosition(1));
         QCOMPARE(m_control->findChild<QLabel *>("ThisDay")->text(), "December 2000");
+    }
+
+    // The texts kept laid out are bounded for all the lists together: a month has
+    // a list, and a delegate, per day, and a long session paints ever new lines.
+    void laidOutTextsBoundedAcrossLists()
+    {
+        QStandardItemModel model(3000, 1);
+        for (int row = 0; row < model.rowCount(); ++row)
+            model.setItem(row, new QStandardItem(QString::number(row)));
+        QImage image(200, 20, QImage::Format_ARGB32_Premultiplied);
+        QPainter painter(&image);
+        QStyleOptionViewItem option;
+        option.rect = image.rect();
+        CachedTextDelegate lists[2];
+        for (const CachedTextDelegate &list : lists)
+            for (int row = 0; row < model.rowCount(); ++row)
+                list.paint(&painter, option, model.index(row, 0));
+        QVERIFY(CachedTextDelegate::laidOutTexts() > 0);
+        QVERIFY(CachedTextDelegate::laidOutTexts() <= 4096);
     }
 
     void todoRows()

@@ -4,6 +4,8 @@
 #include "appointmentbox.h"
 #include "daylist.h"
 
+#include <dayvex/platform/error.h>
+
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLocale>
@@ -46,6 +48,23 @@ void BoxDrag::watch(DayList *list)
 }
 
 bool BoxDrag::eventFilter(QObject *watched, QEvent *event)
+{
+    // Nothing thrown may cross Qt's delivery of the event, which would skip Qt's own
+    // clean-up: a drag whose dates would leave the years 100 to 9999 ends there,
+    // logged, and its release is no click.
+    bool taken = false, failed = true;
+    runLoggingErrors("zntDayvex", [&] {
+        taken = filterEvent(watched, event);
+        failed = false;
+    });
+    if (!failed)
+        return taken;
+    end();
+    m_swallowRelease = true;
+    return true;
+}
+
+bool BoxDrag::filterEvent(QObject *watched, QEvent *event)
 {
     if (!m_enabled)
         return false;

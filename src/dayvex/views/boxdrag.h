@@ -44,6 +44,7 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    bool filterEvent(QObject *watched, QEvent *event);
     struct Press
     {
         QString key;

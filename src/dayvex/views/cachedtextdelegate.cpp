@@ -1,28 +1,47 @@
 #include "cachedtextdelegate.h"
 
 #include <QApplication>
+#include <QCache>
 #include <QPainter>
 
 namespace dayvex {
 
 namespace {
+// One store for every delegate: a month view has a list, and so a delegate, per
+// day, and a bound for each would let them together keep tens of thousands of
+// texts. The least recently painted go first.
 constexpr qsizetype MaxLaidOutTexts = 4096;
+
+QCache<CachedTextDelegate::Key, QStaticText> &laidOutCache()
+{
+    static QCache<CachedTextDelegate::Key, QStaticText> cache(MaxLaidOutTexts);
+    static const bool clearedAtExit = [] {
+        // Laid-out text holds fonts, which must go before the application does.
+        qAddPostRoutine([] { laidOutCache().clear(); });
+        return true;
+    }();
+    Q_UNUSED(clearedAtExit);
+    return cache;
+}
 } // namespace
 
+qsizetype CachedTextDelegate::laidOutTexts() { return laidOutCache().size(); }
+
 const QStaticText &CachedTextDelegate::laidOut(const QString &text, const QFont &font, int width,
-                                               Qt::TextElideMode elide) const
+                                               Qt::TextElideMode elide)
 {
+    QCache<Key, QStaticText> &cache = laidOutCache();
     Key key{text, font, width, elide};
-    const auto found = m_laidOut.constFind(key);
-    if (found != m_laidOut.cend())
+    if (const QStaticText *found = cache.object(key))
         return *found;
-    if (m_laidOut.size() >= MaxLaidOutTexts)
-        m_laidOut.clear();
-    QStaticText laid(elide == Qt::ElideNone ? text : QFontMetrics(font).elidedText(text, elide, width));
-    laid.setTextFormat(Qt::PlainText);
-    laid.setPerformanceHint(QStaticText::AggressiveCaching);
-    laid.prepare(QTransform(), font);
-    return *m_laidOut.insert(std::move(key), std::move(laid));
+    auto laid = std::make_unique<QStaticText>(elide == Qt::ElideNone ? text
+                                                                     : QFontMetrics(font).elidedText(text, elide, width));
+    laid->setTextFormat(Qt::PlainText);
+    laid->setPerformanceHint(QStaticText::AggressiveCaching);
+    laid->prepare(QTransform(), font);
+    const QStaticText &kept = *laid;
+    cache.insert(std::move(key), laid.release());
+    return kept;
 }
 
 void CachedTextDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const

@@ -3,7 +3,6 @@
 #include <dayvex/dayvex_export.h>
 
 #include <QFont>
-#include <QHash>
 #include <QStaticText>
 #include <QStyledItemDelegate>
 
@@ -20,7 +19,10 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
-private:
+    /// How many texts are kept laid out, by all the delegates together.
+    static qsizetype laidOutTexts();
+
+    // What a laid-out text is kept under.
     struct Key
     {
         QString text;
@@ -36,10 +38,9 @@ private:
             return qHashMulti(seed, key.text, key.width, int(key.elide), key.font);
         }
     };
-    const QStaticText &laidOut(const QString &text, const QFont &font, int width, Qt::TextElideMode elide) const;
 
-    // Bounded: cleared when it grows past what a few screens of cells show.
-    mutable QHash<Key, QStaticText> m_laidOut;
+private:
+    static const QStaticText &laidOut(const QString &text, const QFont &font, int width, Qt::TextElideMode elide);
 };
 
 } // namespace dayvex
