@@ -306,10 +306,10 @@ QAbstractItemView *viewOf(const QWidget *box)
 
 void AppointmentBox::hideEvent(QHideEvent *event)
 {
-    // A redraw took the box with the focus away (its appointment deleted, moved
+    // Modern: a redraw took the box with the focus away (its appointment deleted, moved
     // elsewhere): the focus stays in the grid at its place, not on the next
     // widget of the window.
-    if (hasFocus()) {
+    if (m_modern && hasFocus()) {
         if (QAbstractItemView *view = viewOf(this)) {
             const QModelIndex at = view->indexAt(geometry().topLeft() + QPoint(1, 1));
             if (at.isValid())
@@ -323,7 +323,7 @@ void AppointmentBox::hideEvent(QHideEvent *event)
 void AppointmentBox::keyPressEvent(QKeyEvent *event)
 {
     // Shift+F10 is the menu key's twin: the box's own menu.
-    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+    if (m_modern && event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
         m_gestures->menuKeyPressed(mapToGlobal(rect().center()));
         return;
     }
@@ -332,7 +332,7 @@ void AppointmentBox::keyPressEvent(QKeyEvent *event)
     const bool arrow = event->key() == Qt::Key_Up || event->key() == Qt::Key_Down || event->key() == Qt::Key_Left
                        || event->key() == Qt::Key_Right;
     QAbstractItemView *view = viewOf(this);
-    if (arrow && view) {
+    if (m_modern && arrow && view) {
         const QModelIndex at = view->indexAt(geometry().topLeft() + QPoint(1, 1));
         if (at.isValid())
             view->selectionModel()->setCurrentIndex(at, QItemSelectionModel::NoUpdate);

@@ -190,7 +190,8 @@ void GestureRouter::watchAppointmentGestures(const ItemGestures *gestures, std::
         }
     });
     connect(gestures, &ItemGestures::deletePressed, this, [this, onSelected] {
-        m_pane->hide();
+        if (m_host.modernGestures())
+            m_pane->hide();
         onSelected(Command::DeleteAppointment);
     });
     // Offered whatever DisableMenu says, unlike the grid's own menu.
