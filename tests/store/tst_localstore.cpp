@@ -282,6 +282,8 @@ private slots:
         QTest::newRow("damaged page") << "damaged" << LocalStore::UnreadableFileError;
         QTest::newRow("another program's") << "foreign" << LocalStore::UnreadableFileError;
         QTest::newRow("duplicate keys") << "duplicate" << LocalStore::UnreadableFileError;
+        QTest::newRow("queue's table gone") << "DROP TABLE pending" << LocalStore::UnreadableFileError;
+        QTest::newRow("sync's table gone") << "DROP TABLE syncvalues" << LocalStore::UnreadableFileError;
     }
 
     // A file the store cannot read is refused untouched, and the data stays as it was.
@@ -302,6 +304,8 @@ private slots:
                 runSql(m_path, {QStringLiteral("PRAGMA user_version = %1").arg(LocalStore::SchemaVersion + 1)});
             if (file == "duplicate")
                 runSql(m_path, {"UPDATE schedules SET Key = '1' WHERE Key = '2'"});
+            if (file.startsWith("DROP"))
+                runSql(m_path, {"PRAGMA journal_mode = DELETE", file}); // opening must not write it back to WAL
             if (file == "damaged") {
                 QByteArray bytes = bytesOf(m_path);
                 bytes.replace(bytes.size() / 2, 4096, QByteArray(4096, '\xA5'));

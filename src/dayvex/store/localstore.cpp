@@ -485,10 +485,18 @@ LocalStore::Opened LocalStore::Impl::open(const QString &file)
         }
         if (!created)
             forEachTable([&](auto &table) { load(table, loaded.list<typename std::decay_t<decltype(table)>::Record>()); });
+        // Within the transaction: a file without the tables these need is
+        // damaged, and is refused before anything of it has changed.
+        try {
+            prepare();
+        } catch (const Error &error) {
+            if (created)
+                throw;
+            throw unreadable(file, error.description());
+        }
     });
     exec(QStringLiteral("PRAGMA journal_mode = WAL"));
     exec(QStringLiteral("PRAGMA synchronous = FULL")); // a change whose write returned survives a power cut
-    prepare();
 
     if (created) {
         const Parts parts = Parts::of(*data);
