@@ -126,6 +126,7 @@ struct Plan
 };
 
 Date window[2];
+constexpr int Steps = 4; // edits a run makes
 
 std::vector<Date> shownOf(Plan &plan, const Schedule &series)
 {
@@ -356,14 +357,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         plan.shownCache.clear();
     }
     expect(plan, series.Key, shownOf(plan, plan.records[0]));
-    // Edits move occurrences by up to 4 days: the window they are compared in is that much narrower.
-    const Date inner[2] = {window[0].addMinutes(5 * 1440), window[1].addMinutes(-5 * 1440)};
+    // Each edit moves occurrences by up to 64 hours, and moves of one series'
+    // following part add up over the steps: the window they are compared in
+    // is that much narrower, and a day more.
+    const qint64 margin = Steps * 128 * 30 + 1440;
+    const Date inner[2] = {window[0].addMinutes(margin), window[1].addMinutes(-margin)};
     const auto within = [&](std::vector<Date> v) {
         std::erase_if(v, [&](Date d) { return d < inner[0] || !(d < inner[1]); });
         return v;
     };
 
-    for (int step = 0; step < 4 && !in.atEnd(); ++step) {
+    for (int step = 0; step < Steps && !in.atEnd(); ++step) {
         edit(plan, in);
         plan.shownCache.clear();
         DayvexData out;
