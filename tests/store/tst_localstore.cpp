@@ -284,6 +284,7 @@ private slots:
         QTest::newRow("duplicate keys") << "duplicate" << LocalStore::UnreadableFileError;
         QTest::newRow("queue's table gone") << "DROP TABLE pending" << LocalStore::UnreadableFileError;
         QTest::newRow("sync's table gone") << "DROP TABLE syncvalues" << LocalStore::UnreadableFileError;
+        QTest::newRow("a column's name gone") << "hidden" << LocalStore::UnreadableFileError;
     }
 
     // A file the store cannot read is refused untouched, and the data stays as it was.
@@ -304,6 +305,12 @@ private slots:
                 runSql(m_path, {QStringLiteral("PRAGMA user_version = %1").arg(LocalStore::SchemaVersion + 1)});
             if (file == "duplicate")
                 runSql(m_path, {"UPDATE schedules SET Key = '1' WHERE Key = '2'"});
+            if (file == "hidden") { // the rows keep a field the table no longer names
+                const auto utf16 = [](const QString &text) { return QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2); };
+                QByteArray bytes = bytesOf(m_path);
+                QVERIFY(bytes.contains(utf16(", \"Recurrence\" TEXT")));
+                writeFile(m_path, bytes.replace(utf16(", \"Recurrence\" TEXT"), utf16("/* \"Recurrence\" T*/")));
+            }
             if (file.startsWith("DROP"))
                 runSql(m_path, {"PRAGMA journal_mode = DELETE", file}); // opening must not write it back to WAL
             if (file == "damaged") {

@@ -474,9 +474,14 @@ LocalStore::Opened LocalStore::Impl::open(const QString &file)
                 present.insert(info.value(1).toString());
             for (const Column &column : table.columns) {
                 const QString name = QLatin1String(column.property.name());
-                if (!present.contains(name))
-                    exec(QStringLiteral("ALTER TABLE %1 ADD COLUMN \"%2\" %3")
-                             .arg(table.name, name, sqlType(column.storage)));
+                if (present.contains(name))
+                    continue;
+                exec(QStringLiteral("ALTER TABLE %1 ADD COLUMN \"%2\" %3").arg(table.name, name, sqlType(column.storage)));
+                // A new column is empty. One that is not shows rows with more
+                // fields than their table declares: a damaged schema, whose
+                // fields would otherwise come out under the wrong names.
+                if (readOne(QStringLiteral("SELECT count(*) FROM %1 WHERE \"%2\" IS NOT NULL").arg(table.name, name)).toInt() != 0)
+                    throw unreadable(path, QStringLiteral("%1 holds more fields than its columns").arg(table.name));
             }
         });
         if (version != SchemaVersion) {
