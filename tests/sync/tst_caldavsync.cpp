@@ -254,6 +254,41 @@ private slots:
         QVERIFY(a.find("after a lost token"));
     }
 
+    // Records that share a UID (an import of a copy with another start, a
+    // host's own UIDs) go up as resources of their own, none refused; a series
+    // keeps its changed occurrence.
+    void sharedUid()
+    {
+        Peer a(*server), b(*server);
+        const Date monday = at(2027, 3, 1, 9);
+        auto series = a.add("weekly", monday, "FREQ=WEEKLY;COUNT=4");
+        series->Tag = "same";
+        a.store.save();
+        addOverride(a, series, monday.addDays(7), "moved once");
+        a.add("copy", monday.addDays(1))->Tag = "same";
+        for (const char *what : {"call", "call again"}) {
+            ToDo todo;
+            todo.Key = a.data->ToDoS()->NewKey();
+            todo.ShortDesc = what;
+            todo.Tag = "same";
+            a.data->ToDoS()->Add(todo);
+        }
+        a.store.save();
+        QVERIFY(a.syncOnce());
+        QCOMPARE(a.store.pendingCount(), 0);
+        QSet<QString> uids;
+        for (const auto &s : *a.data->Schedules())
+            if (s->SeriesKey.isEmpty())
+                uids << s->Tag;
+        for (const auto &t : *a.data->ToDoS())
+            uids << t->Tag;
+        QCOMPARE(uids.size(), 4);
+        QCOMPARE(a.find("moved once")->Tag, a.find("weekly")->Tag);
+        QVERIFY(b.syncOnce());
+        QCOMPARE(b.contents(), a.contents());
+        QCOMPARE(a.stored(), Peer::contents(*a.data, true));
+    }
+
     // What a person does in the control on one device (a deletion, its undo and
     // its redo) reaches the other device through the store's queue.
     void throughTheControl()

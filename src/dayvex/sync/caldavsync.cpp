@@ -249,6 +249,48 @@ public:
 
     // ---- the local side
 
+    // A UID names one resource: one appointment, with a series' changed
+    // occurrences, or one to-do; a server refuses two under one. Records that
+    // share one (an import of a copy with another start, a host's own UIDs)
+    // each get a UID of their own but the first, and go up as new.
+    void separateSharedUids()
+    {
+        SyncLedger::SyncCommit renamed;
+        QSet<QString> taken;
+        const auto own = [&](const QString &uid, char kind, const QString &key) {
+            if (uid.isEmpty() || key.isEmpty())
+                return QString();
+            if (!taken.contains(uid)) {
+                taken.insert(uid);
+                return QString();
+            }
+            const QString fresh = newUid();
+            renamed.queued.push_back({0, kind, key, fresh, QString(), false});
+            return fresh;
+        };
+        auto schedules = data->Schedules();
+        for (const auto &s : *schedules) {
+            if (!s->SeriesKey.isEmpty() && schedules->find(s->SeriesKey))
+                continue; // under its series' UID
+            const QString fresh = own(s->Tag, 'S', s->Key);
+            if (fresh.isEmpty())
+                continue;
+            s->Tag = fresh;
+            for (const auto &occurrence : *schedules)
+                if (occurrence->SeriesKey.compare(s->Key, Qt::CaseInsensitive) == 0)
+                    occurrence->Tag = fresh;
+        }
+        for (const auto &t : *data->ToDoS()) {
+            if (const QString fresh = own(t->Tag, 'T', t->Key); !fresh.isEmpty())
+                t->Tag = fresh;
+        }
+        if (renamed.queued.empty())
+            return;
+        qCInfo(syncLog) << renamed.queued.size() << "records shared a UID with another: they have their own now";
+        store.commitSync(renamed);
+        data->markChanged();
+    }
+
     void buildIndex()
     {
         scheduleKeys.clear();
@@ -603,6 +645,7 @@ public:
                 return;
             try {
                 store.save(); // the host's own unsaved changes are queued first
+                separateSharedUids();
                 buildIndex();
             } catch (const Error &error) {
                 fail(error.description(), false);
