@@ -287,6 +287,45 @@ private slots:
         QVERIFY(b.syncOnce());
         QCOMPARE(b.contents(), a.contents());
         QCOMPARE(a.stored(), Peer::contents(*a.data, true));
+
+        // A host's dates that no second can name go through a sync as well; a
+        // record iCalendar cannot hold stays here, its last version on the
+        // server, and stops nothing else.
+        a.add("odd", monday)->ReminderDate = Date(std::nan(""));
+        a.find("copy")->EndDate = Date(std::numeric_limits<double>::infinity());
+        a.find("weekly")->Description = "weekly, renamed";
+        a.store.save();
+        QVERIFY2(a.syncOnce(), qPrintable(a.sync.status().text()));
+        QCOMPARE(a.store.pendingCount(), 0);
+        QVERIFY(b.syncOnce());
+        QVERIFY(b.find("odd") && b.find("weekly, renamed"));
+        QCOMPARE(b.find("copy")->EndDate, monday.addDays(1).addMinutes(60));
+    }
+
+    // A resource the server will not take (an import kept a to-do's DURATION
+    // beside its DUE) is named to the host and stays here; the rest goes up,
+    // and the to-do once changed goes up too.
+    void refusedResource()
+    {
+        Peer a(*server), b(*server);
+        const QByteArray file = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//x//EN\r\nBEGIN:VTODO\r\nUID:bad-todo\r\n"
+                                "SUMMARY:both\r\nDUE:20270301T090000Z\r\nDURATION:PT45M\r\nEND:VTODO\r\nEND:VCALENDAR\r\n";
+        QVERIFY(importICalendarData(file, *a.data).fileRead);
+        a.store.save();
+        a.add("fine", at(2027, 3, 1, 9));
+        QSignalSpy refused(&a.sync, &CalDavSync::uploadRefused);
+        QVERIFY2(a.syncOnce(), qPrintable(a.sync.status().text()));
+        QCOMPARE(refused.size(), 1);
+        QCOMPARE(refused.first().first().toString(), QStringLiteral("bad-todo"));
+        QCOMPARE(a.store.pendingCount(), 0);
+        QVERIFY(b.syncOnce());
+        QCOMPARE(b.contents(), QStringList{"fine"});
+
+        a.data->ToDoS()->Item(1)->Extra.clear();
+        a.store.save();
+        QVERIFY(a.syncOnce());
+        QVERIFY(b.syncOnce());
+        QCOMPARE(b.contents(), (QStringList{"fine", "todo:both"}));
     }
 
     // What a person does in the control on one device (a deletion, its undo and

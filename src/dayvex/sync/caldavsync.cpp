@@ -9,6 +9,7 @@
 
 #include <QCryptographicHash>
 #include <algorithm>
+#include <cmath>
 #include <QLocale>
 #include <QPointer>
 #include <QMetaProperty>
@@ -102,9 +103,12 @@ QString fieldsText(const T &record)
         if (name == QLatin1String("Key") || name == QLatin1String("SeriesKey") || name == QLatin1String("Extra"))
             continue;
         const QVariant value = property.readOnGadget(&record);
-        if (value.metaType() == QMetaType::fromType<Date>())
-            out << QString::number(qRound64(value.value<Date>().value() * 86400.0));
-        else
+        if (value.metaType() == QMetaType::fromType<Date>()) {
+            // A host's NaN, infinite or far-off date has no second: its value stands.
+            const double seconds = value.value<Date>().value() * 86400.0;
+            out << (std::abs(seconds) < 9e18 ? QString::number(qRound64(seconds))
+                                              : QString::number(value.value<Date>().value(), 'g', 17));
+        } else
             out << value.toString();
     }
     return out.join(QChar(0x1f));
@@ -1013,6 +1017,16 @@ public:
             headers.push_back({"Content-Type", "text/calendar; charset=utf-8"});
             body = exportResource(uid);
             print = localFingerprint(uid);
+            if (!body.contains("BEGIN:VEVENT") && !body.contains("BEGIN:VTODO")) {
+                // Not one of its records can be written (a date outside the years
+                // 100 to 9999): the server keeps what it had, the rest goes on,
+                // and a later change of the records goes up.
+                qCWarning(syncLog) << "kept on this device only: the records of" << uid << "cannot be written";
+                batch.done.push_back(seq);
+                if (flushed())
+                    pushNext(id);
+                return;
+            }
         }
         transport.send(keep ? "PUT" : "DELETE", member(href), headers, body,
                        guarded([this, id, uid, seq, href, keep, afterConflict, print](Result result) {
@@ -1020,6 +1034,18 @@ public:
                                return;
                            if ((result.status == 412 || (result.status == 404 && !keep)) && !afterConflict) {
                                conflictOnUpload(id, uid, seq, href);
+                               return;
+                           }
+                           if (refusedContent(result.status)) {
+                               // The server will not take these records as they are: they
+                               // stay here, the server keeps what it had, the rest goes on.
+                               const QString why = QStringLiteral("the server answered %1").arg(result.status);
+                               qCWarning(syncLog) << "the server refused the records of" << uid << ":" << why;
+                               emit q->uploadRefused(uid, why);
+                               settled.insert(uid, std::max(settled.value(uid, -1), queue.empty() ? seq : queue.back().seq));
+                               batch.done.push_back(seq);
+                               if (flushed())
+                                   pushNext(id);
                                return;
                            }
                            if (failedRequest(result))
@@ -1038,6 +1064,12 @@ public:
                                return;
                            pushNext(id);
                        }));
+    }
+
+    // A server's answer about what was sent, not about the server: sending it again changes nothing.
+    static bool refusedContent(int status)
+    {
+        return status == 400 || status == 403 || status == 409 || status == 413 || status == 415 || status == 422;
     }
 
     void conflictOnUpload(quint64 id, const QString &uid, qint64 seq, const QString &href)

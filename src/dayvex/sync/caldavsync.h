@@ -156,6 +156,11 @@ signals:
     void statusChanged(const dayvex::SyncStatus &status);
     /// A sync ended, well or not (see status()); records may have changed.
     void syncFinished(bool ok);
+    /// The server refused the records of uid as they are (an invalid or too
+    /// large resource, a calendar it will not write): they stay on this device
+    /// only, the server keeps what it had, and the sync goes on with the rest.
+    /// A later change of those records is sent again.
+    void uploadRefused(const QString &uid, const QString &reason);
 
 private:
     class Impl;
