@@ -302,6 +302,26 @@ private slots:
         QCOMPARE(b.find("copy")->EndDate, monday.addDays(1).addMinutes(60));
     }
 
+    // A changed occurrence whose series the host removed on its own still
+    // shows, so it goes up on its own, before a first sync or after.
+    void orphanOccurrence()
+    {
+        Peer a(*server), b(*server);
+        const Date monday = at(2027, 3, 1, 9);
+        for (const QString &name : {QStringLiteral("before"), QStringLiteral("after")}) {
+            auto series = a.add(name, monday, "FREQ=DAILY;COUNT=3");
+            addOverride(a, series, monday.addDays(1), name + " moved");
+            if (name == "after")
+                QVERIFY(a.syncOnce());
+            a.data->Schedules()->Remove(series->Key);
+            a.store.save();
+        }
+        QVERIFY(a.syncOnce());
+        QCOMPARE(a.store.pendingCount(), 0);
+        QVERIFY(b.syncOnce());
+        QCOMPARE(b.contents(), (QStringList{"after moved", "before moved"}));
+    }
+
     // A resource the server will not take (an import kept a to-do's DURATION
     // beside its DUE) is named to the host and stays here; the rest goes up,
     // and the to-do once changed goes up too.

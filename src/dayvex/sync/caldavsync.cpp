@@ -340,6 +340,14 @@ public:
             if (const auto s = schedules->find(key))
                 one.Schedules()->restore(std::make_shared<Schedule>(*s), s->Key);
         }
+        // A changed occurrence whose series is gone shows as an appointment of
+        // its own, and goes up as one: a server refuses an occurrence alone.
+        for (const auto &s : *one.Schedules()) {
+            if (!s->SeriesKey.isEmpty() && !one.Schedules()->find(s->SeriesKey)) {
+                s->SeriesKey.clear();
+                s->RecurrenceId = Date();
+            }
+        }
         auto todos = data->ToDoS();
         for (const QString &key : todoKeys.value(uid)) {
             if (const auto t = todos->find(key))
@@ -793,9 +801,10 @@ public:
                 forget(href);
         }
         if (first) {
-            for (const auto &s : *data->Schedules()) {
-                if (s->Key.isEmpty() || !s->SeriesKey.isEmpty())
-                    continue;
+            auto schedules = data->Schedules();
+            for (const auto &s : *schedules) {
+                if (s->Key.isEmpty() || (!s->SeriesKey.isEmpty() && schedules->find(s->SeriesKey)))
+                    continue; // a changed occurrence goes up with its series
                 if (s->Tag.isEmpty() || !byUid.contains(s->Tag))
                     batch.queued.push_back({0, 'S', s->Key, s->Tag, QString(), false});
             }
@@ -943,6 +952,8 @@ public:
             record = nullptr; // the key holds another record now
         const QString seriesKey = record ? record->SeriesKey : change.seriesKey;
         std::shared_ptr<Schedule> root = seriesKey.isEmpty() ? record : schedules->find(seriesKey);
+        if (!root && record)
+            root = record; // a changed occurrence whose series is gone goes up on its own
         if (!root)
             return seriesKey.isEmpty() ? change.uid : QString();
         if (root->Tag.isEmpty()) {
