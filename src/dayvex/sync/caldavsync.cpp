@@ -295,6 +295,34 @@ public:
         data->markChanged();
     }
 
+    // A record the server has never had and no change of which waits (a
+    // changed occurrence left when its series was removed before it went up)
+    // is queued now: whatever the agenda shows goes up.
+    void queueUnsent()
+    {
+        if (store.syncValue(QStringLiteral("token")).isEmpty())
+            return; // a first sync queues whatever the server lacks
+        QSet<QString> waiting;
+        for (const auto &change : store.pendingChanges())
+            waiting.insert(QLatin1Char(change.kind) + change.key);
+        SyncLedger::SyncCommit unsent;
+        auto schedules = data->Schedules();
+        for (const auto &s : *schedules) {
+            if (s->Key.isEmpty() || (!s->SeriesKey.isEmpty() && schedules->find(s->SeriesKey)))
+                continue; // a changed occurrence goes up with its series
+            if ((s->Tag.isEmpty() || !byUid.contains(s->Tag)) && !waiting.contains(QLatin1Char('S') + s->Key))
+                unsent.queued.push_back({0, 'S', s->Key, s->Tag, QString(), false});
+        }
+        for (const auto &t : *data->ToDoS()) {
+            if (!t->Key.isEmpty() && (t->Tag.isEmpty() || !byUid.contains(t->Tag)) && !waiting.contains(QLatin1Char('T') + t->Key))
+                unsent.queued.push_back({0, 'T', t->Key, t->Tag, QString(), false});
+        }
+        if (unsent.queued.empty())
+            return;
+        qCInfo(syncLog) << unsent.queued.size() << "records the server never had are queued";
+        store.commitSync(unsent);
+    }
+
     void buildIndex()
     {
         scheduleKeys.clear();
@@ -659,6 +687,7 @@ public:
                 store.save(); // the host's own unsaved changes are queued first
                 separateSharedUids();
                 buildIndex();
+                queueUnsent();
             } catch (const Error &error) {
                 fail(error.description(), false);
                 return;
