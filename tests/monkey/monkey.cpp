@@ -4,7 +4,7 @@
 // undo and redo, iCalendar imports, editors, menus, pop-ups and reminder ticks,
 // over a plan kept in a LocalStore, drawn from one seed so that a failing run replays.
 //
-//   dayvex_monkey [--seed S] [--steps N] [--cancelling] [--trace]
+//   dayvex_monkey [--seed S] [--steps N] [--cancelling] [--sync] [--trace]
 //
 // After every step: no crash and no sanitizer finding (the build aborts on one);
 // a drag cancelled with Esc or let go outside changed nothing; an undo right
@@ -13,6 +13,19 @@
 // the end the store, reopened, holds the plan's records, and after a Refresh the
 // alarm list is the one the records ask for. With --cancelling the host cancels
 // every "Before" event and every reminder, and its records must stay exactly as they were.
+//
+// With --sync the plan is also synced with a Radicale started here, which the
+// monkey syncs with, stops, starts again, pauses for a while and cancels at
+// random. Every 500 steps and at the end a sync is let settle, with the server
+// up; the server then holds the plan's records, each as the plan would send it.
+// Nothing but this sync writes to that server, so a conflict is a finding.
+// The checks of an undo and of a cancelling host skip the steps a sync ran in.
+
+#include <radicale.h>
+
+#include <dayvex/exchange/icalendar.h>
+#include <dayvex/sync/caldavsync.h>
+#include <dayvex/sync/secretstore.h>
 
 #include <dayvextest.h>
 
@@ -21,13 +34,17 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateEdit>
+#include <QDir>
+#include <QEventLoop>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPlainTextEdit>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QUndoStack>
+#include <QTimer>
 #include <QWheelEvent>
 
 #include <cmath>
@@ -44,7 +61,7 @@ namespace {
 class Monkey : public QObject
 {
 public:
-    Monkey(quint64 seed, int steps, bool cancelling, bool trace)
+    Monkey(quint64 seed, int steps, bool cancelling, bool sync, bool trace)
         : m_random(seed), m_seed(seed), m_steps(steps), m_cancelling(cancelling), m_trace(trace)
     {
         m_now = QDateTime(QDate(2026, 11, 16), QTime(8, 55));
@@ -59,6 +76,8 @@ public:
         fill();
         m_store = std::make_unique<LocalStore>(m_plan);
         m_store->open(m_dir.filePath("agenda.sqlite"));
+        if (sync)
+            startSync();
         m_control = std::make_unique<zntDayvex>();
         m_control->setPlan(m_plan);
         m_control->setGlobalAlarmsEnable(false); // ticks come from the monkey, in step
@@ -84,11 +103,17 @@ public:
         postStep();
         qApp->exec();
         closeEverything();
+        if (m_sync)
+            checkServer(m_done);
         checkStore(m_done);
         std::printf("dayvex_monkey: seed %llu, %d steps, %s host: no finding (checked: %d undos, %d undo-redo runs, "
                     "%d cancelled drags, %d stores, %d alarm lists)\n",
                     static_cast<unsigned long long>(m_seed), m_done, m_cancelling ? "cancelling" : "random",
                     m_checked[0], m_checked[1], m_checked[2], m_checked[3], m_checked[4]);
+        if (m_sync)
+            std::printf("dayvex_monkey: %d syncs ended well and %d did not; %d server restarts, %d pauses; %d settled "
+                        "syncs compared with the server; %lld resources refused by it\n",
+                        m_syncs[0], m_syncs[1], m_serverRestarts, m_serverPauses, m_checked[5], qint64(m_refused.size()));
         return 0;
     }
 
@@ -220,6 +245,201 @@ private:
             t.Priority = qint16(pick(3) ? pick(5) : -32768);
         else
             (chance(2) ? t.DueTo : t.ReminderDate) = oddDate();
+    }
+
+    // ---- the server ----
+
+    void startSync()
+    {
+        m_server = std::make_unique<Radicale>();
+        startServer();
+        m_sync = std::make_unique<CalDavSync>(*m_store, m_plan, iCalendarResources());
+        m_sync->setSecretStore(std::make_shared<MemorySecretStore>());
+        m_sync->setAccount({m_server->server(), m_server->user});
+        m_sync->usePassword(m_server->password);
+        m_sync->setRetryDelays(std::chrono::milliseconds(200), std::chrono::seconds(2));
+        m_sync->setCalendar(m_server->calendar());
+        connect(m_sync.get(), &CalDavSync::statusChanged, this, [this] { ++m_syncEvents; });
+        connect(m_sync.get(), &CalDavSync::syncFinished, this, [this](bool ok) {
+            ++m_syncEvents;
+            ++m_syncs[ok ? 0 : 1];
+        });
+        connect(m_sync.get(), &CalDavSync::uploadRefused, this, [this](const QString &uid) { m_refused.insert(uid); });
+        connect(m_sync.get(), &CalDavSync::conflict, this, [this](SyncConflict &conflict) {
+            fail("a conflict, with no one but this sync writing to the server", QString::fromUtf8(conflict.server),
+                 QString::fromUtf8(conflict.local));
+        }, Qt::DirectConnection);
+    }
+
+    void startServer()
+    {
+        for (int attempt = 0; attempt < 3; ++attempt)
+            if (m_server->start())
+                return;
+        fail("radicale did not start");
+    }
+
+    // A sync now, or the server stopped, started again, paused for up to two
+    // seconds (a slow server), or the sync under way cancelled.
+    void server()
+    {
+        switch (pick(8)) {
+        case 0: case 1: case 2: case 3: m_sync->syncNow(); break;
+        case 4:
+            if (!m_paused && m_server->isRunning()) {
+                ++m_serverPauses;
+                m_server->pause(m_paused = true);
+                QTimer::singleShot(100 + pick(2000), this, [this] {
+                    if (std::exchange(m_paused, false))
+                        m_server->pause(false);
+                });
+            }
+            break;
+        case 5: m_paused = false; m_server->stop(); break;
+        case 6:
+            if (!m_server->isRunning()) {
+                ++m_serverRestarts;
+                startServer();
+            }
+            break;
+        default: m_sync->cancel(); break;
+        }
+    }
+
+    bool syncing() const { return m_sync && m_sync->status().state == SyncStatus::State::Syncing; }
+
+    // With the server up, syncs until one ends well with nothing left to send,
+    // the steps held meanwhile; then the server holds the plan's records.
+    void checkServer(int number)
+    {
+        m_step = number;
+        if (std::exchange(m_paused, false))
+            m_server->pause(false);
+        if (!m_server->isRunning()) {
+            ++m_serverRestarts;
+            startServer();
+        }
+        m_settling = true;
+        bool settled = false;
+        for (int attempt = 0; attempt < 5 && !settled; ++attempt) {
+            QEventLoop wait;
+            bool ok = false;
+            const auto done = connect(m_sync.get(), &CalDavSync::syncFinished, &wait, [&](bool good) {
+                ok = good;
+                wait.quit();
+            });
+            QTimer::singleShot(120000, &wait, &QEventLoop::quit);
+            m_sync->syncNow();
+            wait.exec();
+            disconnect(done);
+            settled = ok && m_store->pendingCount() == 0 && !syncing();
+        }
+        m_settling = false;
+        if (!settled)
+            fail("no sync ended well with the server up", QString(), m_sync->status().text());
+        ++m_checked[5];
+        // A resource none of whose records iCalendar can hold (a date outside
+        // the years 100 to 9999), or one the server refused (an imported
+        // to-do's DURATION beside its DUE), stays on this side, the server
+        // keeping what it had.
+        std::map<QString, QStringList> held = serverRecords(), plan = planAsSent();
+        for (auto it = plan.begin(); it != plan.end();)
+            it = it->second.isEmpty() || m_refused.contains(it->first) ? (held.erase(it->first), plan.erase(it)) : std::next(it);
+        for (const QString &uid : m_refused)
+            held.erase(uid);
+        if (held != plan) {
+            // Only what differs, resource by resource.
+            QStringList inPlan, onServer;
+            for (const auto &[uid, records] : plan)
+                if (!held.count(uid) || held[uid] != records)
+                    inPlan << uid + ": " + records.join(" || ");
+            for (const auto &[uid, records] : held)
+                if (!plan.count(uid) || plan[uid] != records)
+                    onServer << uid + ": " + records.join(" || ");
+            fail("after a settled sync the server holds other records than the plan", inPlan.join('\n'),
+                 onServer.join('\n'));
+        }
+    }
+
+    // Records as the comparisons with the server see them: their keys are the
+    // plan's own and go nowhere, so they are left out; sorted.
+    // The lines kept from a file come back in the server's order: not compared.
+    template <typename Record>
+    static QString sentFieldsOf(Record record)
+    {
+        static const QRegularExpression keys(QStringLiteral("(^|\\|)(Key|SeriesKey)=[^|]*"));
+        QStringList kept = record.Extra.split('\n');
+        kept.sort();
+        record.Extra = kept.join('\n');
+        return fieldsOf(record).replace(keys, QStringLiteral("\\1\\2"));
+    }
+    static QStringList sentFields(DayvexData &data)
+    {
+        QStringList lines;
+        for (const auto &s : *data.Schedules())
+            lines << QStringLiteral("S ") + sentFieldsOf(*s) + (s->SeriesKey.isEmpty() ? "" : " (changed occurrence)");
+        for (const auto &t : *data.ToDoS())
+            lines << QStringLiteral("T ") + sentFieldsOf(*t);
+        lines.sort();
+        return lines;
+    }
+
+    // The server's resources by UID, read from its storage folder.
+    std::map<QString, QStringList> serverRecords()
+    {
+        const ResourceCodec codec = iCalendarResources();
+        const QDir folder(m_server->folder() + "/collections/collection-root/" + m_server->user + "/work");
+        std::map<QString, QStringList> out;
+        for (const QString &name : folder.entryList(QDir::Files)) {
+            QFile file(folder.filePath(name));
+            DayvexData read;
+            QString why;
+            if (!file.open(QIODevice::ReadOnly) || !codec.read(file.readAll(), read, why))
+                fail("the server holds a resource that cannot be read", name, why);
+            const QString uid = read.Schedules()->Count() ? read.Schedules()->Item(1)->Tag
+                                : read.ToDoS()->Count()   ? read.ToDoS()->Item(1)->Tag
+                                                          : name;
+            if (out.count(uid))
+                fail("the server holds two resources of one UID", uid);
+            out[uid] = sentFields(read);
+        }
+        return out;
+    }
+
+    // Each resource of the plan (a record, or a series with its changed
+    // occurrences, by UID) written and read back as the sync would send it.
+    std::map<QString, QStringList> planAsSent()
+    {
+        const ResourceCodec codec = iCalendarResources();
+        std::map<QString, std::shared_ptr<DayvexData>> resources;
+        const auto resource = [&](const QString &uid, const QString &record) -> DayvexData & {
+            if (uid.isEmpty())
+                fail("after a settled sync a record has no UID: it never went to the server", QString(), record);
+            auto &data = resources[uid];
+            if (!data)
+                data = std::make_shared<DayvexData>();
+            return *data;
+        };
+        for (const auto &s : *m_plan->Schedules()) {
+            const auto series = s->SeriesKey.isEmpty() ? nullptr : m_plan->Schedules()->find(s->SeriesKey);
+            auto copy = std::make_shared<Schedule>(*s);
+            if (!series && !s->SeriesKey.isEmpty()) { // its series gone: an appointment of its own
+                copy->SeriesKey.clear();
+                copy->RecurrenceId = Date();
+            }
+            resource(series ? series->Tag : s->Tag, fieldsOf(*s)).Schedules()->restore(copy, s->Key);
+        }
+        for (const auto &t : *m_plan->ToDoS())
+            resource(t->Tag, fieldsOf(*t)).ToDoS()->restore(std::make_shared<ToDo>(*t), t->Key);
+        std::map<QString, QStringList> out;
+        for (auto &[uid, records] : resources) {
+            DayvexData read;
+            QString why;
+            if (!codec.read(codec.write(*records), read, why))
+                fail("a resource of the plan cannot be read back", uid, why);
+            out[uid] = sentFields(read);
+        }
+        return out;
     }
 
     // ---- the user ----
@@ -586,11 +806,12 @@ private:
     // The actions of the rolls that may change a record at once, in the step
     // itself (a key, a drag, a series edit, a command): their undo is checked.
     static bool changing(int roll) { return (roll >= 3 && roll <= 8) || roll == 16; }
+    int weights() const { return m_sync ? 23 : 22; }
 
     void act(int roll)
     {
         QWidget *window = activeWindow();
-        // Each action as often as its weight says, out of 22.
+        // Each action as often as its weight says, out of weights().
         const std::pair<int, std::function<void()>> actions[] = {
             {3, [&] { mouse(window); }},
             {2, [&] { key(window); }},
@@ -614,7 +835,8 @@ private:
             {1, [&] {
                  if (auto *grid = m_control->findChild<QAbstractScrollArea *>("Lista"))
                      grid->verticalScrollBar()->setValue(pick(grid->verticalScrollBar()->maximum() + 1));
-             }}};
+             }},
+            {m_sync ? 1 : 0, [&] { server(); }}};
         for (const auto &[weight, action] : actions) {
             if ((roll -= weight) < 0)
                 return action();
@@ -630,6 +852,10 @@ private:
 
     void step()
     {
+        if (m_settling) { // a sync settling for a check: the steps wait
+            QTimer::singleShot(20, this, [this] { step(); });
+            return;
+        }
         if (m_done >= m_steps) {
             closeEverything(); // lets waiting commands return
             // A step still under way may open another editor as it returns (a
@@ -648,10 +874,16 @@ private:
         // of its own on top of a stack that had nothing to redo (a push drops what there was to
         // redo); in one of two the host changes and takes over nothing. A cancelling host vetoes
         // every change, undos too: the check after every step covers it.
-        const int roll = pick(22);
+        const int roll = pick(weights());
         const QUndoStack *stack = m_control->undoStack();
         const int count = stack->count();
-        const bool watched = !m_cancelling && changing(roll) && stack->index() == count;
+        // What a sync brings changes records too: the steps it runs in are not compared.
+        if (syncing() || m_syncEvents != m_baselineEvents) {
+            m_baselineEvents = m_syncEvents;
+            m_before = m_cancelling ? contents(*m_plan) : m_before;
+        }
+        const bool quietSync = !syncing();
+        const bool watched = !m_cancelling && changing(roll) && stack->index() == count && quietSync;
         const QString before = watched ? records() : QString();
         const int changes = m_hostChanges;
         const bool wasQuiet = std::exchange(m_quiet, m_quiet || (watched && chance(2)));
@@ -666,11 +898,18 @@ private:
         m_step = number;
         if (std::exchange(m_savedChanges, m_hostChanges) != m_hostChanges)
             m_store->save(); // the host's own changes; the control's are in the store already
-        if (!before.isNull() && m_hostChanges == changes && m_done == number && stack->count() == count + 1
+        const bool synced = !quietSync || syncing() || m_syncEvents != m_baselineEvents;
+        if (!before.isNull() && !synced && m_hostChanges == changes && m_done == number && stack->count() == count + 1
             && stack->index() == count + 1)
             checkUndo(before);
+        if (synced) {
+            m_baselineEvents = m_syncEvents;
+            m_before = m_cancelling ? contents(*m_plan) : m_before;
+        }
         if (const QString now = m_cancelling ? contents(*m_plan) : QString(); now != (m_cancelling ? m_before : QString()))
             fail("a cancelling host's records changed", m_before, now);
+        if (m_sync && m_depth == 0 && number % 500 == 0)
+            checkServer(number);
         if (m_depth == 0 && number % 100 == 0)
             checkStore(number);
     }
@@ -741,13 +980,24 @@ private:
     bool m_quiet = false; // the host changes and takes over nothing: what records become is the control's doing
     int m_hostChanges = 0; // changes the host made itself, which the store gets by a save
     int m_savedChanges = 0;
-    int m_checked[5] = {}; // how often each check ran, as the last line says
+    int m_checked[6] = {}; // how often each check ran, as the last lines say
     QDateTime m_now;
     QTemporaryDir m_dir;
     std::shared_ptr<DayvexData> m_plan;
     std::unique_ptr<LocalStore> m_store;
     std::unique_ptr<zntDayvex> m_control;
     QString m_before;
+    // With --sync:
+    std::unique_ptr<Radicale> m_server;
+    std::unique_ptr<CalDavSync> m_sync;
+    bool m_paused = false;   // the server's process stopped for a while
+    bool m_settling = false; // a check waits for a sync: no steps meanwhile
+    int m_syncEvents = 0;    // the sync's signals so far
+    int m_baselineEvents = 0;
+    int m_syncs[2] = {};     // syncs that ended well, and not
+    int m_serverRestarts = 0;
+    int m_serverPauses = 0;
+    QSet<QString> m_refused; // UIDs whose records the server would not take
 };
 
 } // namespace
@@ -770,6 +1020,7 @@ int main(int argc, char **argv)
     quint64 seed = 1;
     int steps = 1000;
     bool cancelling = false;
+    bool sync = false;
     bool trace = false;
     for (int i = 1; i < argc; ++i) {
         if (!std::strcmp(argv[i], "--seed") && i + 1 < argc)
@@ -778,9 +1029,15 @@ int main(int argc, char **argv)
             steps = QByteArray(argv[++i]).toInt();
         else if (!std::strcmp(argv[i], "--cancelling"))
             cancelling = true;
+        else if (!std::strcmp(argv[i], "--sync"))
+            sync = true;
         else if (!std::strcmp(argv[i], "--trace"))
             trace = showMessages = true;
     }
-    Monkey monkey(seed, steps, cancelling, trace);
+    if (sync && Radicale::executable().isEmpty()) {
+        std::fprintf(stderr, "dayvex_monkey: radicale is missing (sudo apt-get install radicale): skipped\n");
+        return 77;
+    }
+    Monkey monkey(seed, steps, cancelling, sync, trace);
     return monkey.run();
 }

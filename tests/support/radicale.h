@@ -88,6 +88,15 @@ public:
         m_process.waitForFinished(5000);
     }
 
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
+
+    // A server that stops answering for a while (paused) and then goes on as it was.
+    void pause(bool paused)
+    {
+        if (isRunning())
+            ::kill(-pid_t(m_process.processId()), paused ? SIGSTOP : SIGCONT);
+    }
+
 private:
     static void write(const QString &path, const QByteArray &bytes)
     {
