@@ -390,6 +390,26 @@ private slots:
             QCOMPARE(a.stored(), Peer::contents(*a.data, true));
         }
         QCOMPARE(a.contents(), (QStringList{"kept", "typed in the editor"}));
+
+        // A record the sync named for the server since it was typed is still
+        // undone, and redone under the same UID.
+        driver.whenOpen("frmAppuntamento", [](QDialog *editor) {
+            QTest::keyClicks(field<QLineEdit>(editor, "DesApp"), "typed again");
+            press(editor, "Salva");
+        });
+        control->mnNuovo_Click();
+        driver.stop();
+        QVERIFY(b.syncOnce());
+        const QString uid = b.find("typed again")->Tag;
+        for (auto step : {&zntDayvex::undo, &zntDayvex::redo}) {
+            const qsizetype count = b.contents().size();
+            (control.get()->*step)();
+            QCOMPARE(b.contents().size(), count + (step == &zntDayvex::undo ? -1 : 1));
+            QVERIFY(b.syncOnce());
+            QVERIFY(a.syncOnce());
+            QCOMPARE(a.contents(), b.contents());
+        }
+        QCOMPARE(b.find("typed again")->Tag, uid);
     }
 
     void conflict_data()

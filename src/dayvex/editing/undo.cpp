@@ -128,7 +128,16 @@ bool RecordChange<Record>::expected(bool forward) const
     const std::optional<Record> &target = forward ? m_after : m_before;
     const std::shared_ptr<Record> live = Kind<Record>::records(*m_host.editedPlan())->find(expected ? expected->Key
                                                                                                    : target->Key);
-    return bool(live) == expected.has_value() && (!live || sameRecord(*live, *expected));
+    if (bool(live) != expected.has_value())
+        return false;
+    if (!live)
+        return true;
+    // A UID given since (a sync naming the record for its server) is not a
+    // change of the record: the step still applies, and keeps it.
+    Record seen = *live;
+    if (expected->Tag.isEmpty())
+        seen.Tag.clear();
+    return sameRecord(seen, *expected);
 }
 
 template <typename Record>
@@ -172,6 +181,8 @@ bool RecordChange<Record>::ask(bool forward)
     if (!target)
         return !m_host.raiseBefore(K::remove, m_live).Cancel;
     auto proposed = std::make_shared<Record>(*target);
+    if (m_live && proposed->Tag.isEmpty())
+        proposed->Tag = m_live->Tag;
     const BeforeAnswer answer = m_host.raiseBefore(m_live ? K::change : K::add, proposed);
     if (answer.Cancel)
         return false;
@@ -199,6 +210,9 @@ void RecordChange<Record>::apply(bool forward)
     const auto records = K::records(*plan);
     const QChar letter = QLatin1Char(K::letter);
     if (!m_proposed) {
+        // Brought back later, the record comes back under the UID it had.
+        if (std::optional<Record> &left = forward ? m_before : m_after; left && left->Tag.isEmpty())
+            left->Tag = m_live->Tag;
         const QString key = m_live->Key;
         setAlarmQuietly(*plan->Alarms(), letter, key, Date());
         records->Remove(key);
