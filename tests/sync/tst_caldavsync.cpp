@@ -474,6 +474,37 @@ private slots:
         QCOMPARE(a.contents(), b.contents());
     }
 
+    // An upload whose answer never came (the server stopped, the sync was
+    // cancelled): the record's UID was in the store before it went, and what the
+    // server then holds is this side's own, not a conflict.
+    void answerLost()
+    {
+        Peer a(*server), b(*server);
+        a.add("first", at(2027, 3, 1, 9));
+        QStringList storedAtPut;
+        a.network.onReply = [&](QNetworkReply *reply) {
+            if (reply->operation() == QNetworkAccessManager::PutOperation
+                || reply->request().attribute(QNetworkRequest::CustomVerbAttribute).toByteArray() == "PUT")
+                storedAtPut << a.stored();
+        };
+        QVERIFY(a.syncOnce());
+        QCOMPARE(storedAtPut.size(), 1);
+        QVERIFY2(!storedAtPut[0].startsWith("first  "), qPrintable(storedAtPut[0])); // "first UID start"
+        QVERIFY(b.syncOnce());
+        // b sends what a then changes alike, as if a's own upload had gone through unanswered.
+        for (Peer *peer : {&b, &a}) {
+            peer->find("first")->Description = "changed";
+            peer->store.save();
+        }
+        QVERIFY(b.syncOnce());
+        int conflicts = 0;
+        connect(&a.sync, &CalDavSync::conflict, this, [&] { ++conflicts; });
+        QVERIFY(a.syncOnce());
+        QCOMPARE(conflicts, 0);
+        QCOMPARE(a.contents(), QStringList{"changed"});
+        QCOMPARE(a.store.pendingCount(), 0);
+    }
+
     // The server stops in the middle of a sync and comes back: nothing is lost,
     // the queue goes up in the order it was made, the retries wait longer each time.
     void serverStopped()

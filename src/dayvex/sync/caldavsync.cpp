@@ -172,6 +172,7 @@ public:
     QHash<QString, QStringList> scheduleKeys, todoKeys; // by UID
     QSet<QString> pendingUids;
     QHash<QString, qint64> settled; // UIDs whose queued changes up to that seq need nothing more
+    QHash<QString, QString> sentPrints; // by UID, the fingerprint of what went up last, answered or not
     qint64 pendingMax = 0;
     SyncLedger::SyncCommit batch;
     int batchCount = 0;
@@ -360,18 +361,19 @@ public:
 
     bool hasLocal(const QString &uid) const { return scheduleKeys.contains(uid) || todoKeys.contains(uid); }
 
-    QByteArray exportResource(const QString &uid)
+    // The records of uid as they go up: copies, in one data of their own.
+    std::unique_ptr<DayvexData> localResource(const QString &uid)
     {
-        DayvexData one;
+        auto one = std::make_unique<DayvexData>();
         auto schedules = data->Schedules();
         for (const QString &key : scheduleKeys.value(uid)) {
             if (const auto s = schedules->find(key))
-                one.Schedules()->restore(std::make_shared<Schedule>(*s), s->Key);
+                one->Schedules()->restore(std::make_shared<Schedule>(*s), s->Key);
         }
         // A changed occurrence whose series is gone shows as an appointment of
         // its own, and goes up as one: a server refuses an occurrence alone.
-        for (const auto &s : *one.Schedules()) {
-            if (!s->SeriesKey.isEmpty() && !one.Schedules()->find(s->SeriesKey)) {
+        for (const auto &s : *one->Schedules()) {
+            if (!s->SeriesKey.isEmpty() && !one->Schedules()->find(s->SeriesKey)) {
                 s->SeriesKey.clear();
                 s->RecurrenceId = Date();
             }
@@ -379,25 +381,14 @@ public:
         auto todos = data->ToDoS();
         for (const QString &key : todoKeys.value(uid)) {
             if (const auto t = todos->find(key))
-                one.ToDoS()->restore(std::make_shared<ToDo>(*t), t->Key);
+                one->ToDoS()->restore(std::make_shared<ToDo>(*t), t->Key);
         }
-        return codec.write(one);
+        return one;
     }
 
-    QString localFingerprint(const QString &uid)
-    {
-        std::vector<const Schedule *> schedules;
-        std::vector<const ToDo *> todos;
-        for (const QString &key : scheduleKeys.value(uid)) {
-            if (const auto s = data->Schedules()->find(key))
-                schedules.push_back(s.get());
-        }
-        for (const QString &key : todoKeys.value(uid)) {
-            if (const auto t = data->ToDoS()->find(key))
-                todos.push_back(t.get());
-        }
-        return fingerprint(schedules, todos);
-    }
+    QByteArray exportResource(const QString &uid) { return codec.write(*localResource(uid)); }
+
+    QString localFingerprint(const QString &uid) { return fingerprintOf(*localResource(uid)); }
 
     void removeLocal(const QString &uid)
     {
@@ -551,6 +542,12 @@ public:
         const QString print = fingerprintOf(incoming);
         if (const auto known = byUid.constFind(uid); known != byUid.cend() && known->href == href && known->fingerprint == print) {
             remember(uid, href, etag, print); // the server rewrote what it was sent: nothing changed there
+            return;
+        }
+        if (hasLocal(uid) && (print == localFingerprint(uid) || print == sentPrints.value(uid))) {
+            // What this side holds or last sent (its answer lost on the way,
+            // the server stopped or the sync cancelled): no change there.
+            remember(uid, href, etag, print);
             return;
         }
         if (pendingUids.contains(uid)) {
@@ -958,6 +955,29 @@ public:
     {
         queue = store.pendingChanges();
         queuePos = 0;
+        // Every record gets its UID, kept in the store, before anything goes
+        // up: a resource sent whose answer never came is found again under
+        // it, and never sent twice under two.
+        const auto untagged = [this] {
+            qsizetype count = 0;
+            for (const auto &s : *data->Schedules())
+                count += s->Tag.isEmpty();
+            for (const auto &t : *data->ToDoS())
+                count += t->Tag.isEmpty();
+            return count;
+        };
+        const qsizetype before = untagged();
+        for (const auto &change : queue)
+            entryUid(change);
+        const bool named = untagged() != before;
+        if (named) {
+            try {
+                store.commitSync({});
+            } catch (const Error &e) {
+                fail(e.description(), false);
+                return;
+            }
+        }
         pushNext(id);
     }
 
@@ -1057,6 +1077,7 @@ public:
             headers.push_back({"Content-Type", "text/calendar; charset=utf-8"});
             body = exportResource(uid);
             print = localFingerprint(uid);
+            sentPrints.insert(uid, print);
             if (!body.contains("BEGIN:VEVENT") && !body.contains("BEGIN:VTODO")) {
                 // Not one of its records can be written (a date outside the years
                 // 100 to 9999): the server keeps what it had, the rest goes on,
