@@ -503,6 +503,17 @@ private slots:
         QCOMPARE(conflicts, 0);
         QCOMPARE(a.contents(), QStringList{"changed"});
         QCOMPARE(a.store.pendingCount(), 0);
+
+        // The same with a removal.
+        QVERIFY(b.syncOnce());
+        for (Peer *peer : {&b, &a}) {
+            peer->data->Schedules()->Remove(peer->find("changed")->Key);
+            peer->store.save();
+        }
+        QVERIFY(b.syncOnce());
+        QVERIFY(a.syncOnce());
+        QCOMPARE(conflicts, 0);
+        QCOMPARE(a.store.pendingCount(), 0);
     }
 
     // The server stops in the middle of a sync and comes back: nothing is lost,

@@ -523,7 +523,8 @@ public:
             return;
         byUid.remove(uid);
         batch.forgotten << uid;
-        if (pendingUids.contains(uid))
+        // Removed on both sides (this side's removal went through unanswered) is no conflict.
+        if (pendingUids.contains(uid) && hasLocal(uid))
             conflicts.push_back({uid, href, QString(), QByteArray()});
         else
             removeLocal(uid);
@@ -540,6 +541,7 @@ public:
         if (uid.isEmpty())
             return;
         const QString print = fingerprintOf(incoming);
+        qCDebug(syncLog) << "received" << uid << "at" << href << etag << (pendingUids.contains(uid) ? "(changed here too)" : "");
         if (const auto known = byUid.constFind(uid); known != byUid.cend() && known->href == href && known->fingerprint == print) {
             remember(uid, href, etag, print); // the server rewrote what it was sent: nothing changed there
             return;
@@ -1093,6 +1095,7 @@ public:
                        guarded([this, id, uid, seq, href, keep, afterConflict, print](Result result) {
                            if (stale(id))
                                return;
+                           qCDebug(syncLog) << (keep ? "PUT" : "DELETE") << uid << "at" << href << "answered" << result.status;
                            if ((result.status == 412 || (result.status == 404 && !keep)) && !afterConflict) {
                                conflictOnUpload(id, uid, seq, href);
                                return;
