@@ -310,8 +310,8 @@ private slots:
         QVERIFY(broken.open(QIODevice::ReadOnly) && conference.open(QIODevice::ReadOnly));
         const QByteArray conferenceBytes = conference.readAll();
         const QStringList notICalendar{"not an iCalendar file"};
-        // second: the description of the one appointment read, when checked
-        const struct { QByteArray bytes; bool fileRead; int appointments; QStringList messages; QString second; } inputs[] = {
+        // second and tag: the description and UID of the one appointment read, when checked
+        const struct { QByteArray bytes; bool fileRead; int appointments; QStringList messages; QString second; QString tag; } inputs[] = {
             {"Subject: minutes\n\nNothing to see.\n", false, 0, notICalendar, {}},
             {QByteArray(), false, 0, notICalendar, {}},
             {QByteArray("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), false, 0, notICalendar, {}},
@@ -320,7 +320,10 @@ private slots:
             {broken.readAll(), true, 306 + 1, {"no DTSTART", "repeats without end", "outside the years 100 to 9999"}, {}},
             {"BEGIN:VCALENDAR\r\nVERSION:2.0\r\nBEGIN:VEVENT\r\nUID:l1\r\nDTSTART:20270301T090000Z\r\n"
              "SUMMARY:Caff\xe8 con Luc\xed" "a\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n",
-             true, 1, {"read as Latin-1"}, QString::fromUtf8("Caffè con Lucía")}};
+             true, 1, {"read as Latin-1"}, QString::fromUtf8("Caffè con Lucía")},
+            // a UID with a bare CR in it, which no other program would keep
+            {"BEGIN:VCALENDAR\r\nVERSION:2.0\r\nBEGIN:VEVENT\r\nUID:u1\rUID:2\x01\r\nDTSTART:20270301T090000Z\r\n"
+             "END:VEVENT\r\nEND:VCALENDAR\r\n", true, 1, {}, {}, "u1UID:2"}};
         for (const auto &input : inputs) {
             DayvexData data;
             data.Schedules()->Add("7", "Rossi", at(2026, 12, 1, 9, 0), at(2026, 12, 1, 10, 0), "", "", "Mine",
@@ -337,6 +340,8 @@ private slots:
             QCOMPARE(data.Schedules()->Item(1)->Description, "Already here");
             if (!input.second.isEmpty())
                 QCOMPARE(data.Schedules()->Item(2)->Description, input.second);
+            if (!input.tag.isEmpty())
+                QCOMPARE(data.Schedules()->Item(2)->Tag, input.tag);
         }
     }
 

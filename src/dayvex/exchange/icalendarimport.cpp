@@ -25,6 +25,15 @@ using namespace ical;
 
 namespace {
 
+// A UID as other programs and servers keep it: a control character a broken
+// file left in one (a bare CR) would not come back from them alike.
+QString uidText(const char *value)
+{
+    QString uid = text(value);
+    uid.removeIf([](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+    return uid;
+}
+
 // A record read from the file, not yet in the data.
 struct PlannedAppointment
 {
@@ -235,7 +244,7 @@ private:
     void readGuarded(icalcomponent *c, const QString &name, Read read)
     {
         m_name = name;
-        m_uid = text(icalcomponent_get_uid(c));
+        m_uid = uidText(icalcomponent_get_uid(c));
         noteFaults(c);
         try {
             read();
@@ -300,7 +309,7 @@ private:
                 continue;
             try {
                 if (const auto id = localTime(c, ICAL_RECURRENCEID_PROPERTY))
-                    m_overridden[text(icalcomponent_get_uid(c))].insert(id->value.value());
+                    m_overridden[uidText(icalcomponent_get_uid(c))].insert(id->value.value());
             } catch (const QString &) {
                 // the override itself is reported when it is read
             }
