@@ -266,6 +266,8 @@ private slots:
         a.store.save();
         addOverride(a, series, monday.addDays(7), "moved once");
         a.add("copy", monday.addDays(1))->Tag = "same";
+        a.add("ours", monday.addDays(2))->Tag = "x-1@dayvex"; // both would be x-1.ics
+        a.add("theirs", monday.addDays(2))->Tag = "x-1";
         for (const char *what : {"call", "call again"}) {
             ToDo todo;
             todo.Key = a.data->ToDoS()->NewKey();
@@ -282,7 +284,7 @@ private slots:
                 uids << s->Tag;
         for (const auto &t : *a.data->ToDoS())
             uids << t->Tag;
-        QCOMPARE(uids.size(), 4);
+        QCOMPARE(uids.size(), 6);
         QCOMPARE(a.find("moved once")->Tag, a.find("weekly")->Tag);
         QVERIFY(b.syncOnce());
         QCOMPARE(b.contents(), a.contents());

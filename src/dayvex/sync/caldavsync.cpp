@@ -1031,6 +1031,9 @@ public:
         QString path = calendarUrl.path(QUrl::FullyDecoded);
         if (!path.endsWith(QLatin1Char('/')))
             path += QLatin1Char('/');
+        // "x@dayvex" and "x" would share a name: the second one gets its hash.
+        if (const QString taken = uidByHref.value(path + name + QStringLiteral(".ics")); !taken.isEmpty() && taken != uid)
+            name = QString::fromLatin1(QCryptographicHash::hash(uid.toUtf8(), QCryptographicHash::Sha1).toHex());
         return path + name + QStringLiteral(".ics");
     }
 
@@ -1055,6 +1058,8 @@ public:
         const SyncLedger::PendingChange change = queue[queuePos++];
         const QString uid = entryUid(change);
         if (uid.isEmpty() || change.seq <= settled.value(uid, -1) || (!hasLocal(uid) && !byUid.contains(uid))) {
+            qCDebug(syncLog) << "change" << change.seq << change.kind << change.key << (change.removed ? "removed" : "")
+                             << "needs nothing for" << uid;
             batch.done.push_back(change.seq); // nothing on the server to change
             pushNext(id);
             return;
