@@ -276,7 +276,9 @@ private slots:
             a.data->ToDoS()->Add(todo);
         }
         a.store.save();
+        QSignalSpy conflicts(&a.sync, &CalDavSync::conflict);
         QVERIFY(a.syncOnce());
+        QCOMPARE(conflicts.size(), 0);
         QCOMPARE(a.store.pendingCount(), 0);
         QSet<QString> uids;
         for (const auto &s : *a.data->Schedules())
