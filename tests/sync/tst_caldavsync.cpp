@@ -304,6 +304,12 @@ private slots:
         QVERIFY(b.syncOnce());
         QVERIFY(b.find("odd") && b.find("weekly, renamed"));
         QCOMPARE(b.find("copy")->EndDate, monday.addDays(1).addMinutes(60));
+        // Removed here later, it goes from the server too.
+        a.data->Schedules()->Remove(a.find("copy")->Key);
+        a.store.save();
+        QVERIFY(a.syncOnce());
+        QVERIFY(b.syncOnce());
+        QVERIFY(!b.find("copy"));
     }
 
     // A changed occurrence whose series the host removed on its own still

@@ -261,13 +261,20 @@ public:
     void separateSharedUids()
     {
         SyncLedger::SyncCommit renamed;
-        QSet<QString> taken;
+        QHash<QString, SyncLedger::PendingChange> holder; // by UID, the record that keeps it
         const auto own = [&](const QString &uid, char kind, const QString &key) {
             if (uid.isEmpty() || key.isEmpty())
                 return QString();
-            if (!taken.contains(uid)) {
-                taken.insert(uid);
+            const auto first = holder.find(uid);
+            if (first == holder.end()) {
+                holder.insert(uid, {0, kind, key, uid, QString(), false});
                 return QString();
+            }
+            // The one that keeps the UID goes up again too: its resource may
+            // still hold the other one.
+            if (first->seq == 0) {
+                renamed.queued.push_back(*first);
+                first->seq = 1;
             }
             const QString fresh = newUid();
             renamed.queued.push_back({0, kind, key, fresh, QString(), false});
@@ -324,7 +331,8 @@ public:
         store.commitSync(unsent);
     }
 
-    void buildIndex()
+    // The keys of the records of each UID.
+    void indexRecords()
     {
         scheduleKeys.clear();
         todoKeys.clear();
@@ -338,6 +346,12 @@ public:
             if (!t->Tag.isEmpty() && !t->Key.isEmpty())
                 todoKeys[t->Tag] << t->Key;
         }
+    }
+
+    void buildIndex()
+    {
+        indexRecords();
+        auto schedules = data->Schedules();
         byUid.clear();
         uidByHref.clear();
         for (const auto &resource : store.syncedResources()) {
@@ -392,6 +406,7 @@ public:
 
     void removeLocal(const QString &uid)
     {
+        qCDebug(syncLog) << "removed here, as the server did:" << uid;
         auto schedules = data->Schedules();
         for (const QString &key : scheduleKeys.take(uid)) {
             if (schedules->find(key))
@@ -955,6 +970,14 @@ public:
 
     void push(quint64 id)
     {
+        // Records added while the calendar came down (an import) may share a UID too.
+        try {
+            separateSharedUids();
+        } catch (const Error &e) {
+            fail(e.description(), false);
+            return;
+        }
+        indexRecords();
         queue = store.pendingChanges();
         queuePos = 0;
         // Every record gets its UID, kept in the store, before anything goes
