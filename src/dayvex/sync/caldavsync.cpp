@@ -983,6 +983,14 @@ public:
         // Every record gets its UID, kept in the store, before anything goes
         // up: a resource sent whose answer never came is found again under
         // it, and never sent twice under two.
+        if (nameQueued())
+            pushNext(id);
+    }
+
+    // Gives each record of the queue its UID and keeps them in the store
+    // before any of them is sent; false when the store refused, and the sync has failed.
+    bool nameQueued()
+    {
         const auto untagged = [this] {
             qsizetype count = 0;
             for (const auto &s : *data->Schedules())
@@ -994,16 +1002,15 @@ public:
         const qsizetype before = untagged();
         for (const auto &change : queue)
             entryUid(change);
-        const bool named = untagged() != before;
-        if (named) {
-            try {
-                store.commitSync({});
-            } catch (const Error &e) {
-                fail(e.description(), false);
-                return;
-            }
+        if (untagged() == before)
+            return true;
+        try {
+            store.commitSync({});
+        } catch (const Error &e) {
+            fail(e.description(), false);
+            return false;
         }
-        pushNext(id);
+        return true;
     }
 
     // The UID an entry of the queue stands for now, giving a record that has none its own.
@@ -1077,6 +1084,8 @@ public:
                 succeed();
                 return;
             }
+            if (!nameQueued())
+                return;
         }
         const SyncLedger::PendingChange change = queue[queuePos++];
         const QString uid = entryUid(change);
