@@ -514,6 +514,21 @@ private slots:
         QCOMPARE(a.contents(), QStringList{"changed"});
         QCOMPARE(a.store.pendingCount(), 0);
 
+        // A record removed while a sync runs goes from the server as well.
+        a.add("removed meanwhile", at(2027, 3, 2, 9));
+        QVERIFY(a.syncOnce());
+        a.network.onReply = [&](QNetworkReply *) {
+            if (const auto gone = a.find("removed meanwhile")) {
+                a.data->Schedules()->Remove(gone->Key);
+                a.store.save();
+            }
+        };
+        QVERIFY(a.syncOnce());
+        a.network.onReply = {};
+        QVERIFY(a.syncOnce());
+        QVERIFY(b.syncOnce());
+        QVERIFY(!b.find("removed meanwhile"));
+
         // The same with a removal.
         QVERIFY(b.syncOnce());
         for (Peer *peer : {&b, &a}) {

@@ -373,7 +373,19 @@ public:
         settled.clear();
     }
 
-    bool hasLocal(const QString &uid) const { return scheduleKeys.contains(uid) || todoKeys.contains(uid); }
+    // Whether a record of uid is here now: one removed since the index was made is not.
+    bool hasLocal(const QString &uid) const
+    {
+        const auto schedules = data->Schedules();
+        for (const QString &key : scheduleKeys.value(uid))
+            if (const auto s = schedules->find(key); s && uidOf(*schedules, *s) == uid)
+                return true;
+        const auto todos = data->ToDoS();
+        for (const QString &key : todoKeys.value(uid))
+            if (const auto t = todos->find(key); t && t->Tag == uid)
+                return true;
+        return false;
+    }
 
     // The records of uid as they go up: copies, in one data of their own.
     std::unique_ptr<DayvexData> localResource(const QString &uid)
@@ -381,7 +393,7 @@ public:
         auto one = std::make_unique<DayvexData>();
         auto schedules = data->Schedules();
         for (const QString &key : scheduleKeys.value(uid)) {
-            if (const auto s = schedules->find(key))
+            if (const auto s = schedules->find(key); s && uidOf(*schedules, *s) == uid)
                 one->Schedules()->restore(std::make_shared<Schedule>(*s), s->Key);
         }
         // A changed occurrence whose series is gone shows as an appointment of
@@ -394,7 +406,7 @@ public:
         }
         auto todos = data->ToDoS();
         for (const QString &key : todoKeys.value(uid)) {
-            if (const auto t = todos->find(key))
+            if (const auto t = todos->find(key); t && t->Tag == uid)
                 one->ToDoS()->restore(std::make_shared<ToDo>(*t), t->Key);
         }
         return one;
@@ -1084,6 +1096,7 @@ public:
                 succeed();
                 return;
             }
+            indexRecords(); // records added meanwhile (an import) belong to their UIDs too
             if (!nameQueued())
                 return;
         }
