@@ -517,8 +517,10 @@ private slots:
         // A record removed while a sync runs goes from the server as well.
         a.add("removed meanwhile", at(2027, 3, 2, 9));
         QVERIFY(a.syncOnce());
-        a.network.onReply = [&](QNetworkReply *) {
-            if (const auto gone = a.find("removed meanwhile")) {
+        a.add("sent meanwhile", at(2027, 3, 3, 9));
+        a.network.onReply = [&](QNetworkReply *reply) {
+            const auto gone = a.find("removed meanwhile");
+            if (gone && reply->request().attribute(QNetworkRequest::CustomVerbAttribute).toByteArray() == "PUT") {
                 a.data->Schedules()->Remove(gone->Key);
                 a.store.save();
             }
