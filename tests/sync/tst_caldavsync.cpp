@@ -531,6 +531,36 @@ private slots:
         QVERIFY(b.syncOnce());
         QVERIFY(!b.find("removed meanwhile"));
 
+        // An upload that reached a paused server only after the calendar was
+        // read: refused as already there (412), and what is there is this side's own.
+        auto late = a.add("late", at(2027, 3, 4, 9));
+        late->Tag = "late-uid";
+        a.store.save();
+        DayvexData one;
+        one.Schedules()->restore(std::make_shared<Schedule>(*late), late->Key);
+        const QByteArray body = iCalendarResources().write(one);
+        bool sent = false;
+        a.network.onReply = [&](QNetworkReply *reply) {
+            if (sent || reply->request().attribute(QNetworkRequest::CustomVerbAttribute).toByteArray() != "REPORT")
+                return;
+            sent = true;
+            connect(reply, &QNetworkReply::finished, this, [&] {
+                QNetworkAccessManager direct;
+                QNetworkRequest put(server->calendar().resolved(QUrl("late-uid.ics")));
+                put.setRawHeader("Authorization", "Basic " + (server->user + ':' + server->password).toUtf8().toBase64());
+                put.setHeader(QNetworkRequest::ContentTypeHeader, "text/calendar");
+                QNetworkReply *done = direct.put(put, body);
+                QSignalSpy finished(done, &QNetworkReply::finished);
+                QVERIFY(finished.wait(10000));
+                QCOMPARE(done->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 201);
+            });
+        };
+        QVERIFY(a.syncOnce());
+        a.network.onReply = {};
+        QVERIFY(sent);
+        QCOMPARE(conflicts, 0);
+        QCOMPARE(a.store.pendingCount(), 0);
+
         // The same with a removal.
         QVERIFY(b.syncOnce());
         for (Peer *peer : {&b, &a}) {

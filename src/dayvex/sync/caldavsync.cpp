@@ -1205,6 +1205,24 @@ public:
             }
             if (failedRequest(result))
                 return;
+            DayvexData there;
+            if (readResource(result.body, there) == uid && hasLocal(uid)) {
+                // This side's own upload, whose answer never came, or which came
+                // to a paused server after the calendar was read: no conflict.
+                const QString print = fingerprintOf(there);
+                const bool same = print == localFingerprint(uid);
+                if (same || print == sentPrints.value(uid)) {
+                    remember(uid, href, QString::fromUtf8(result.etag), print);
+                    if (!same) {
+                        upload(id, uid, seq, true); // the later version over it
+                        return;
+                    }
+                    batch.done.push_back(seq);
+                    if (flushed())
+                        pushNext(id);
+                    return;
+                }
+            }
             const auto answer = resolve({uid, href, QString::fromUtf8(result.etag), result.body});
             if (answer == SyncConflict::Answer::KeepLocal) {
                 upload(id, uid, seq, true);
