@@ -282,6 +282,7 @@ private slots:
         QTest::newRow("damaged page") << "damaged" << LocalStore::UnreadableFileError;
         QTest::newRow("another program's") << "foreign" << LocalStore::UnreadableFileError;
         QTest::newRow("duplicate keys") << "duplicate" << LocalStore::UnreadableFileError;
+        QTest::newRow("negative version") << "PRAGMA user_version = -2000000000" << LocalStore::UnreadableFileError;
         QTest::newRow("queue's table gone") << "DROP TABLE pending" << LocalStore::UnreadableFileError;
         QTest::newRow("sync's table gone") << "DROP TABLE syncvalues" << LocalStore::UnreadableFileError;
         QTest::newRow("a column's name gone") << "hidden" << LocalStore::UnreadableFileError;
@@ -311,7 +312,7 @@ private slots:
                 QVERIFY(bytes.contains(utf16(", \"Recurrence\" TEXT")));
                 writeFile(m_path, bytes.replace(utf16(", \"Recurrence\" TEXT"), utf16("/* \"Recurrence\" T*/")));
             }
-            if (file.startsWith("DROP"))
+            if (file.startsWith("DROP") || file.startsWith("PRAGMA"))
                 runSql(m_path, {"PRAGMA journal_mode = DELETE", file}); // opening must not write it back to WAL
             if (file == "damaged") {
                 QByteArray bytes = bytesOf(m_path);

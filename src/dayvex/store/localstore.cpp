@@ -452,6 +452,8 @@ LocalStore::Opened LocalStore::Impl::open(const QString &file)
                                              .arg(file).arg(version).arg(SchemaVersion));
     if (objects > 0 && application != ApplicationId)
         throw unreadable(file, QStringLiteral("another program's database"));
+    if (version < 0) // no version of ours, and no count of steps to bring it forward
+        throw unreadable(file, QStringLiteral("store version %1").arg(version));
     if (objects > 0) {
         const QString check = readOne(QStringLiteral("PRAGMA quick_check")).toString();
         if (check != QLatin1String("ok"))
