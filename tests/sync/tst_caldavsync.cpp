@@ -336,6 +336,16 @@ private slots:
         QVERIFY(b.syncOnce());
         QCOMPARE(b.contents(), (QStringList{"after moved", "before moved", "untracked"}));
         QCOMPARE(a.contents(), b.contents());
+
+        // And a record removed with no change left waiting goes from the server.
+        a.store.setTracksChanges(false);
+        a.data->Schedules()->Remove(a.find("untracked")->Key);
+        a.store.save();
+        a.store.setTracksChanges(true);
+        QVERIFY(a.syncOnce());
+        QCOMPARE(a.store.pendingCount(), 0);
+        QVERIFY(b.syncOnce());
+        QCOMPARE(b.contents(), a.contents());
     }
 
     // A resource the server will not take (an import kept a to-do's DURATION

@@ -325,9 +325,19 @@ public:
             if (!t->Key.isEmpty() && (t->Tag.isEmpty() || !byUid.contains(t->Tag)) && !waiting.contains(QLatin1Char('T') + t->Key))
                 unsent.queued.push_back({0, 'T', t->Key, t->Tag, QString(), false});
         }
+        // And the other way: a resource the server holds whose records are
+        // gone from here, and no change of which waits, is removed there.
+        qsizetype gone = 0;
+        for (auto known = byUid.cbegin(); known != byUid.cend(); ++known) {
+            if (!pendingUids.contains(known.key()) && !hasLocal(known.key())) {
+                unsent.queued.push_back({0, 'S', QString(), known.key(), QString(), true});
+                ++gone;
+            }
+        }
         if (unsent.queued.empty())
             return;
-        qCInfo(syncLog) << unsent.queued.size() << "records the server never had are queued";
+        qCInfo(syncLog) << unsent.queued.size() - gone << "records the server never had are queued," << gone
+                        << "resources whose records are gone from here";
         store.commitSync(unsent);
     }
 
@@ -1109,6 +1119,8 @@ public:
             pushNext(id);
             return;
         }
+        qCDebug(syncLog) << "change" << change.seq << change.kind << change.key << (change.removed ? "removed" : "")
+                         << "goes up for" << uid;
         upload(id, uid, change.seq, false);
     }
 
