@@ -173,6 +173,7 @@ public:
     QSet<QString> pendingUids;
     QHash<QString, qint64> settled; // UIDs whose queued changes up to that seq need nothing more
     QHash<QString, QString> sentPrints; // by UID, the fingerprint of what went up last, answered or not
+    bool swept = false; // this run has looked for resources whose records are gone from here
     qint64 pendingMax = 0;
     SyncLedger::SyncCommit batch;
     int batchCount = 0;
@@ -325,20 +326,30 @@ public:
             if (!t->Key.isEmpty() && (t->Tag.isEmpty() || !byUid.contains(t->Tag)) && !waiting.contains(QLatin1Char('T') + t->Key))
                 unsent.queued.push_back({0, 'T', t->Key, t->Tag, QString(), false});
         }
-        // And the other way: a resource the server holds whose records are
-        // gone from here, and no change of which waits, is removed there.
-        qsizetype gone = 0;
-        for (auto known = byUid.cbegin(); known != byUid.cend(); ++known) {
-            if (!pendingUids.contains(known.key()) && !hasLocal(known.key())) {
-                unsent.queued.push_back({0, 'S', QString(), known.key(), QString(), true});
-                ++gone;
-            }
-        }
         if (unsent.queued.empty())
             return;
-        qCInfo(syncLog) << unsent.queued.size() - gone << "records the server never had are queued," << gone
-                        << "resources whose records are gone from here";
+        qCInfo(syncLog) << unsent.queued.size() << "records the server never had are queued";
         store.commitSync(unsent);
+    }
+
+    // And the other way: a resource the server holds whose records are gone
+    // from here, and no change of which waits, is removed there. True when
+    // something was queued.
+    bool queueGone()
+    {
+        QSet<QString> waiting;
+        for (const auto &change : store.pendingChanges())
+            waiting.insert(change.uid);
+        SyncLedger::SyncCommit gone;
+        for (auto known = byUid.cbegin(); known != byUid.cend(); ++known) {
+            if (!waiting.contains(known.key()) && !hasLocal(known.key()))
+                gone.queued.push_back({0, 'S', QString(), known.key(), QString(), true});
+        }
+        if (gone.queued.empty())
+            return false;
+        qCInfo(syncLog) << gone.queued.size() << "resources whose records are gone from here are removed there";
+        store.commitSync(gone);
+        return true;
     }
 
     // The keys of the records of each UID.
@@ -713,6 +724,7 @@ public:
             return;
         }
         running = true;
+        swept = false;
         ++retryPlan; // a sync now replaces a planned retry
         const quint64 id = ++runId;
         setState(SyncStatus::State::Syncing);
@@ -1098,9 +1110,24 @@ public:
             const qint64 last = queue.empty() ? 0 : queue.back().seq;
             queue.clear();
             queuePos = 0;
-            for (const auto &change : store.pendingChanges()) {
-                if (change.seq > last)
-                    queue.push_back(change);
+            const auto queuedSince = [&] {
+                for (const auto &change : store.pendingChanges()) {
+                    if (change.seq > last)
+                        queue.push_back(change);
+                }
+            };
+            queuedSince();
+            if (queue.empty() && !swept) {
+                swept = true;
+                if (!flushed())
+                    return;
+                try {
+                    if (queueGone())
+                        queuedSince();
+                } catch (const Error &e) {
+                    fail(e.description(), false);
+                    return;
+                }
             }
             if (queue.empty()) {
                 succeed();
