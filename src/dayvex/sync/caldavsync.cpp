@@ -262,21 +262,20 @@ public:
     void separateSharedUids()
     {
         SyncLedger::SyncCommit renamed;
-        QHash<QString, SyncLedger::PendingChange> holder; // by UID, the record that keeps it
+        QHash<QString, SyncLedger::PendingChange> holder; // by UID, the record that keeps it, until queued
+        QSet<QString> taken;
         const auto own = [&](const QString &uid, char kind, const QString &key) {
             if (uid.isEmpty() || key.isEmpty())
                 return QString();
-            const auto first = holder.find(uid);
-            if (first == holder.end()) {
+            if (!taken.contains(uid)) {
+                taken.insert(uid);
                 holder.insert(uid, {0, kind, key, uid, QString(), false});
                 return QString();
             }
             // The one that keeps the UID goes up again too: its resource may
             // still hold the other one.
-            if (first->seq == 0) {
-                renamed.queued.push_back(*first);
-                first->seq = 1;
-            }
+            if (holder.contains(uid))
+                renamed.queued.push_back(holder.take(uid));
             const QString fresh = newUid();
             renamed.queued.push_back({0, kind, key, fresh, QString(), false});
             return fresh;
