@@ -266,6 +266,9 @@ private:
         });
         connect(m_sync.get(), &CalDavSync::uploadRefused, this, [this](const QString &uid) { m_refused.insert(uid); });
         connect(m_sync.get(), &CalDavSync::conflict, this, [this](SyncConflict &conflict) {
+            // Both whole: the lines that differ rarely tell which record it was.
+            std::fprintf(stderr, "the server's version:\n%s\nthis side's:\n%s\n", conflict.server.constData(),
+                         conflict.local.constData());
             fail("a conflict, with no one but this sync writing to the server", QString::fromUtf8(conflict.server),
                  QString::fromUtf8(conflict.local) + "\n(" + conflict.uid + ")");
         }, Qt::DirectConnection);

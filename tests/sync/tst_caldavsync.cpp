@@ -10,6 +10,7 @@
 #include <dayvex/sync/secretstore.h>
 
 #include <QApplication>
+#include <QBuffer>
 #include <QLineEdit>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
@@ -31,13 +32,29 @@ class CountingNetwork : public QNetworkAccessManager
 public:
     QStringList requests;
     std::function<void(QNetworkReply *)> onReply; // sees each reply as it is made
+    // Set, the next PUT goes there instead and is kept, as a paused server
+    // holds a request it takes later.
+    QUrl holdNextPut;
+    QNetworkRequest held;
+    QByteArray heldBody;
 
 protected:
     QNetworkReply *createRequest(Operation op, const QNetworkRequest &request, QIODevice *data) override
     {
         const QByteArray verb = request.attribute(QNetworkRequest::CustomVerbAttribute).toByteArray();
         requests << QString::fromLatin1(verb.isEmpty() ? QByteArray::number(op) : verb) + ' ' + request.url().path();
-        QNetworkReply *reply = QNetworkAccessManager::createRequest(op, request, data);
+        QNetworkReply *reply = nullptr;
+        if (!holdNextPut.isEmpty() && verb == "PUT" && data) {
+            held = request;
+            heldBody = data->readAll();
+            QNetworkRequest elsewhere(request);
+            elsewhere.setUrl(std::exchange(holdNextPut, QUrl()));
+            auto *body = new QBuffer(this);
+            body->setData(heldBody);
+            body->open(QIODevice::ReadOnly);
+            reply = QNetworkAccessManager::createRequest(op, elsewhere, body);
+        } else
+            reply = QNetworkAccessManager::createRequest(op, request, data);
         if (onReply)
             onReply(reply);
         return reply;
@@ -524,6 +541,19 @@ private slots:
         QCOMPARE(a.contents(), QStringList{"changed"});
         QCOMPARE(a.store.pendingCount(), 0);
 
+        // The same where this side also set what iCalendar does not carry (a
+        // lead on a single appointment): the server holds what went up.
+        for (Peer *peer : {&b, &a}) {
+            peer->find("changed")->Place = "Sala B";
+            peer->store.save();
+        }
+        a.find("changed")->ReminderLead = 600;
+        a.store.save();
+        QVERIFY(b.syncOnce());
+        QVERIFY(a.syncOnce());
+        QCOMPARE(conflicts, 0);
+        QCOMPARE(a.find("changed")->ReminderLead, 600);
+
         // A record removed while a sync runs goes from the server as well.
         a.add("removed meanwhile", at(2027, 3, 2, 9));
         QVERIFY(a.syncOnce());
@@ -581,6 +611,46 @@ private slots:
         QVERIFY(a.syncOnce());
         QCOMPARE(conflicts, 0);
         QCOMPARE(a.store.pendingCount(), 0);
+    }
+
+    // An upload a slow server takes only after the next sync read the calendar
+    // and sent a later version over it: the later version stays, no conflict.
+    void heldUpload()
+    {
+        Peer a(*server), b(*server);
+        auto record = a.add("first", at(2027, 4, 1, 9));
+        QVERIFY(a.syncOnce());
+        int conflicts = 0;
+        connect(&a.sync, &CalDavSync::conflict, this, [&] { ++conflicts; });
+        CannedServer silent({}); // closes without a word
+        a.network.holdNextPut = QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(silent.serverPort()));
+        record->Description = "second";
+        a.store.save();
+        QVERIFY(!a.syncOnce());
+        QVERIFY(!a.network.heldBody.isEmpty());
+        record->Description = "third";
+        a.store.save();
+        int late = 0;
+        a.network.onReply = [&](QNetworkReply *reply) {
+            if (reply->request().attribute(QNetworkRequest::CustomVerbAttribute).toByteArray() != "REPORT")
+                return;
+            connect(reply, &QNetworkReply::finished, this, [&] {
+                QNetworkAccessManager direct;
+                QNetworkRequest put(a.network.held);
+                put.setRawHeader("Authorization", "Basic " + (server->user + ':' + server->password).toUtf8().toBase64());
+                QNetworkReply *done = direct.sendCustomRequest(put, "PUT", a.network.heldBody);
+                QSignalSpy finished(done, &QNetworkReply::finished);
+                QVERIFY(finished.wait(10000));
+                late = done->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+            });
+        };
+        QVERIFY(a.syncOnce());
+        a.network.onReply = {};
+        QCOMPARE(late / 100, 2);
+        QCOMPARE(conflicts, 0);
+        QCOMPARE(a.contents(), QStringList{"third"});
+        QVERIFY(b.syncOnce());
+        QCOMPARE(b.contents(), QStringList{"third"});
     }
 
     // The server stops in the middle of a sync and comes back: nothing is lost,

@@ -172,7 +172,9 @@ public:
     QHash<QString, QStringList> scheduleKeys, todoKeys; // by UID
     QSet<QString> pendingUids;
     QHash<QString, qint64> settled; // UIDs whose queued changes up to that seq need nothing more
-    QHash<QString, QString> sentPrints; // by UID, the fingerprint of what went up last, answered or not
+    // By UID, the fingerprints of what went up unanswered, newest last: a
+    // paused server may yet take an earlier one after a later one was sent.
+    QHash<QString, QStringList> sentPrints;
     bool swept = false; // this run has looked for resources whose records are gone from here
     qint64 pendingMax = 0;
     SyncLedger::SyncCommit batch;
@@ -434,7 +436,25 @@ public:
 
     QByteArray exportResource(const QString &uid) { return codec.write(*localResource(uid)); }
 
-    QString localFingerprint(const QString &uid) { return fingerprintOf(*localResource(uid)); }
+    // The fingerprint of records as the server gives them back once sent: a
+    // field iCalendar does not carry (a lead on a single appointment) changes
+    // nothing there.
+    QString sentFingerprint(const QByteArray &body)
+    {
+        DayvexData back;
+        QString why;
+        codec.read(body, back, why);
+        return fingerprintOf(back);
+    }
+
+    QString localFingerprint(const QString &uid) { return sentFingerprint(exportResource(uid)); }
+
+    // What the server holds is what this side holds or sent (its answer lost
+    // on the way, the server stopped or slow, the sync cancelled).
+    bool ownVersion(const QString &uid, const QString &print)
+    {
+        return hasLocal(uid) && (sentPrints.value(uid).contains(print) || print == localFingerprint(uid));
+    }
 
     void removeLocal(const QString &uid)
     {
@@ -593,10 +613,8 @@ public:
             remember(uid, href, etag, print); // the server rewrote what it was sent: nothing changed there
             return;
         }
-        if (hasLocal(uid) && (print == localFingerprint(uid) || print == sentPrints.value(uid))) {
-            // What this side holds or last sent (its answer lost on the way,
-            // the server stopped or the sync cancelled): no change there.
-            remember(uid, href, etag, print);
+        if (ownVersion(uid, print)) {
+            remember(uid, href, etag, print); // no change there
             return;
         }
         if (pendingUids.contains(uid)) {
@@ -1166,8 +1184,6 @@ public:
         if (keep) {
             headers.push_back({"Content-Type", "text/calendar; charset=utf-8"});
             body = exportResource(uid);
-            print = localFingerprint(uid);
-            sentPrints.insert(uid, print);
             if (!body.contains("BEGIN:VEVENT") && !body.contains("BEGIN:VTODO")) {
                 // Not one of its records can be written (a date outside the years
                 // 100 to 9999): the server keeps what it had, the rest goes on,
@@ -1178,6 +1194,12 @@ public:
                     pushNext(id);
                 return;
             }
+            print = sentFingerprint(body);
+            QStringList &sent = sentPrints[uid];
+            sent.removeAll(print);
+            sent << print;
+            if (sent.size() > 8)
+                sent.removeFirst();
         }
         transport.send(keep ? "PUT" : "DELETE", member(href), headers, body,
                        guarded([this, id, uid, seq, href, keep, afterConflict, print](Result result) {
@@ -1202,6 +1224,9 @@ public:
                            }
                            if (failedRequest(result))
                                return;
+                           // Taken: what went up before it unanswered can no longer
+                           // land, its precondition gone.
+                           sentPrints.remove(uid);
                            if (keep)
                                remember(uid, href, QString::fromUtf8(result.etag), print);
                            else {
@@ -1249,7 +1274,7 @@ public:
                 // to a paused server after the calendar was read: no conflict.
                 const QString print = fingerprintOf(there);
                 const bool same = print == localFingerprint(uid);
-                if (same || print == sentPrints.value(uid)) {
+                if (same || sentPrints.value(uid).contains(print)) {
                     remember(uid, href, QString::fromUtf8(result.etag), print);
                     if (!same) {
                         upload(id, uid, seq, true); // the later version over it
