@@ -66,6 +66,9 @@ private slots:
         QTest::newRow("every 5 hours, months on: the rule's own phase")
             << series(at(2026, 1, 5, 9, 30), "FREQ=HOURLY;INTERVAL=5;BYDAY=MO,WE") << at(2026, 8, 19)
             << at(2026, 8, 19, 12) << QStringList{"2026-08-19 00:30", "2026-08-19 05:30", "2026-08-19 10:30"};
+        QTest::newRow("every 4 hours at 8 and 20, seen from 06:00: the day's 08:00 stays")
+            << series(at(2025, 12, 10, 8), "FREQ=HOURLY;INTERVAL=4;BYHOUR=8,20") << at(2025, 12, 17, 6)
+            << at(2025, 12, 17, 21) << QStringList{"2025-12-17 08:00", "2025-12-17 20:00"};
         QTest::newRow("every second of each 366th day: too costly for libical, the start alone")
             << series(at(2027, 3, 1), "FREQ=SECONDLY;BYYEARDAY=366") << at(2027, 3, 1) << at(2029, 1, 1)
             << QStringList{"2027-03-01 00:00"};
@@ -86,6 +89,42 @@ private slots:
         clock.start();
         QTEST(texts(occurrenceStarts(series, from, to)), "starts");
         QVERIFY2(clock.elapsed() < 5000, "a series' walk is bounded");
+    }
+
+    // A frequent rule seen through any range, and its reminders, has the same
+    // times as through one wide range: whatever point a walk begins at.
+    void sameTimesWhateverTheRange_data()
+    {
+        columns<Schedule, Date>("series", "from");
+        QTest::newRow("every 4 hours at 8 and 20 on some weekdays, begun at noon")
+            << series(at(2025, 12, 9, 12), "FREQ=HOURLY;INTERVAL=4;BYDAY=MO,WE,FR;BYHOUR=8,20") << at(2025, 12, 14);
+        QTest::newRow("every 7 minutes at 8 and 20 on some weekdays, begun on a Saturday")
+            << series(at(2026, 1, 31, 7, 15), "FREQ=MINUTELY;INTERVAL=7;BYHOUR=8,20;BYDAY=MO,WE,FR")
+            << at(2026, 2, 20);
+        QTest::newRow("hourly at 9, 13 and 17") << series(at(2025, 12, 1, 9), "FREQ=HOURLY;BYHOUR=9,13,17")
+                                               << at(2026, 3, 2);
+        QTest::newRow("every 50 seconds in minute 5") << series(at(2026, 1, 1, 0, 5), "FREQ=SECONDLY;INTERVAL=50;BYMINUTE=5")
+                                                      << at(2026, 1, 3);
+    }
+
+    void sameTimesWhateverTheRange()
+    {
+        QFETCH(Schedule, series);
+        QFETCH(Date, from);
+        series.ReminderLead = 0;
+        const Date to = from.addDays(9);
+        const std::vector<Date> whole = occurrenceStarts(series, from, to);
+        QVERIFY(whole.size() > 4);
+        std::vector<Date> pieces;
+        for (Date at = from; at < to; at = at.addMinutes(313)) {
+            const std::vector<Date> piece = occurrenceStarts(series, at, std::min(to, at.addMinutes(313)));
+            pieces.insert(pieces.end(), piece.begin(), piece.end());
+        }
+        QCOMPARE(texts(pieces), texts(whole));
+        for (Date start : whole) {
+            QCOMPARE(texts(occurrenceStarts(series, start, start.addSeconds(1))), texts({start}));
+            QCOMPARE(texts({nextReminder(series, start.addSeconds(-61))}), texts({start}));
+        }
     }
 
     // "This and the following" from at, moved by minutes: the ended series and

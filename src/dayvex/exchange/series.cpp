@@ -169,41 +169,73 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
             day = nearestMidnight(day);
     }
     const auto leftOut = [&left](Date start) { return std::find(left.begin(), left.end(), start) != left.end(); };
-    // Without COUNT the walk may start at the range: the occurrences before it cost nothing.
-    const bool jump = rule.count == 0 && series.StartDate < from;
-    // libical's own jump loses the phase of an hourly, minutely or secondly rule
-    // (every 5 hours from 09:30 comes out at 01:30): such a rule starts instead
-    // from its own occurrence a period before the range, which keeps the phase.
     const qint64 unit = rule.freq == ICAL_HOURLY_RECURRENCE     ? 3600
                         : rule.freq == ICAL_MINUTELY_RECURRENCE ? 60
                         : rule.freq == ICAL_SECONDLY_RECURRENCE ? 1
                                                                 : 0;
-    Date first = series.StartDate;
-    if (jump && unit > 0) {
-        const qint64 period = unit * std::max<qint64>(1, rule.interval);
-        const qint64 periods = (ical::wallSeconds(from) - ical::wallSeconds(series.StartDate)) / period - 1;
-        if (periods > 0)
-            first = series.StartDate.addSeconds(periods * period);
-    }
-    const icaltimetype dtstart = floating(first);
-    std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(icalrecur_iterator_new(rule, dtstart),
-                                                                           icalrecur_iterator_free);
-    icalerror_clear_errno();
-    if (it) {
-        if (jump && unit == 0)
-            icalrecur_iterator_set_start(it.get(), floating(from));
-        int steps = 0;
-        for (icaltimetype next = icalrecur_iterator_next(it.get());
-             !icaltime_is_null_time(next) && steps < maxSteps && int(starts.size()) < limit;
-             next = icalrecur_iterator_next(it.get()), ++steps) {
-            const Date start = fromFloating(next);
-            if (!(start < to))
+    // The rule's times in [lo, hi) walked from anchor; answers the first time
+    // at or past hi, none when the rule ends first or the walk runs out of steps.
+    const auto walk = [&](Date anchor, Date lo, Date hi, qint64 cap) -> std::optional<Date> {
+        std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(
+            icalrecur_iterator_new(rule, floating(anchor)), icalrecur_iterator_free);
+        icalerror_clear_errno();
+        if (!it) {
+            if (inside(series.StartDate, lo, hi) && !leftOut(series.StartDate))
+                starts.push_back(series.StartDate);
+            return std::nullopt;
+        }
+        // A daily or coarser rule without COUNT jumps with libical's own set_start, which keeps its days.
+        if (unit == 0 && rule.count == 0 && anchor < lo)
+            icalrecur_iterator_set_start(it.get(), floating(lo));
+        for (qint64 steps = 0; int(starts.size()) < limit && steps < cap; ++steps) {
+            const icaltimetype next = icalrecur_iterator_next(it.get());
+            if (icaltime_is_null_time(next))
                 break;
-            if (!(start < from) && !leftOut(start))
+            const Date start = fromFloating(next);
+            if (!(start < hi))
+                return start;
+            if (!(start < lo) && !leftOut(start))
                 starts.push_back(start);
         }
-    } else if (inside(series.StartDate, from, to) && !leftOut(series.StartDate)) {
-        starts.push_back(series.StartDate);
+        return std::nullopt;
+    };
+    if (unit == 0 || rule.count != 0) {
+        walk(series.StartDate, from, to, maxSteps);
+    } else {
+        // An hourly, minutely or secondly rule seen far from its start would
+        // take a walk of millions of steps, and libical's jump loses its phase
+        // (every 5 hours from 09:30 comes out at 01:30). A walk begun between
+        // two of the rule's times keeps the phase but need not agree with the
+        // walk from the start: it drops the first BYHOUR time of its own day,
+        // and past a day the rule skips it may come out at other minutes. So
+        // the times are cut into cells, a whole number of periods long, each
+        // walked from a lead-in before it: every range sees the same times, and
+        // a cell begins a day (an hour, a minute) after its walk's first day
+        // (hour, minute) when the rule picks days (hours, minutes).
+        const auto given = [](const short *parts) { return parts[0] != ICAL_RECURRENCE_ARRAY_MAX; };
+        const bool days = given(rule.by_hour) || given(rule.by_day) || given(rule.by_month_day)
+                          || given(rule.by_year_day) || given(rule.by_week_no) || given(rule.by_month)
+                          || given(rule.by_set_pos);
+        // Cells of a minute for a secondly rule that picks at most seconds: a
+        // day of them would be a walk of 172,800 steps.
+        const qint64 reach = days ? 86400 : unit == 1 && !given(rule.by_minute) ? 60 : 3600;
+        const qint64 period = unit * std::max<qint64>(1, rule.interval);
+        const qint64 leadIn = period * ((reach + period - 1) / period);
+        const qint64 cell = 4 * leadIn;                           // a walk 5/4 of the times it keeps
+        const qint64 cap = 2 * ((leadIn + cell) / period + 2);    // its times, each at most twice
+        for (qint64 n = std::max<qint64>(0, ical::secondsBetween(series.StartDate, from) / cell);
+             int(starts.size()) < limit;) {
+            const std::optional<Date> begin = shifted(series.StartDate, n * cell);
+            if (!begin || !(*begin < to))
+                break;
+            const Date end = shifted(*begin, cell).value_or(Date(Date::MaxValue));
+            const Date anchor = n == 0 ? series.StartDate : shifted(*begin, -leadIn).value_or(series.StartDate);
+            const std::optional<Date> later = walk(anchor, std::max(from, *begin), std::min(to, end), cap);
+            if (!later)
+                break;
+            // Nothing until later: its cell is next (a rule of some months skips the rest).
+            n = std::max(n + 1, ical::secondsBetween(series.StartDate, *later) / cell);
+        }
     }
     for (Date extra : seriesDates(series.RecurrenceDates)) {
         if (inside(extra, from, to) && !leftOut(extra))
