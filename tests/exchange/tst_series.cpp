@@ -72,6 +72,21 @@ private slots:
         QTest::newRow("every second of each 366th day: too costly for libical, the start alone")
             << series(at(2027, 3, 1), "FREQ=SECONDLY;BYYEARDAY=366") << at(2027, 3, 1) << at(2029, 1, 1)
             << QStringList{"2027-03-01 00:00"};
+        QTest::newRow("the 31st of February: the start alone")
+            << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;BYMONTH=2;BYMONTHDAY=31") << at(2027, 3, 1)
+            << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("a 31st that is a second Tuesday: the start alone")
+            << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;BYMONTHDAY=31;BYDAY=2TU") << at(2027, 3, 1)
+            << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("the second of a month's one 31st: the start alone")
+            << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=10;BYMONTHDAY=31;BYSETPOS=2") << at(2027, 3, 1)
+            << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("a month's last working day")
+            << series(monday, "FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-1") << at(2027, 3, 22) << at(2027, 5, 1)
+            << QStringList{"2027-03-31 09:00", "2027-04-30 09:00"};
+        QTest::newRow("a last Sunday on the 29th of February: leap years that have one")
+            << series(at(2027, 3, 22, 9), "FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=29;BYDAY=-1SU") << at(2027, 3, 1)
+            << at(2041, 1, 1) << QStringList{"2032-02-29 09:00"};
         QTest::newRow("two billion seconds from 1900: bounded, nothing in 2027")
             << series(at(1900, 1, 1), "FREQ=SECONDLY;COUNT=2000000000") << at(2027, 3, 22) << at(2027, 3, 23)
             << QStringList{};

@@ -500,6 +500,8 @@ private:
                 throw QStringLiteral("RRULE cannot be read");
             if (tooCostlyToWalk(rule))
                 throw QStringLiteral("RRULE repeats too often to expand");
+            if (namesNoDay(rule))
+                throw QStringLiteral("RRULE names no day of a month that exists");
             if (rule.count == 0 && icaltime_is_null_time(rule.until))
                 note(QStringLiteral("repeats without end: occurrences from %1 to %2 taken")
                          .arg(m_fromDay.toString(Qt::ISODate), m_toDay.toString(Qt::ISODate)));

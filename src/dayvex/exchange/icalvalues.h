@@ -95,4 +95,10 @@ QString text(const char *value);
 // is kept as text and shows its first occurrence only.
 bool tooCostlyToWalk(const icalrecurrencetype &rule);
 
+// A rule whose days of the month no month it names has (the 31st of February,
+// the 31st that is a second Tuesday), or whose BYSETPOS asks for more times
+// than a period holds (the 2nd of a month's one 31st): libical would look for
+// one until the year 2582. Such a rule, too, shows its first occurrence only.
+bool namesNoDay(const icalrecurrencetype &rule);
+
 } // namespace dayvex::ical

@@ -118,6 +118,91 @@ bool tooCostlyToWalk(const icalrecurrencetype &rule)
     }
     return rule.freq == ICAL_MINUTELY_RECURRENCE && sparseDays;
 }
+
+namespace {
+int countOf(const short *parts, int size)
+{
+    int n = 0;
+    while (n < size && parts[n] != ICAL_RECURRENCE_ARRAY_MAX)
+        ++n;
+    return n;
+}
+
+// Whether BYSETPOS asks only for positions past the most times a period of the
+// rule can hold (the 2nd of a month's one 31st); false when that is hard to tell.
+bool positionsPastTheSet(const icalrecurrencetype &rule)
+{
+    const int positions = countOf(rule.by_set_pos, ICAL_BY_SETPOS_SIZE);
+    if (positions == 0)
+        return false;
+    const int monthDays = countOf(rule.by_month_day, ICAL_BY_MONTHDAY_SIZE);
+    const int weekDays = countOf(rule.by_day, ICAL_BY_DAY_SIZE);
+    qint64 days = 0;
+    if (rule.freq == ICAL_DAILY_RECURRENCE)
+        days = 1;
+    else if (rule.freq == ICAL_WEEKLY_RECURRENCE)
+        days = weekDays > 0 ? weekDays : 1;
+    else if (rule.freq == ICAL_MONTHLY_RECURRENCE || (rule.freq == ICAL_YEARLY_RECURRENCE && weekDays == 0))
+        days = monthDays > 0 ? monthDays : weekDays > 0 ? 5 * weekDays : 1;
+    if (days == 0 || countOf(rule.by_year_day, ICAL_BY_YEARDAY_SIZE) > 0 || countOf(rule.by_week_no, ICAL_BY_WEEKNO_SIZE) > 0)
+        return false;
+    if (rule.freq == ICAL_YEARLY_RECURRENCE)
+        days *= std::max(1, countOf(rule.by_month, ICAL_BY_MONTH_SIZE));
+    const qint64 times = days * std::max(1, countOf(rule.by_hour, ICAL_BY_HOUR_SIZE))
+                         * std::max(1, countOf(rule.by_minute, ICAL_BY_MINUTE_SIZE))
+                         * std::max(1, countOf(rule.by_second, ICAL_BY_SECOND_SIZE));
+    for (int i = 0; i < positions; ++i)
+        if (std::abs(int(rule.by_set_pos[i])) <= times)
+            return false;
+    return true;
+}
+} // namespace
+
+bool namesNoDay(const icalrecurrencetype &rule)
+{
+    if (positionsPastTheSet(rule))
+        return true;
+    if (rule.by_month_day[0] == ICAL_RECURRENCE_ARRAY_MAX)
+        return false;
+    // A numbered weekday counts within the month, so its days are a week's
+    // span of it; in a year without months it counts within the year.
+    std::vector<short> numbered;
+    for (int i = 0; i < ICAL_BY_DAY_SIZE && rule.by_day[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i) {
+        const int position = icalrecurrencetype_day_position(rule.by_day[i]);
+        if (position == 0)
+            return false; // a plain weekday falls on any day of the month some year
+        numbered.push_back(short(position));
+    }
+    const bool months = rule.by_month[0] != ICAL_RECURRENCE_ARRAY_MAX;
+    if (!numbered.empty()
+        && (rule.freq != ICAL_MONTHLY_RECURRENCE && !(rule.freq == ICAL_YEARLY_RECURRENCE && months)))
+        numbered.clear();
+    static const int Lengths[][2] = {{31, 31}, {28, 29}, {31, 31}, {30, 30}, {31, 31}, {30, 30},
+                                     {31, 31}, {31, 31}, {30, 30}, {31, 31}, {30, 30}, {31, 31}};
+    for (int month = 1; month <= 12; ++month) {
+        bool named = !months;
+        for (int i = 0; i < ICAL_BY_MONTH_SIZE && rule.by_month[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i)
+            named = named || icalrecurrencetype_month_month(rule.by_month[i]) == month;
+        if (!named)
+            continue;
+        for (const int length : Lengths[month - 1]) {
+            for (int i = 0; i < ICAL_BY_MONTHDAY_SIZE && rule.by_month_day[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i) {
+                const int given = rule.by_month_day[i];
+                const int day = given > 0 ? given : length + 1 + given;
+                if (day < 1 || day > length)
+                    continue;
+                if (numbered.empty())
+                    return false;
+                for (const short position : numbered) {
+                    const int first = position > 0 ? 7 * (position - 1) + 1 : length + 1 + 7 * position;
+                    if (day >= first && day < first + 7)
+                        return false;
+                }
+            }
+        }
+    }
+    return true;
+}
 } // namespace ical
 
 bool isReadableRule(const QString &rule)
@@ -125,7 +210,7 @@ bool isReadableRule(const QString &rule)
     if (rule.trimmed().isEmpty())
         return false;
     const icalrecurrencetype recurrence = ruleOf(rule);
-    return recurrence.freq != ICAL_NO_RECURRENCE && !ical::tooCostlyToWalk(recurrence);
+    return recurrence.freq != ICAL_NO_RECURRENCE && !ical::tooCostlyToWalk(recurrence) && !ical::namesNoDay(recurrence);
 }
 
 std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, const std::vector<Date> &overridden,
@@ -139,7 +224,7 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
     const int year = series.StartDate.toDate().year();
     const bool plain = series.Recurrence.trimmed().isEmpty() || year < 100 || year > 9999;
     icalrecurrencetype rule = plain ? icalrecurrencetype{} : ruleOf(series.Recurrence);
-    if (plain || rule.freq == ICAL_NO_RECURRENCE || ical::tooCostlyToWalk(rule)) {
+    if (plain || rule.freq == ICAL_NO_RECURRENCE || ical::tooCostlyToWalk(rule) || ical::namesNoDay(rule)) {
         if (inside(series.StartDate, from, to))
             starts.push_back(series.StartDate);
         return starts;
