@@ -78,6 +78,9 @@ private slots:
         QTest::newRow("a 31st that is a second Tuesday: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;BYMONTHDAY=31;BYDAY=2TU") << at(2027, 3, 1)
             << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("hourly on each month's last day: libical never meets it, the start alone")
+            << series(at(2027, 3, 22, 9), "FREQ=HOURLY;BYMONTHDAY=-1") << at(2027, 3, 1) << at(2029, 1, 1)
+            << QStringList{"2027-03-22 09:00"};
         QTest::newRow("the second of a month's one 31st: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=10;BYMONTHDAY=31;BYSETPOS=2") << at(2027, 3, 1)
             << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};

@@ -499,7 +499,7 @@ private:
             if (rule.freq == ICAL_NO_RECURRENCE)
                 throw QStringLiteral("RRULE cannot be read");
             if (tooCostlyToWalk(rule))
-                throw QStringLiteral("RRULE repeats too often to expand");
+                throw QStringLiteral("RRULE repeats too often, or on days too rare, to expand");
             if (namesNoDay(rule))
                 throw QStringLiteral("RRULE names no day of a month that exists");
             if (rule.count == 0 && icaltime_is_null_time(rule.until))

@@ -89,10 +89,11 @@ QString cssFromOle(qint32 ole);
 QString text(const char *value);
 
 // A secondly rule limited to some days (or to a 60th second), a minutely one to
-// some months, weeks or days of the year, or a numbered weekday or week number
-// with a frequency finer than they ask for: libical walks every second, minute
-// or hour in between, minutes to hours of work for one occurrence. Such a rule
-// is kept as text and shows its first occurrence only.
+// some months, weeks or days of the year, a numbered weekday or week number
+// with a frequency finer than they ask for, or a day counted from the month's
+// end with a daily or finer one: libical walks every second, minute or hour in
+// between, minutes to hours of work for one occurrence, or never meets the day.
+// Such a rule is kept as text and shows its first occurrence only.
 bool tooCostlyToWalk(const icalrecurrencetype &rule);
 
 // A rule whose days of the month no month it names has (the 31st of February,

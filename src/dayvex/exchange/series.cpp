@@ -109,6 +109,12 @@ bool tooCostlyToWalk(const icalrecurrencetype &rule)
     if ((numberedDay && rule.freq != ICAL_MONTHLY_RECURRENCE && rule.freq != ICAL_YEARLY_RECURRENCE)
         || (given(rule.by_week_no) && rule.freq != ICAL_YEARLY_RECURRENCE))
         return true;
+    // A day counted from the month's end (BYMONTHDAY=-1) is never met by libical's
+    // daily or finer walk, which looks for it until 2582: up to 17 s a range.
+    if (rule.freq < ICAL_MONTHLY_RECURRENCE)
+        for (int i = 0; i < ICAL_BY_MONTHDAY_SIZE && rule.by_month_day[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i)
+            if (rule.by_month_day[i] < 0)
+                return true;
     const bool sparseDays = given(rule.by_month) || given(rule.by_week_no) || given(rule.by_year_day);
     if (rule.freq == ICAL_SECONDLY_RECURRENCE) {
         bool leapSecond = false; // 60 is a second that may never come

@@ -23,8 +23,9 @@ DAYVEX_CORE_EXPORT Date nearestMidnight(Date date);
 
 /// Whether libical can read `rule` as an RRULE value, and walk it in reasonable
 /// time: a secondly rule limited to some days, a minutely one to some weeks,
-/// months or days of the year, or one whose days of the month no month it
-/// names has (the 31st of February), shows its first occurrence only.
+/// months or days of the year, a daily or finer one on days counted from the
+/// month's end, or one whose days of the month no month it names has (the 31st
+/// of February), shows its first occurrence only.
 DAYVEX_CORE_EXPORT bool isReadableRule(const QString &rule);
 
 /// The starts of a series' occurrences from `from` (included) to `to` (not), in
