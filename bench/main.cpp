@@ -7,6 +7,7 @@
 // of one do not carry over to the next, then 10,000 Refresh cycles, and ends
 // with the ratios the redraw's growth is held to, each with its target.
 
+#include "seriesbench.h"
 #include "syncbench.h"
 
 #include <internals.h>
@@ -510,9 +511,13 @@ int main(int argc, char *argv[])
     const QCommandLineOption sync(QStringLiteral("sync"), QStringLiteral("Only the CalDAV figures, over <count> events."),
                                   QStringLiteral("count"));
     parser.addOption(sync);
+    const QCommandLineOption series(QStringLiteral("series"), QStringLiteral("Only the series' occurrence walks."));
+    parser.addOption(series);
     parser.process(app);
     if (parser.isSet(sync))
         return runSyncBench(parser.value(sync).toInt());
+    if (parser.isSet(series))
+        return runSeriesBench();
 
     g_machineLines = parser.isSet(machine);
     if (parser.isSet(appointments)) {
