@@ -60,6 +60,9 @@ private slots:
         QTest::newRow("a rule libical cannot read: the record alone")
             << series(monday, "FREQ=SOMETIMES") << at(2027, 3, 1) << at(2027, 5, 1)
             << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("a rule that names no day, its start left out: the extra date alone")
+            << series(monday, "FREQ=MONTHLY;BYMONTHDAY=31;BYDAY=2TU", "20270324T170000", "20270322T090000")
+            << at(2027, 3, 1) << at(2027, 5, 1) << QStringList{"2027-03-24 17:00"};
         QTest::newRow("every hour from 1900, seen in 2027: a jump, not a walk")
             << series(at(1900, 1, 1, 0, 30), "FREQ=HOURLY") << at(2027, 3, 22, 7) << at(2027, 3, 22, 10)
             << QStringList{"2027-03-22 07:30", "2027-03-22 08:30", "2027-03-22 09:30"};

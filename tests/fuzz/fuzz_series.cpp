@@ -151,7 +151,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     ExchangeReport written;
     const QByteArray file = exportICalendarData(out, &written);
-    if (written.appointments != 1 || !isReadableRule(series.Recurrence))
+    // iCalendar holds whole seconds: a start between two comes back at the first.
+    if (written.appointments != 1 || !isReadableRule(series.Recurrence) || series.StartDate.toTime().msec() != 0)
         return 0;
     DayvexData back;
     const ExchangeReport read = importICalendarData(file, back);

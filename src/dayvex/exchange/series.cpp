@@ -229,12 +229,15 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
     // A host's start outside the years a date holds repeats nothing.
     const int year = series.StartDate.toDate().year();
     const bool plain = series.Recurrence.trimmed().isEmpty() || year < 100 || year > 9999;
-    icalrecurrencetype rule = plain ? icalrecurrencetype{} : ruleOf(series.Recurrence);
-    if (plain || rule.freq == ICAL_NO_RECURRENCE || ical::tooCostlyToWalk(rule) || ical::namesNoDay(rule)) {
+    if (plain) {
         if (inside(series.StartDate, from, to))
             starts.push_back(series.StartDate);
         return starts;
     }
+    icalrecurrencetype rule = ruleOf(series.Recurrence);
+    // A rule libical cannot read or walk stands for its start alone; the dates
+    // added and left out still count.
+    const bool walked = rule.freq != ICAL_NO_RECURRENCE && !ical::tooCostlyToWalk(rule) && !ical::namesNoDay(rule);
     // An UNTIL in UTC is a moment; the walk is on this machine's wall clock, where libical
     // would take it as a floating time and, east of Greenwich, lose the last occurrence.
     if (!icaltime_is_null_time(rule.until) && icaltime_is_utc(rule.until)) {
@@ -290,7 +293,10 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
         }
         return std::nullopt;
     };
-    if (unit == 0 || rule.count != 0) {
+    if (!walked) {
+        if (inside(series.StartDate, from, to) && !leftOut(series.StartDate))
+            starts.push_back(series.StartDate);
+    } else if (unit == 0 || rule.count != 0) {
         walk(series.StartDate, from, to, maxSteps);
     } else {
         // An hourly, minutely or secondly rule seen far from its start would

@@ -32,7 +32,8 @@ DAYVEX_CORE_EXPORT bool isReadableRule(const QString &rule);
 /// order: the rule's, counted by libical's recurrence iterator from StartDate on
 /// the wall clock, and the extra dates, less the exceptions and the starts in
 /// `overridden` (occurrences that stand as records of their own). A record that
-/// is no series, or whose rule libical cannot read, has its own start only. At
+/// is no series has its own start only; a rule libical cannot read or walk
+/// (isReadableRule) stands for the start alone, with the extra dates. At
 /// most `limit` starts; the walk is bounded: a rule without COUNT starts near
 /// `from`, one with COUNT stops after `maxSteps` occurrences.
 DAYVEX_CORE_EXPORT std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to,
