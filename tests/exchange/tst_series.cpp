@@ -84,6 +84,12 @@ private slots:
         QTest::newRow("hourly on each month's last day: libical never meets it, the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=HOURLY;BYMONTHDAY=-1") << at(2027, 3, 1) << at(2029, 1, 1)
             << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("every third month from March, in February: the start alone")
+            << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=3;BYMONTH=2;BYDAY=2TU") << at(2027, 3, 1)
+            << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("every third month from March, in June: the second Tuesdays")
+            << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=3;BYMONTH=6;BYDAY=2TU") << at(2027, 3, 1)
+            << at(2028, 7, 1) << QStringList{"2027-06-08 09:00", "2028-06-13 09:00"};
         QTest::newRow("the second of a month's one 31st: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=10;BYMONTHDAY=31;BYSETPOS=2") << at(2027, 3, 1)
             << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};

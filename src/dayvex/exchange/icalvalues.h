@@ -101,5 +101,8 @@ bool tooCostlyToWalk(const icalrecurrencetype &rule);
 // than a period holds (the 2nd of a month's one 31st): libical would look for
 // one until the year 2582. Such a rule, too, shows its first occurrence only.
 bool namesNoDay(const icalrecurrencetype &rule);
+// A monthly rule whose INTERVAL, counted from startMonth, never comes to a
+// month of its BYMONTH (every third month from July, in February): the same search.
+bool monthsNeverReached(const icalrecurrencetype &rule, int startMonth);
 
 } // namespace dayvex::ical

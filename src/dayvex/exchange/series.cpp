@@ -209,6 +209,19 @@ bool namesNoDay(const icalrecurrencetype &rule)
     }
     return true;
 }
+
+bool monthsNeverReached(const icalrecurrencetype &rule, int startMonth)
+{
+    if (rule.freq != ICAL_MONTHLY_RECURRENCE || rule.interval <= 1 || rule.by_month[0] == ICAL_RECURRENCE_ARRAY_MAX)
+        return false;
+    for (int k = 0; k < 12; ++k) {
+        const int month = (startMonth - 1 + k * rule.interval) % 12 + 1;
+        for (int i = 0; i < ICAL_BY_MONTH_SIZE && rule.by_month[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i)
+            if (icalrecurrencetype_month_month(rule.by_month[i]) == month)
+                return false;
+    }
+    return true;
+}
 } // namespace ical
 
 bool isReadableRule(const QString &rule)
@@ -237,7 +250,8 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
     icalrecurrencetype rule = ruleOf(series.Recurrence);
     // A rule libical cannot read or walk stands for its start alone; the dates
     // added and left out still count.
-    const bool walked = rule.freq != ICAL_NO_RECURRENCE && !ical::tooCostlyToWalk(rule) && !ical::namesNoDay(rule);
+    const bool walked = rule.freq != ICAL_NO_RECURRENCE && !ical::tooCostlyToWalk(rule) && !ical::namesNoDay(rule)
+                        && !ical::monthsNeverReached(rule, series.StartDate.toDate().month());
     // An UNTIL in UTC is a moment; the walk is on this machine's wall clock, where libical
     // would take it as a floating time and, east of Greenwich, lose the last occurrence.
     if (!icaltime_is_null_time(rule.until) && icaltime_is_utc(rule.until)) {
