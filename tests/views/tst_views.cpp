@@ -633,6 +633,31 @@ private slots:
         QCOMPARE(grid->hasHeadingRow(), false);
     }
 
+    // Modern: Ctrl+Down and Ctrl+Up go through the month's appointments in time,
+    // from the grid or from a day's list, and stop at either end.
+    void monthStepsThroughAppointments()
+    {
+        addAppointment(*m_data, "friday", at(QDate(2000, 12, 1), 9), 30);
+        addAppointment(*m_data, "saturday late", at(QDate(2000, 12, 2), 18), 30);
+        addAppointment(*m_data, "saturday", at(QDate(2000, 12, 2), 9), 30);
+        m_control->setPresentation(zntDayvex::Modern);
+        m_control->Refresh(zntPlanShowMonth);
+        QApplication::setActiveWindow(m_control.get());
+        lista()->setFocus();
+        const auto selectedAfter = [this](Qt::Key key) {
+            QTest::keyClick(QApplication::focusWidget(), key, Qt::ControlModifier);
+            return m_control->selectedKey();
+        };
+        QCOMPARE(selectedAfter(Qt::Key_Down), "friday");
+        QVERIFY(qobject_cast<DayList *>(QApplication::focusWidget()));
+        QCOMPARE(selectedAfter(Qt::Key_Down), "saturday");
+        QCOMPARE(selectedAfter(Qt::Key_Down), "saturday late");
+        QCOMPARE(selectedAfter(Qt::Key_Down), "saturday late");
+        QCOMPARE(selectedAfter(Qt::Key_Up), "saturday");
+        QCOMPARE(selectedAfter(Qt::Key_Up), "friday");
+        QVERIFY(m_control->findChild<DetailPane *>("frShowApp")->isVisible());
+    }
+
     void capsPanelFollowsCapsLock()
     {
         bool on = true;

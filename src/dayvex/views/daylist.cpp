@@ -160,6 +160,11 @@ void DayList::mouseDoubleClickEvent(QMouseEvent *event)
 
 void DayList::keyPressEvent(QKeyEvent *event)
 {
+    if (m_modern && event->modifiers() == Qt::ControlModifier
+        && (event->key() == Qt::Key_Down || event->key() == Qt::Key_Up)) {
+        emit stepped(event->key() == Qt::Key_Down ? 1 : -1);
+        return;
+    }
     if (!m_gestures->keyPressed(event, currentRow() >= 0))
         QListView::keyPressEvent(event);
 }

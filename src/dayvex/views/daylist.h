@@ -77,6 +77,8 @@ signals:
     void moreClicked(dayvex::DayList *list);
     // A mouse button went down over line (-1 for none).
     void pressed(dayvex::DayList *list, int line);
+    // Modern: Ctrl+Down (1) or Ctrl+Up (-1), for the next or previous appointment in time.
+    void stepped(int direction);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

@@ -160,6 +160,7 @@ void GestureRouter::watchDayList(DayList *list)
         m_selection.pressedListIndex = pressed->index();
         m_selection.pressedLineIndex = line;
     });
+    connect(list, &DayList::stepped, this, [this](int direction) { runFromUser([&] { stepAppointment(direction); }); });
     connect(list, &DayList::moreClicked, this,
             [this](DayList *more) { runFromUser([&] { m_host.openDay(m_grid->dayListDate(more->index())); }); });
     const ItemGestures *gestures = list->gestures();
@@ -259,8 +260,10 @@ void GestureRouter::stepAppointment(int direction)
     for (int i = 0; i < m_grid->boxCount(); ++i)
         if (m_grid->box(i)->isVisible())
             shown.push_back(m_grid->box(i));
-    if (shown.empty())
+    if (shown.empty()) {
+        stepDayLine(direction);
         return;
+    }
     // In time order, then left to right: the order a person reads the day in.
     std::stable_sort(shown.begin(), shown.end(), [](const AppointmentBox *a, const AppointmentBox *b) {
         if (a->entry().start != b->entry().start)
@@ -292,6 +295,39 @@ void GestureRouter::stepAppointment(int direction)
     showBoxDetails(box);
     QAccessibleEvent focused(box, QAccessible::Focus);
     QAccessible::updateAccessibility(&focused);
+}
+
+void GestureRouter::stepDayLine(int direction)
+{
+    // The month's lines day by day, each day's in its own (time) order.
+    std::vector<std::pair<int, int>> lines; // list, line
+    for (int i = 0; i < m_grid->dayListCount(); ++i)
+        if (m_grid->dayList(i)->isVisible())
+            for (int line = 0; line < m_grid->dayList(i)->count(); ++line)
+                lines.emplace_back(i, line);
+    std::stable_sort(lines.begin(), lines.end(), [this](const auto &a, const auto &b) {
+        return m_grid->dayListDate(a.first) < m_grid->dayListDate(b.first);
+    });
+    if (lines.empty())
+        return;
+    // The line with the focus, else the selected appointment's first.
+    auto at = lines.end();
+    if (auto *focused = qobject_cast<DayList *>(QApplication::focusWidget()); focused && focused->currentRow() >= 0)
+        at = std::find(lines.begin(), lines.end(), std::pair(focused->index(), focused->currentRow()));
+    if (at == lines.end())
+        at = std::find_if(lines.begin(), lines.end(), [this](const auto &l) {
+            return m_grid->dayListEntries(l.first)[size_t(l.second)].key == m_selection.appointmentKey;
+        });
+    if (at == lines.end())
+        at = direction > 0 ? lines.begin() : lines.end() - 1;
+    else if ((direction > 0 && at + 1 == lines.end()) || (direction < 0 && at == lines.begin()))
+        return;
+    else
+        at += direction;
+    DayList *list = m_grid->dayList(at->first);
+    list->setFocus(Qt::TabFocusReason);
+    list->setCurrentRow(at->second);
+    showDayListDetails(at->first);
 }
 
 void GestureRouter::showBoxDetails(AppointmentBox *box)

@@ -82,6 +82,7 @@ private:
     // previous appointment in time.
     void onCellKey(int key);
     void stepAppointment(int direction);
+    void stepDayLine(int direction);
     bool selectDayLine(int index);
     void showDayListDetails(int index);
     void showToDoDetails(int row);
