@@ -634,7 +634,7 @@ private slots:
     }
 
     // Modern: Ctrl+Down and Ctrl+Up go through the month's appointments in time,
-    // from the grid or from a day's list, and stop at either end.
+    // from the grid's current day or from a day's list, and stop at either end.
     void monthStepsThroughAppointments()
     {
         addAppointment(*m_data, "friday", at(QDate(2000, 12, 1), 9), 30);
@@ -643,18 +643,23 @@ private slots:
         m_control->setPresentation(zntDayvex::Modern);
         m_control->Refresh(zntPlanShowMonth);
         QApplication::setActiveWindow(m_control.get());
-        lista()->setFocus();
+        AgendaGrid *grid = lista();
+        for (int row = 0; row < grid->rowCount(); ++row)
+            for (int column = 0; column < grid->columnCount(); ++column)
+                if (grid->monthDayAt(row, column) == at(QDate(2000, 12, 3)))
+                    grid->setCurrentCell(row, column);
+        grid->setFocus();
         const auto selectedAfter = [this](Qt::Key key) {
             QTest::keyClick(QApplication::focusWidget(), key, Qt::ControlModifier);
             return m_control->selectedKey();
         };
-        QCOMPARE(selectedAfter(Qt::Key_Down), "friday");
+        QCOMPARE(selectedAfter(Qt::Key_Up), "saturday late"); // back from Sunday
         QVERIFY(qobject_cast<DayList *>(QApplication::focusWidget()));
-        QCOMPARE(selectedAfter(Qt::Key_Down), "saturday");
-        QCOMPARE(selectedAfter(Qt::Key_Down), "saturday late");
         QCOMPARE(selectedAfter(Qt::Key_Down), "saturday late");
         QCOMPARE(selectedAfter(Qt::Key_Up), "saturday");
         QCOMPARE(selectedAfter(Qt::Key_Up), "friday");
+        QCOMPARE(selectedAfter(Qt::Key_Up), "friday");
+        QCOMPARE(selectedAfter(Qt::Key_Down), "saturday");
         QVERIFY(m_control->findChild<DetailPane *>("frShowApp")->isVisible());
     }
 

@@ -318,12 +318,24 @@ void GestureRouter::stepDayLine(int direction)
         at = std::find_if(lines.begin(), lines.end(), [this](const auto &l) {
             return m_grid->dayListEntries(l.first)[size_t(l.second)].key == m_selection.appointmentKey;
         });
-    if (at == lines.end())
-        at = direction > 0 ? lines.begin() : lines.end() - 1;
-    else if ((direction > 0 && at + 1 == lines.end()) || (direction < 0 && at == lines.begin()))
+    if (at == lines.end()) {
+        // From the grid's current day: its first line on, or its last one back.
+        const QModelIndex cell = m_grid->currentIndex();
+        const std::optional<Date> day = cell.isValid() ? m_grid->monthDayAt(cell.row(), cell.column()) : std::nullopt;
+        // Down: the first line of that day or later; Up: the last one of that day or earlier.
+        const auto past = [&](const std::pair<int, int> &l) {
+            const Date lineDay = m_grid->dayListDate(l.first);
+            return !day ? direction > 0 : direction > 0 ? !(lineDay < *day) : *day < lineDay;
+        };
+        const auto first = std::find_if(lines.begin(), lines.end(), past);
+        if (direction > 0 ? first == lines.end() : first == lines.begin())
+            return;
+        at = direction > 0 ? first : first - 1;
+    } else if ((direction > 0 && at + 1 == lines.end()) || (direction < 0 && at == lines.begin())) {
         return;
-    else
+    } else {
         at += direction;
+    }
     DayList *list = m_grid->dayList(at->first);
     list->setFocus(Qt::TabFocusReason);
     list->setCurrentRow(at->second);
