@@ -143,13 +143,16 @@ bool positionsPastTheSet(const icalrecurrencetype &rule)
         return false;
     const int monthDays = countOf(rule.by_month_day, ICAL_BY_MONTHDAY_SIZE);
     const int weekDays = countOf(rule.by_day, ICAL_BY_DAY_SIZE);
+    int daysOfWeekDays = 0; // in a month: a numbered weekday (the last Sunday) once, a plain one up to five times
+    for (int i = 0; i < weekDays; ++i)
+        daysOfWeekDays += icalrecurrencetype_day_position(rule.by_day[i]) != 0 ? 1 : 5;
     qint64 days = 0;
     if (rule.freq == ICAL_DAILY_RECURRENCE)
         days = 1;
     else if (rule.freq == ICAL_WEEKLY_RECURRENCE)
         days = weekDays > 0 ? weekDays : 1;
     else if (rule.freq == ICAL_MONTHLY_RECURRENCE || (rule.freq == ICAL_YEARLY_RECURRENCE && weekDays == 0))
-        days = monthDays > 0 ? monthDays : weekDays > 0 ? 5 * weekDays : 1;
+        days = monthDays > 0 ? monthDays : weekDays > 0 ? daysOfWeekDays : 1;
     if (days == 0 || countOf(rule.by_year_day, ICAL_BY_YEARDAY_SIZE) > 0 || countOf(rule.by_week_no, ICAL_BY_WEEKNO_SIZE) > 0)
         return false;
     if (rule.freq == ICAL_YEARLY_RECURRENCE)
