@@ -25,7 +25,9 @@ cookie="$(mcookie)"
 # The server takes every cookie in its file whatever display it is for; the
 # client's entry is added once the display is known.
 xauth -q -f "$dir/auth" add :0 . "$cookie" 2>/dev/null
-Xvfb -displayfd 3 -nolisten tcp -auth "$dir/auth" -screen 0 "$screen" 3>"$dir/display" 2>"$dir/log" &
+# -noreset: the server would otherwise reset when its last client leaves (the
+# accessibility bus's launcher does, early), and a client connecting then is refused.
+Xvfb -displayfd 3 -nolisten tcp -noreset -auth "$dir/auth" -screen 0 "$screen" 3>"$dir/display" 2>"$dir/log" &
 xpid=$!
 tries=0
 until [ -s "$dir/display" ]; do
