@@ -93,6 +93,9 @@ private slots:
         QTest::newRow("the second of a month's one 31st: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=10;BYMONTHDAY=31;BYSETPOS=2") << at(2027, 3, 1)
             << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("the second of a month's one day, whatever its hours: the start alone")
+            << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;BYSETPOS=2;BYHOUR=8,20") << at(2027, 3, 1) << at(2029, 1, 1)
+            << QStringList{"2027-03-22 09:00"};
         QTest::newRow("the second of its one last Sunday: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;BYDAY=-1SU;BYSETPOS=2") << at(2027, 3, 1) << at(2029, 1, 1)
             << QStringList{"2027-03-22 09:00"};

@@ -134,34 +134,30 @@ int countOf(const short *parts, int size)
     return n;
 }
 
-// Whether BYSETPOS asks only for positions past the most times a period of the
-// rule can hold (the 2nd of a month's one 31st); false when that is hard to tell.
+// Whether BYSETPOS asks only for positions past the most days a month or a year
+// of the rule can hold (the 2nd of a month's one 31st); false when that is hard
+// to tell. libical counts days there, whatever hours a day has, and ignores
+// BYSETPOS below months.
 bool positionsPastTheSet(const icalrecurrencetype &rule)
 {
     const int positions = countOf(rule.by_set_pos, ICAL_BY_SETPOS_SIZE);
-    if (positions == 0)
-        return false;
-    const int monthDays = countOf(rule.by_month_day, ICAL_BY_MONTHDAY_SIZE);
     const int weekDays = countOf(rule.by_day, ICAL_BY_DAY_SIZE);
-    int daysOfWeekDays = 0; // in a month: a numbered weekday (the last Sunday) once, a plain one up to five times
-    for (int i = 0; i < weekDays; ++i)
-        daysOfWeekDays += icalrecurrencetype_day_position(rule.by_day[i]) != 0 ? 1 : 5;
-    qint64 days = 0;
-    if (rule.freq == ICAL_DAILY_RECURRENCE)
-        days = 1;
-    else if (rule.freq == ICAL_WEEKLY_RECURRENCE)
-        days = weekDays > 0 ? weekDays : 1;
-    else if (rule.freq == ICAL_MONTHLY_RECURRENCE || (rule.freq == ICAL_YEARLY_RECURRENCE && weekDays == 0))
-        days = monthDays > 0 ? monthDays : weekDays > 0 ? daysOfWeekDays : 1;
-    if (days == 0 || countOf(rule.by_year_day, ICAL_BY_YEARDAY_SIZE) > 0 || countOf(rule.by_week_no, ICAL_BY_WEEKNO_SIZE) > 0)
+    if (positions == 0 || countOf(rule.by_year_day, ICAL_BY_YEARDAY_SIZE) > 0
+        || countOf(rule.by_week_no, ICAL_BY_WEEKNO_SIZE) > 0
+        || !(rule.freq == ICAL_MONTHLY_RECURRENCE || (rule.freq == ICAL_YEARLY_RECURRENCE && weekDays == 0)))
         return false;
+    int days = 0; // in a month: a numbered weekday (the last Sunday) once, a plain one up to five times
+    for (int i = 0; i < weekDays; ++i)
+        days += icalrecurrencetype_day_position(rule.by_day[i]) != 0 ? 1 : 5;
+    const int monthDays = countOf(rule.by_month_day, ICAL_BY_MONTHDAY_SIZE);
+    if (monthDays > 0)
+        days = monthDays;
+    else if (weekDays == 0)
+        days = 1;
     if (rule.freq == ICAL_YEARLY_RECURRENCE)
         days *= std::max(1, countOf(rule.by_month, ICAL_BY_MONTH_SIZE));
-    const qint64 times = days * std::max(1, countOf(rule.by_hour, ICAL_BY_HOUR_SIZE))
-                         * std::max(1, countOf(rule.by_minute, ICAL_BY_MINUTE_SIZE))
-                         * std::max(1, countOf(rule.by_second, ICAL_BY_SECOND_SIZE));
     for (int i = 0; i < positions; ++i)
-        if (std::abs(int(rule.by_set_pos[i])) <= times)
+        if (std::abs(int(rule.by_set_pos[i])) <= days)
             return false;
     return true;
 }
