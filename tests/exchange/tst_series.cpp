@@ -78,6 +78,10 @@ private slots:
         QTest::newRow("the 31st of February: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;BYMONTH=2;BYMONTHDAY=31") << at(2027, 3, 1)
             << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
+        QTest::newRow("a 31st of December that is its last Friday: the years that have one")
+            << series(at(2027, 3, 22, 9), "FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31;BYDAY=-1FR") << at(2027, 3, 1)
+            << at(2031, 1, 1)
+            << QStringList{"2027-12-31 09:00"};
         QTest::newRow("a 31st that is a second Tuesday: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;BYMONTHDAY=31;BYDAY=2TU") << at(2027, 3, 1)
             << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};
@@ -105,6 +109,9 @@ private slots:
         QTest::newRow("a last Sunday on the 29th of February: leap years that have one")
             << series(at(2027, 3, 22, 9), "FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=29;BYDAY=-1SU") << at(2027, 3, 1)
             << at(2041, 1, 1) << QStringList{"2032-02-29 09:00"};
+        QTest::newRow("daily in 1876, where the numbers run backwards within a day: the clock's order")
+            << series(at(1876, 7, 6, 9), "FREQ=DAILY") << at(1876, 7, 6, 6) << at(1876, 7, 8)
+            << QStringList{"1876-07-06 09:00", "1876-07-07 09:00"};
         QTest::newRow("two billion seconds from 1900: bounded, nothing in 2027")
             << series(at(1900, 1, 1), "FREQ=SECONDLY;COUNT=2000000000") << at(2027, 3, 22) << at(2027, 3, 23)
             << QStringList{};

@@ -73,10 +73,17 @@ std::vector<Date> dates(FuzzInput &in)
     return out;
 }
 
+// The clock's order: before 1900 the stored numbers run backwards within a day.
+bool earlier(Date a, Date b)
+{
+    const auto timeline = [](Date d) { return d.value() >= 0 ? d.value() : 2 * std::trunc(d.value()) - d.value(); };
+    return timeline(a) < timeline(b);
+}
+
 bool sortedUniqueInside(const std::vector<Date> &starts, Date from, Date to)
 {
     for (size_t i = 0; i < starts.size(); ++i) {
-        if (starts[i] < from || !(starts[i] < to) || (i > 0 && !(starts[i - 1] < starts[i])))
+        if (earlier(starts[i], from) || !earlier(starts[i], to) || (i > 0 && !earlier(starts[i - 1], starts[i])))
             return false;
     }
     return true;
@@ -106,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     Date from = moment(in);
     Date to = moment(in);
-    if (to < from)
+    if (earlier(to, from))
         std::swap(from, to);
     const std::vector<Date> starts = occurrenceStarts(series, from, to);
     FUZZ_CHECK(starts.size() <= 1000);
@@ -133,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const Date after = moment(in);
     const Date next = nextReminder(series, after);
     if (!next.isEmpty()) {
-        FUZZ_CHECK(after < next);
+        FUZZ_CHECK(earlier(after, next));
         try {
             const Date start = next.addSeconds(series.reminderLead());
             FUZZ_CHECK(occurrenceStarts(series, start, start.addSeconds(1)).size() == 1);

@@ -48,7 +48,17 @@ icalrecurrencetype ruleOf(const QString &rule)
     return recurrence;
 }
 
-bool inside(Date start, Date from, Date to) { return !(start < from) && start < to; }
+// Dates in the order of time. Before 30 December 1899 the stored numbers run
+// backwards within a day (-1.25 is 06:00, -1.5 noon): the walks need the clock's order.
+double timeline(Date date)
+{
+    const double value = date.value();
+    return value >= 0 ? value : 2 * std::trunc(value) - value;
+}
+
+bool earlier(Date a, Date b) { return timeline(a) < timeline(b); }
+
+bool inside(Date start, Date from, Date to) { return !earlier(start, from) && earlier(start, to); }
 
 // date moved by seconds; none outside the years a date holds.
 std::optional<Date> shifted(Date date, qint64 seconds)
@@ -83,7 +93,7 @@ std::vector<Date> seriesDates(const QString &text)
             && day.year() >= 100 && day.year() <= 9999)
             dates.push_back(Date::fromDateAndTime(day, time));
     }
-    std::sort(dates.begin(), dates.end());
+    std::sort(dates.begin(), dates.end(), earlier);
     return dates;
 }
 
@@ -179,8 +189,10 @@ bool namesNoDay(const icalrecurrencetype &rule)
         numbered.push_back(short(position));
     }
     const bool months = rule.by_month[0] != ICAL_RECURRENCE_ARRAY_MAX;
-    if (!numbered.empty()
-        && (rule.freq != ICAL_MONTHLY_RECURRENCE && !(rule.freq == ICAL_YEARLY_RECURRENCE && months)))
+    // Within a year, the first four of a weekday fall in January, the last four in December.
+    const bool ofYear = rule.freq == ICAL_YEARLY_RECURRENCE && !months;
+    if (ofYear ? std::any_of(numbered.begin(), numbered.end(), [](short p) { return std::abs(p) > 4; })
+               : rule.freq != ICAL_MONTHLY_RECURRENCE && rule.freq != ICAL_YEARLY_RECURRENCE)
         numbered.clear();
     static const int Lengths[][2] = {{31, 31}, {28, 29}, {31, 31}, {30, 30}, {31, 31}, {30, 30},
                                      {31, 31}, {31, 31}, {30, 30}, {31, 31}, {30, 30}, {31, 31}};
@@ -199,6 +211,8 @@ bool namesNoDay(const icalrecurrencetype &rule)
                 if (numbered.empty())
                     return false;
                 for (const short position : numbered) {
+                    if (ofYear && month != (position > 0 ? 1 : 12))
+                        continue;
                     const int first = position > 0 ? 7 * (position - 1) + 1 : length + 1 + 7 * position;
                     if (day >= first && day < first + 7)
                         return false;
@@ -236,7 +250,7 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
 {
     std::vector<Date> starts;
     const double value = series.StartDate.value();
-    if (!std::isfinite(value) || !(from < to))
+    if (!std::isfinite(value) || !earlier(from, to))
         return starts;
     // A host's start outside the years a date holds repeats nothing.
     const int year = series.StartDate.toDate().year();
@@ -292,16 +306,16 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
             return std::nullopt;
         }
         // A daily or coarser rule without COUNT jumps with libical's own set_start, which keeps its days.
-        if (unit == 0 && rule.count == 0 && anchor < lo)
+        if (unit == 0 && rule.count == 0 && earlier(anchor, lo))
             icalrecur_iterator_set_start(it.get(), floating(lo));
         for (qint64 steps = 0; int(starts.size()) < limit && steps < cap; ++steps) {
             const icaltimetype next = icalrecur_iterator_next(it.get());
             if (icaltime_is_null_time(next))
                 break;
             const Date start = fromFloating(next);
-            if (!(start < hi))
+            if (!earlier(start, hi))
                 return start;
-            if (!(start < lo) && !leftOut(start))
+            if (!earlier(start, lo) && !leftOut(start))
                 starts.push_back(start);
         }
         return std::nullopt;
@@ -336,11 +350,12 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
         for (qint64 n = std::max<qint64>(0, ical::secondsBetween(series.StartDate, from) / cell);
              int(starts.size()) < limit;) {
             const std::optional<Date> begin = shifted(series.StartDate, n * cell);
-            if (!begin || !(*begin < to))
+            if (!begin || !earlier(*begin, to))
                 break;
             const Date end = shifted(*begin, cell).value_or(Date(Date::MaxValue));
             const Date anchor = n == 0 ? series.StartDate : shifted(*begin, -leadIn).value_or(series.StartDate);
-            const std::optional<Date> later = walk(anchor, std::max(from, *begin), std::min(to, end), cap);
+            const std::optional<Date> later =
+                walk(anchor, earlier(from, *begin) ? *begin : from, earlier(end, to) ? end : to, cap);
             if (!later)
                 break;
             // Nothing until later: its cell is next (a rule of some months skips the rest).
@@ -351,7 +366,7 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
         if (inside(extra, from, to) && !leftOut(extra))
             starts.push_back(extra);
     }
-    std::sort(starts.begin(), starts.end());
+    std::sort(starts.begin(), starts.end(), earlier);
     starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
     if (int(starts.size()) > limit)
         starts.resize(size_t(limit));
@@ -420,7 +435,7 @@ int ruleTimesBefore(const icalrecurrencetype &rule, Date start, Date at)
     int count = 0;
     for (icaltimetype next = icalrecur_iterator_next(it.get()); !icaltime_is_null_time(next);
          next = icalrecur_iterator_next(it.get())) {
-        if (!(fromFloating(next) < at))
+        if (!earlier(fromFloating(next), at))
             return count;
         if (++count >= 100000)
             return -1;
@@ -526,9 +541,9 @@ SeriesSplit splitSeriesAt(const Schedule &series, Date at, qint64 minutes)
         following << QStringLiteral("COUNT=%1").arg(std::max(1, count.toInt() - before));
     } else {
         // An UNTIL earlier than at (at is an extra date past the rule's end) still ends the rule.
-        const bool earlier = !until.isEmpty() && rule.freq != ICAL_NO_RECURRENCE && !icaltime_is_null_time(rule.until)
-                             && localUntil(rule.until) < at.addSeconds(-1);
-        ended << QStringLiteral("UNTIL=") + (earlier ? until : stamp(at.addSeconds(-1)));
+        const bool endsBefore = !until.isEmpty() && rule.freq != ICAL_NO_RECURRENCE && !icaltime_is_null_time(rule.until)
+                                && earlier(localUntil(rule.until), at.addSeconds(-1));
+        ended << QStringLiteral("UNTIL=") + (endsBefore ? until : stamp(at.addSeconds(-1)));
         if (!count.isEmpty())
             following << QStringLiteral("COUNT=") + count;
         else if (!until.isEmpty())
