@@ -91,8 +91,10 @@ QString text(const char *value);
 // A secondly rule limited to some days (or to a 60th second), a minutely one to
 // some months, weeks or days of the year, a numbered weekday or week number
 // with a frequency finer than they ask for, or a day counted from the month's
-// end with a daily or finer one: libical walks every second, minute or hour in
-// between, minutes to hours of work for one occurrence, or never meets the day.
+// end with a daily or finer one, or a yearly rule without months that numbers its
+// weekdays and names days of the month: libical walks every second, minute or hour in
+// between, minutes to hours of work for one occurrence, never meets the day, or
+// (the last) refuses the rule after a tenth of a second.
 // Such a rule is kept as text and shows its first occurrence only.
 bool tooCostlyToWalk(const icalrecurrencetype &rule);
 
