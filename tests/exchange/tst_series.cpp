@@ -94,6 +94,9 @@ private slots:
         QTest::newRow("every third month from March, in June: the second Tuesdays")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=3;BYMONTH=6;BYDAY=2TU") << at(2027, 3, 1)
             << at(2028, 7, 1) << QStringList{"2027-06-08 09:00", "2028-06-13 09:00"};
+        QTest::newRow("hourly on February's 366th day: none, and no search until 2582")
+            << series(at(2027, 3, 24, 9), "FREQ=HOURLY;BYYEARDAY=366;BYMONTH=2") << at(2027, 3, 1)
+            << at(2029, 1, 1) << QStringList{};
         QTest::newRow("the second of a month's one 31st: the start alone")
             << series(at(2027, 3, 22, 9), "FREQ=MONTHLY;INTERVAL=10;BYMONTHDAY=31;BYSETPOS=2") << at(2027, 3, 1)
             << at(2029, 1, 1) << QStringList{"2027-03-22 09:00"};

@@ -293,11 +293,12 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
                         : rule.freq == ICAL_MINUTELY_RECURRENCE ? 60
                         : rule.freq == ICAL_SECONDLY_RECURRENCE ? 1
                                                                 : 0;
-    // The rule's times in [lo, hi) walked from anchor; answers the first time
-    // at or past hi, none when the rule ends first or the walk runs out of steps.
-    const auto walk = [&](Date anchor, Date lo, Date hi, qint64 cap) -> std::optional<Date> {
+    // The times of `walked` in [lo, hi) walked from anchor; answers the first
+    // time at or past hi, none when its end comes first or the walk runs out of steps.
+    const auto walk = [&](const icalrecurrencetype &walkedRule, Date anchor, Date lo, Date hi,
+                          qint64 cap) -> std::optional<Date> {
         std::unique_ptr<icalrecur_iterator, void (*)(icalrecur_iterator *)> it(
-            icalrecur_iterator_new(rule, floating(anchor)), icalrecur_iterator_free);
+            icalrecur_iterator_new(walkedRule, floating(anchor)), icalrecur_iterator_free);
         icalerror_clear_errno();
         if (!it) {
             if (inside(series.StartDate, lo, hi) && !leftOut(series.StartDate))
@@ -323,7 +324,7 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
         if (inside(series.StartDate, from, to) && !leftOut(series.StartDate))
             starts.push_back(series.StartDate);
     } else if (unit == 0 || rule.count != 0) {
-        walk(series.StartDate, from, to, maxSteps);
+        walk(rule, series.StartDate, from, to, maxSteps);
     } else {
         // An hourly, minutely or secondly rule seen far from its start would
         // take a walk of millions of steps, and libical's jump loses its phase
@@ -346,19 +347,26 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
         const qint64 leadIn = period * ((reach + period - 1) / period);
         const qint64 cell = 4 * leadIn;                           // a walk 5/4 of the times it keeps
         const qint64 cap = 2 * ((leadIn + cell) / period + 2);    // its times, each at most twice
+        // Each walk ends with its cell (an UNTIL there): libical looks for a time
+        // the rule never has (February's 366th day) until the year 2582, not past its UNTIL.
+        const bool ownEnd = !icaltime_is_null_time(rule.until);
         for (qint64 n = std::max<qint64>(0, ical::secondsBetween(series.StartDate, from) / cell);
              int(starts.size()) < limit;) {
             const std::optional<Date> begin = shifted(series.StartDate, n * cell);
             if (!begin || !earlier(*begin, to))
                 break;
-            const Date end = shifted(*begin, cell).value_or(Date(Date::MaxValue));
+            const Date end = shifted(*begin, cell).value_or(Date(Date::MaxValue - 1));
             const Date anchor = n == 0 ? series.StartDate : shifted(*begin, -leadIn).value_or(series.StartDate);
+            icalrecurrencetype inCell = rule;
+            const bool endsHere = ownEnd && icaltime_compare(rule.until, floating(end)) <= 0;
+            if (!endsHere)
+                inCell.until = floating(end);
             const std::optional<Date> later =
-                walk(anchor, earlier(from, *begin) ? *begin : from, earlier(end, to) ? end : to, cap);
-            if (!later)
+                walk(inCell, anchor, earlier(from, *begin) ? *begin : from, earlier(end, to) ? end : to, cap);
+            if (!later && endsHere)
                 break;
-            // Nothing until later: its cell is next (a rule of some months skips the rest).
-            n = std::max(n + 1, ical::secondsBetween(series.StartDate, *later) / cell);
+            // Nothing until later: its cell is next.
+            n = later ? std::max(n + 1, ical::secondsBetween(series.StartDate, *later) / cell) : n + 1;
         }
     }
     for (Date extra : seriesDates(series.RecurrenceDates)) {
