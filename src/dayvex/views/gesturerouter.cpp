@@ -336,6 +336,10 @@ void GestureRouter::stepDayLine(int direction)
     } else {
         at += direction;
     }
+    // One selected line across all days, as a click leaves it.
+    for (int i = 0; i < m_grid->dayListCount(); ++i)
+        if (i != at->first)
+            m_grid->dayList(i)->clearSelection();
     DayList *list = m_grid->dayList(at->first);
     list->setFocus(Qt::TabFocusReason);
     list->setCurrentRow(at->second);
