@@ -142,9 +142,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!next.isEmpty()) {
         FUZZ_CHECK(earlier(after, next));
         try {
-            const Date start = next.addSeconds(series.reminderLead());
-            FUZZ_CHECK(occurrenceStarts(series, start, start.addSeconds(1)).size() == 1);
-            FUZZ_CHECK(remindedOccurrence(series, next) == start);
+            // To the millisecond: reminders are kept in whole ones, a host's start may hold less.
+            const QDateTime start = next.addSeconds(series.reminderLead()).toDateTime();
+            const Date near = Date::fromDateTime(start);
+            const std::vector<Date> around = occurrenceStarts(series, near.addSeconds(-1), near.addSeconds(1));
+            FUZZ_CHECK(std::count_if(around.begin(), around.end(), [&](Date d) { return d.toDateTime() == start; }) == 1);
+            FUZZ_CHECK(remindedOccurrence(series, next).toDateTime() == start);
         } catch (const Error &) {
             // a start past the years a date holds
         }
