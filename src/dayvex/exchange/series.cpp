@@ -20,6 +20,9 @@
 namespace dayvex {
 
 namespace {
+// Whether a rule's BY part (one of its arrays) holds any value.
+bool given(const short *parts) { return parts[0] != ICAL_RECURRENCE_ARRAY_MAX; }
+
 // Wall-clock fields and back, by the calendar alone: a QDateTime in local time
 // would ask the zone database at every occurrence of every series on show.
 icaltimetype floating(Date local)
@@ -109,7 +112,6 @@ QString seriesDatesText(const std::vector<Date> &dates)
 namespace ical {
 bool tooCostlyToWalk(const icalrecurrencetype &rule)
 {
-    const auto given = [](const short *parts) { return parts[0] != ICAL_RECURRENCE_ARRAY_MAX; };
     // A weekday with a number (the 2nd Tuesday) or a week number asks for a
     // month or a year: with a finer frequency nothing may ever match, and
     // libical looks until the year 2582.
@@ -181,7 +183,7 @@ bool namesNoDay(const icalrecurrencetype &rule)
 {
     if (positionsPastTheSet(rule))
         return true;
-    if (rule.by_month_day[0] == ICAL_RECURRENCE_ARRAY_MAX)
+    if (!given(rule.by_month_day))
         return false;
     // A numbered weekday counts within the month, so its days are a week's
     // span of it; in a year without months it counts within the year.
@@ -192,7 +194,7 @@ bool namesNoDay(const icalrecurrencetype &rule)
             return false; // a plain weekday falls on any day of the month some year
         numbered.push_back(short(position));
     }
-    const bool months = rule.by_month[0] != ICAL_RECURRENCE_ARRAY_MAX;
+    const bool months = given(rule.by_month);
     if (rule.freq != ICAL_MONTHLY_RECURRENCE && !(rule.freq == ICAL_YEARLY_RECURRENCE && months))
         numbered.clear();
     static const int Lengths[][2] = {{31, 31}, {28, 29}, {31, 31}, {30, 30}, {31, 31}, {30, 30},
@@ -224,7 +226,7 @@ bool namesNoDay(const icalrecurrencetype &rule)
 
 bool monthsNeverReached(const icalrecurrencetype &rule, int startMonth)
 {
-    if (rule.freq != ICAL_MONTHLY_RECURRENCE || rule.interval <= 1 || rule.by_month[0] == ICAL_RECURRENCE_ARRAY_MAX)
+    if (rule.freq != ICAL_MONTHLY_RECURRENCE || rule.interval <= 1 || !given(rule.by_month))
         return false;
     for (int k = 0; k < 12; ++k) {
         const int month = (startMonth - 1 + k * rule.interval) % 12 + 1;
@@ -336,7 +338,6 @@ std::vector<Date> occurrenceStarts(const Schedule &series, Date from, Date to, c
         // walked from a lead-in before it: every range sees the same times, and
         // a cell begins a day (an hour, a minute) after its walk's first day
         // (hour, minute) when the rule picks days (hours, minutes).
-        const auto given = [](const short *parts) { return parts[0] != ICAL_RECURRENCE_ARRAY_MAX; };
         const bool days = given(rule.by_hour) || given(rule.by_day) || given(rule.by_month_day)
                           || given(rule.by_year_day) || given(rule.by_week_no) || given(rule.by_month)
                           || given(rule.by_set_pos);
